@@ -1,0 +1,197 @@
+#pragma once
+
+#include "contracts/IRkUnknown.h"
+#include "contracts/RkMediaRecords.h"
+
+#if defined(RkKernel_EXPORTS)
+#define RK_KERNEL_API RK_EXPORT
+#else
+#define RK_KERNEL_API RK_IMPORT
+#endif
+
+// Worker threads, samples, the reference clock and the audio renderer.
+//
+// Factories return 1 with an object in the out-parameter (one reference for the caller), or 0 and leave
+// it as it was. Operations with a body are those that the module does not call: they hold the places of
+// the interface, and where they have a purpose of ours they are named for it.
+
+// ---- worker threads
+
+// Runs on the worker thread with the context given to SetThreadProc. stopEvent is not signalled when the
+// routine begins; it becomes so by RequestStop or Close, and the routine then returns soon. The result
+// carries no meaning.
+typedef UINT (*RkThreadProc)(void* context, HANDLE stopEvent);
+
+// A thread that runs one routine at a time, once per Start. Every operation may be called from any
+// thread while the routine runs; SetThreadProc and SetOption before Create or between runs.
+class IRkWorkerThread : public IRkUnknown {
+ public:
+  // Resets the stop event and runs the routine once; returns at once. While a run is active, that run is
+  // asked to stop and the routine is started again when it has returned.
+  virtual void Start() = 0;
+  // Signals the stop event of the run, and takes back a start that waits for it; returns at once.
+  virtual void RequestStop() = 0;
+  // Until the routine has returned, at most timeoutMs; returns at once when none runs, and on the worker
+  // thread itself.
+  virtual void WaitForStop(DWORD timeoutMs) = 0;
+  virtual void Operation4() {}
+  // Final: stops a running routine and ends the thread, waiting at most timeoutMs for both.
+  virtual void Close(DWORD timeoutMs) = 0;
+  virtual void SetThreadProc(RkThreadProc proc, void* context) = 0;
+  virtual BOOL IsIdle() = 0;
+  virtual void Operation8() {}
+  virtual void Operation9() {}
+  // The thread now waits for Start.
+  virtual void Create() = 0;
+  virtual void Operation11() {}
+  // Given once before Create. TRUE: the thread keeps time for others and may have the real-time class
+  // that its priority asks for. FALSE: it does bulk work, which is only preferred within the normal class.
+  virtual void SetOption(BOOL keepsTime) = 0;
+};
+
+// `priority` is a Windows thread priority (15 = time-critical). What the process is not allowed to have
+// is quietly not taken.
+RK_KERNEL_API int RkCreateWorkerThread(int priority, IRkWorkerThread** thread);
+
+// ---- audio samples
+
+// A block of interleaved audio. One thread at a time, every Lock followed by one Unlock.
+class IRkAudioSample : public IRkUnknown {
+ public:
+  virtual void Operation1() {}
+  virtual void Operation2() {}
+  // Valid samples per channel; a count above the capacity is cut to it.
+  virtual void SetSampleCount(DWORD count) = 0;
+  virtual void Operation4() {}
+  virtual void GetInfo(SRkAudioSampleInfo* info) = 0;
+  virtual void Lock(SRkLockAudioSample* lock) = 0;
+  virtual void Unlock() = 0;
+};
+
+// Room for `capacity` samples per channel; the valid count begins at 0. With data null the sample owns
+// its memory, otherwise it uses the caller's, which must outlive it.
+RK_KERNEL_API int RkCreateUserAudioSample(const SRkWaveFormatInfo& format, void* data, DWORD capacity,
+                                          IRkAudioSample** audio);
+
+// ---- pool elements and video samples
+
+class IRkPoolElement;
+
+// Whoever lends out pool elements and keeps one reference to each.
+class IRkPoolElementOwner : public IRkUnknown {
+ public:
+  virtual void Operation1() {}
+  // The last reference besides the owner's has gone. Called on the thread that released it.
+  virtual void GiveBack(IRkPoolElement* element) = 0;
+};
+
+// Release gives an element back to its owner when the owner's reference is the last one left.
+class IRkPoolElement : public IRkUnknown {
+ public:
+  // Cleans up just before the element is destroyed.
+  virtual void OnFinalRelease() = 0;
+};
+
+// A picture: up to four buffers (one a plane, see RkPictureLayout.h) and the index it is shown under.
+class IRkVideoSample : public IRkPoolElement {
+ public:
+  // index 0 to 3. FALSE, and null, when there is none.
+  virtual BOOL GetBuffer(UINT index, IRkUnknown** buffer) = 0;
+  virtual UINT GetFrameIndex() = 0;  // kRkNoPosition when never stamped
+  // Takes its own reference; null takes the buffer away.
+  virtual void SetBuffer(UINT index, IRkUnknown* buffer) = 0;
+  virtual void SetFrameIndex(UINT index) = 0;
+  virtual UINT Operation5() { return 0; }
+  virtual void Operation6() {}
+  virtual UINT Operation7() { return 0; }
+  virtual void Operation8() {}
+  virtual UINT Operation9() { return 0; }
+  virtual void Operation10() {}
+  virtual UINT Operation11() { return 0; }
+  virtual void Operation12() {}
+  virtual void Operation13() {}
+  virtual void Operation14() {}
+  virtual UINT Operation15() { return 0; }
+};
+
+// A video sample of its own, without an owner, buffers or index.
+RK_KERNEL_API int RkCreateVideoSample(IRkVideoSample** video);
+
+// ---- audio/video play samples
+
+// One frame: its position, its picture, its audio blocks (groups of channels that together give all
+// channels in order) and an item that travels with it. One thread at a time; ownership passes by
+// reference.
+class IRkAVPlaySample : public IRkUnknown {
+ public:
+  virtual void Operation1() {}
+  virtual UINT GetPosition() = 0;
+  virtual void SetPosition(UINT position) = 0;
+  virtual void GetVideoSample(IRkVideoSample** video) = 0;  // null when there is none
+  virtual void SetVideoSample(IRkVideoSample* video) { (void)video; }
+  // Puts a block in place, null takes it and all later ones away. Blocks are put in order, from 0.
+  virtual void SetAudioSample(UINT block, IRkAudioSample* audio) {
+    (void)block;
+    (void)audio;
+  }
+  virtual void SetAttachment(IRkUnknown* item) { (void)item; }
+  virtual void GetAudioSample(UINT block, UINT reserved, IRkAudioSample** audio) = 0;  // null past the last
+  virtual BOOL GetAttachment(UINT reserved, IRkUnknown** item) = 0;                    // FALSE without one
+  // Copies position, video, audio and attachment into target. Planes and sound are shared.
+  virtual void CopyTo(IRkAVPlaySample* target) = 0;
+};
+
+// An empty sample at position kRkNoPosition.
+RK_KERNEL_API int RkCreateAVPlaySample(IRkAVPlaySample** sample);
+
+// A fixed number of samples that come back when their users have released them. Any thread may enter.
+class IRkAVPlaySamplePool : public IRkUnknown {
+ public:
+  // Both block for at most timeoutMs (0: not at all, INFINITE: until one is free) and give null when
+  // none came.
+  virtual void GetVideoSample(DWORD timeoutMs, IRkVideoSample** video) = 0;
+  virtual void GetAVPlaySample(DWORD timeoutMs, IRkAVPlaySample** sample) = 0;
+};
+
+RK_KERNEL_API int RkCreateAVPlaySamplePool(UINT count, IRkAVPlaySamplePool** pool);
+
+// ---- reference clock
+
+class IRkSoftRefClock : public IRkUnknown {
+ public:
+  virtual void Start(double framesPerSecond) = 0;
+  // Until the next tick, at most timeoutMs.
+  virtual void WaitTick(UINT timeoutMs) = 0;
+  virtual void Stop() = 0;
+};
+
+RK_KERNEL_API int RkCreateSoftRefClock(IRkSoftRefClock** clock);
+
+// ---- audio renderer
+
+class IRkAudioDirectSound : public IRkUnknown {
+ public:
+  // Back to the start: play position 0, nothing written.
+  virtual void Reset() = 0;
+  virtual void Stop() = 0;
+  // Starts playback once enough has been written; non-zero when it plays. Asked repeatedly.
+  virtual BOOL Play() = 0;
+  virtual void Operation4() {}
+  // The position counts bytes since Reset and only grows.
+  virtual void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) = 0;
+  virtual void Operation6() {}
+  virtual void Operation7() {}
+  virtual void Operation8() {}
+  virtual void Operation9() {}
+  virtual void Operation10() {}
+  virtual void SetNotifyInterval(double milliseconds) = 0;
+  virtual BOOL WaitForNotify(UINT timeoutMs) = 0;
+  virtual void Operation13() {}
+  virtual double GetBufferDuration() = 0;  // milliseconds, after which the play position wraps to 0
+  // In milliseconds; on entry the value of the previous call.
+  virtual void GetPlayPosition(double* position) = 0;
+};
+
+// bufferMs: span of the circular buffer. startBytes: how much must be written before Play starts.
+RK_KERNEL_API int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND window, double bufferMs,
+                                           DWORD startBytes, IRkAudioDirectSound** renderer);

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include "contracts/RkClipCore.h"
+
+#if defined(RkMedia_EXPORTS)
+#define RK_MEDIA_API RK_EXPORT
+#else
+#define RK_MEDIA_API RK_IMPORT
+#endif
+
+// Clip elements that read media files. Not one of the module's kernel libraries: a host that wants real
+// files links it beside them.
+
+// Hears what a media element could not read. Called on the thread that reads, with no lock held.
+class IRkMediaReadSink : public IRkUnknown {
+ public:
+  // The frame at this offset was delivered as the last good picture with silence (or black, before the
+  // first good one). `reason` is borrowed for the call.
+  virtual void OnFrameSubstituted(UINT offset, const char* reason) = 0;
+};
+
+struct SRkMediaDescription {
+  SRkClipFormat format;  // the nearest format that needs no conversion; channels 0 without sound
+  UINT frameCount;       // at format.video.frameRate
+  BOOL hasVideo;
+  BOOL hasAudio;
+};
+
+// Looks into a file. 0 when it cannot be read; `reason` then says why in a few words.
+RK_MEDIA_API int RkDescribeMedia(const char* path, SRkMediaDescription* description, std::string& reason);
+
+// An element for the file at `frameRate` (an ERkFrameRate), which fixes its frame count: it is opened
+// only with formats of that rate. 0 when the file cannot be played; `reason` then says why. The sink may
+// be null.
+RK_MEDIA_API int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* sink,
+                                          IRkClipElement** element, std::string& reason);

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "contracts/RkClipCore.h"
+#include "contracts/RkHost.h"
+#include "contracts/RkKernel.h"
+
+// What SwitchChannel found or did.
+enum ERkSwitchStatus : UINT {
+  RkSwitchStatus_Ended = 1,           // the list has ended and none was waiting
+  RkSwitchStatus_Playing = 2,         // no switch was made
+  RkSwitchStatus_Switched = 4,        // the Waiting channel has just become the Playing channel
+  RkSwitchStatus_AwaitingSwitch = 5,  // the list has ended; a SwitchPlay request is waited for
+};
+
+// Plays clip lists one after the other without a gap: hands out the samples of its Playing channel while
+// its Waiting channel, already loaded and read ahead, stands by to take over.
+//
+// Threads: any thread of the host may call any operation. The host calls GetSample and SwitchChannel in
+// turn; the end of a list and requested switches are acted on only in SwitchChannel, and so always fall
+// between two samples. SwitchPlay waits for that call and so needs another thread. Notifications come on
+// the calling thread, from inside the operation, and may call back into the channel. Loading never holds
+// up GetSample or a SwitchChannel that has nothing to act on. The last Release joins all workers.
+class IRkClipOutputChannel : public IRkUnknown {
+ public:
+  // Settings reach all three source channels.
+  virtual BOOL SetSampleProcessor(IRkClipSampleProcessor* processor) = 0;  // FALSE, and no change, for null
+  virtual void RemoveSampleProcessor() = 0;
+  virtual void SetVideoResolution(const SRkVideoResolution& resolution) = 0;
+  virtual void SetWaveFormatInfo(const SRkWaveFormatInfo& format) = 0;
+  virtual BOOL SetPlayBufferPool(IRkPlayBufferPool* pool) = 0;  // null too; TRUE
+
+  // The Playing channel's next sample, its reference for the caller; waits up to timeoutMs. FALSE when
+  // none came.
+  virtual BOOL GetSample(DWORD timeoutMs, IRkAVPlaySample** sample) = 0;
+  // Moves the cued list to the Playing channel if that is empty. FALSE when nothing is loaded at all.
+  virtual BOOL Play() = 0;
+  virtual BOOL Stop() = 0;                           // stops and empties all three channels; TRUE
+  virtual void SetRepeatCount(int repeatCount) = 0;  // of the playing and the cued list alike
+
+  // Paused single-frame mode of the Playing channel: see IRkClipSourceChannel. Samples and switches wait
+  // meanwhile.
+  virtual BOOL BeginSeek(UINT mode) = 0;
+  virtual BOOL Seek(UINT position, DWORD timeoutMs) = 0;
+  virtual void EndSeek() = 0;
+
+  // Of the Playing channel, or of the Waiting channel (and then after a load in progress).
+  virtual UINT GetElementMode(BOOL ofPlaying) = 0;
+  virtual void SetElementMode(BOOL ofPlaying, UINT mode, UINT position) = 0;
+
+  virtual BOOL GetPosition(UINT* position) = 0;  // of the sample taken last; TRUE
+
+  // Acts on the end of the playing list and on requests of SwitchPlay, and writes an ERkSwitchStatus.
+  // FALSE when playback ended, or a request found nothing waiting.
+  virtual BOOL SwitchChannel(UINT* status) = 0;
+  virtual BOOL SwitchChannelAtOnce() = 0;  // FALSE when nothing is waiting
+  virtual UINT Reserved() = 0;             // does nothing; 0
+
+  // Cues a list, or one element, in place of what was cued, and starts reading it at startPosition; waits
+  // up to 1000 ms for the pre-roll. The elements must not be in use elsewhere. FALSE for nothing to load
+  // (a cued clip stays) or a start past the end (the Waiting channel is then empty).
+  virtual BOOL InsertClipElement(IRkClipElementList* list, int repeatCount, UINT startPosition) = 0;
+  virtual BOOL InsertClipElement(IRkClipElement* element, int repeatCount, UINT startPosition) = 0;
+  virtual BOOL DeleteClip() = 0;  // stops and empties the Waiting channel
+
+  // Asks for a switch and waits up to 5000 ms until SwitchChannel has handled it; TRUE with the Playing
+  // channel's position at that moment, also when nothing was waiting. After FALSE the request stands.
+  virtual BOOL SwitchPlay(UINT* position) = 0;
+};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "contracts/RkHost.h"
+#include "contracts/RkKernel.h"
+
+// The sink of the software output device. Samples are borrowed for the call.
+class IRkSoftwareOutputCallback : public IRkUnknown {
+ public:
+  // By Play, on the caller's thread, before the clock starts.
+  virtual void OnPlay() = 0;
+  // On the pacing thread, for every frame of audio just written, silence included. `extra` (may be null)
+  // is the item that travelled with the sample. The audio is reused for the next frame.
+  virtual void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) = 0;
+  // On the video thread for every frame to be shown; on the host's by PutSample while stopped and by
+  // Stop. Null = show no picture.
+  virtual void OnVideoSample(IRkVideoSample* video) = 0;
+  // By Stop, after the threads have ended.
+  virtual void OnStop() = 0;
+};
+
+// Plays samples for monitoring: hands each picture to the callback when it is due, mixes the audio to
+// 16-bit stereo and plays it. The audio renderer's position is the clock, or a soft clock without audio.
+//
+// Threads: the host calls the operations from one thread at a time. The last Release joins the workers.
+class IRkSoftwareOutputDevice : public IRkUnknown {
+ public:
+  virtual BOOL SetOutputCallback(IRkSoftwareOutputCallback* callback) = 0;  // TRUE when one is set now
+  virtual void RemoveOutputCallback() = 0;
+  virtual BOOL Play() = 0;  // TRUE; without effect while playing
+  // Plays out the queued audio (with pictures alone: jumps to the last frame). clearVideo: ends with
+  // OnVideoSample(null). TRUE.
+  virtual BOOL Stop(BOOL clearVideo) = 0;
+  virtual BOOL IsPlaying() = 0;
+  // Copies the sample into the device's pool; blocks while that is exhausted, which holds the host to
+  // playing speed. While stopped, only shows the picture. FALSE for null.
+  virtual BOOL PutSample(IRkAVPlaySample* sample) = 0;
+};
