@@ -26,14 +26,14 @@ int CRkClipElementList::GetCount() {
 
 UINT CRkClipElementList::GetTotalFrameCount() {
   CRkScopedLock lock(m_lock);
-  return Saturated(_CountFrames());
+  return Saturated(_TellStarts(m_elements.size()));
 }
 
 BOOL CRkClipElementList::InsertElement(UINT index, IRkClipElement* element) {
   if (element == nullptr) return FALSE;
   CRkScopedLock lock(m_lock);
   if (index > m_elements.size() || _IndexOf(element) >= 0) return FALSE;
-  if (_CountFrames() + element->GetFrameCount() > kMaximumFrames) return FALSE;
+  if (_TellStarts(m_elements.size()) + element->GetFrameCount() > kMaximumFrames) return FALSE;
   m_elements.insert(m_elements.begin() + index, CRkRef<IRkClipElement>::Retain(element));
   _TellStarts(m_elements.size());
   return TRUE;
@@ -64,16 +64,18 @@ int CRkClipElementList::IndexOf(IRkClipElement* element) {
 
 BOOL CRkClipElementList::FindElementAtPosition(UINT position, IRkClipElement** element, UINT* offset) {
   *element = nullptr;
+  if (position >= kMaximumFrames) return FALSE;
   CRkScopedLock lock(m_lock);
-  UINT rest = position;
-  for (size_t index = 0; index < m_elements.size(); ++index) {
-    const UINT frames = m_elements[index]->GetFrameCount();
-    if (rest < frames) {
-      if (offset != nullptr) *offset = rest;
-      _HandOut(index, element);
+  UINT start = 0;
+  for (const auto& held : m_elements) {
+    held->SetTimelineStart(start);
+    const UINT frames = held->GetFrameCount();
+    if (position - start < frames) {
+      if (offset != nullptr) *offset = position - start;
+      held.CopyTo(element);
       return TRUE;
     }
-    rest -= frames;
+    start += frames;
   }
   return FALSE;
 }
@@ -91,18 +93,13 @@ void CRkClipElementList::GetNextElement(IRkClipElement* current, IRkClipElement*
   if (index >= 0) _HandOut(static_cast<size_t>(index) + 1, next);
 }
 
-ULONGLONG CRkClipElementList::_CountFrames() {
-  ULONGLONG frames = 0;
-  for (const auto& element : m_elements) frames += element->GetFrameCount();
-  return frames;
-}
-
-void CRkClipElementList::_TellStarts(size_t count) {
+ULONGLONG CRkClipElementList::_TellStarts(size_t count) {
   ULONGLONG start = 0;
   for (size_t index = 0; index < count; ++index) {
     m_elements[index]->SetTimelineStart(Saturated(start));
     start += m_elements[index]->GetFrameCount();
   }
+  return start;
 }
 
 int CRkClipElementList::_IndexOf(IRkClipElement* element) {

@@ -36,9 +36,8 @@ class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
 
   ~CRkClipElementList() override;
 
-  ULONGLONG _CountFrames() RK_REQUIRES(m_lock);
-  // Tells the first `count` elements where they begin.
-  void _TellStarts(size_t count) RK_REQUIRES(m_lock);
+  // Tells the first `count` elements where they begin; gives the frames of all of them.
+  ULONGLONG _TellStarts(size_t count) RK_REQUIRES(m_lock);
   int _IndexOf(IRkClipElement* element) RK_REQUIRES(m_lock);
   void _HandOut(size_t index, IRkClipElement** element) RK_REQUIRES(m_lock);
 
