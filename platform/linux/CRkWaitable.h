@@ -1,0 +1,111 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "platform/CRkCriticalSection.h"
+#include "platform/linux/CRkWaiter.h"
+
+class CRkWaitable;
+
+// A waiter's place in the queue of one object. Lives on the waiter's stack.
+struct [[gnu::visibility("hidden")]] CRkWaitLink {
+  CRkWaiter* waiter;
+  CRkWaitLink* previous;
+  CRkWaitLink* next;
+};
+
+// An event or a semaphore: a count of units that waits consume. Any thread enters.
+//
+// All of it is one atomic word. While nobody waits, every change is a single exchange of that word and
+// nothing is touched afterwards. A waiter first joins the queue, which sets the word's waiter bit; from
+// then on every change is made under m_lock, and so is the leaving of the queue. Hence:
+//  - a wait for several objects is atomic: it joins them all, then holds all their locks, in the order
+//    of their addresses, while it looks and takes. Nothing else holds two of these locks;
+//  - the object may be deleted as soon as its waiters have returned: the call that woke a waiter has
+//    left m_lock before the waiter could leave the queue.
+// A change tells as many waiters as there are units; who leaves with units and waiters left tells the
+// next. A told waiter looks for itself, so a unit may also go to somebody who did not have to wait.
+class [[gnu::visibility("hidden")]] CRkWaitable {
+ public:
+  // Doubles as the mark by which a handle is known.
+  enum class EKind : std::uint32_t {
+    ManualResetEvent = 0x4D564B52,
+    AutoResetEvent = 0x41564B52,
+    Semaphore = 0x53454B52
+  };
+  // The state word as one look found it. Every release changes it, so a word that is still the same was
+  // not signalled anew in between.
+  using State = std::uint64_t;
+
+  CRkWaitable(EKind kind, std::uint32_t count, std::uint32_t maximum)
+      : m_kind(kind), m_maximum(maximum), m_state(count) {}
+  CRkWaitable(const CRkWaitable&) = delete;
+  CRkWaitable& operator=(const CRkWaitable&) = delete;
+
+  // Null for what is not a handle of an event or semaphore.
+  static CRkWaitable* FromHandle(HANDLE handle) {
+    const auto address = reinterpret_cast<std::uintptr_t>(handle);
+    if (address == 0 || address % alignof(CRkWaitable) != 0) return nullptr;
+    auto* object = static_cast<CRkWaitable*>(handle);
+    return object->IsEvent() || object->IsSemaphore() ? object : nullptr;
+  }
+  bool IsEvent() const {
+    return m_kind == EKind::ManualResetEvent || m_kind == EKind::AutoResetEvent;
+  }
+  bool IsSemaphore() const {
+    return m_kind == EKind::Semaphore;
+  }
+
+  // Adds units to a semaphore. False, and no change, when they would pass the maximum.
+  bool Release(std::uint32_t units, std::uint32_t * previous);
+  // An event's only unit: there afterwards, whether it was before or not.
+  void Set();
+  void Reset();
+
+  State Look() const {
+    return m_state.load();
+  }
+  static bool IsSignalled(State state) {
+    return (state & kCountMask) != 0;
+  }
+  // Takes a unit of the object that a look found signalled; false when it has changed since.
+  bool TakeIfStill(State seen);
+
+  // The queue. Who joined leaves, by Leave or LeaveLocked, before its wait returns.
+  void Join(CRkWaitLink & link, CRkWaiter & waiter) RK_EXCLUDES(m_lock);
+  void Leave(CRkWaitLink & link) RK_EXCLUDES(m_lock);
+  // For a wait that holds the locks of all its objects.
+  void EnterLock() RK_ACQUIRE(m_lock) {
+    m_lock.Enter();
+  }
+  void LeaveLock() RK_RELEASE(m_lock) {
+    m_lock.Leave();
+  }
+  void TakeLocked() RK_REQUIRES(m_lock);
+  void LeaveLocked(CRkWaitLink & link, CRkWakeList & wakes) RK_REQUIRES(m_lock);
+
+ private:
+  static constexpr State kCountMask = 0xFFFFFFFF;
+  static constexpr State kWaiterBit = State{1} << 32;
+  static constexpr State kReleaseStep = State{1} << 33;
+
+  // Steps the state, wherever that may be done now; tells waiters about new units. `step` alters the
+  // state it is given, or leaves it and returns false.
+  template <class Step>
+  bool Change(Step step) RK_EXCLUDES(m_lock);
+  template <class Step>
+  bool ChangeLocked(State state, Step step, CRkWakeList & wakes) RK_REQUIRES(m_lock);
+  State Taken(State state) const {
+    return m_kind == EKind::ManualResetEvent ? state : state - 1;
+  }
+  void TellWaiters(State state, CRkWakeList & wakes) RK_REQUIRES(m_lock);
+
+  const EKind m_kind;
+  const std::uint32_t m_maximum;
+  std::atomic<State> m_state;
+  // A leaf: nothing is called under it.
+  CRkCriticalSection m_lock;
+  CRkWaitLink* m_first RK_GUARDED_BY(m_lock) = nullptr;
+  CRkWaitLink* m_last RK_GUARDED_BY(m_lock) = nullptr;
+};

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <ctime>
+
+#include "platform/RkPlatform.h"
+
+// A 32-bit word that one thread sleeps on and any thread may wake. Wake-ups may be spurious.
+using RkFutexWord = std::atomic<std::uint32_t>;
+
+// The moment on the monotonic clock at which a wait gives up; INFINITE never does.
+class [[gnu::visibility("hidden")]] CRkDeadline {
+ public:
+  explicit CRkDeadline(DWORD timeoutMs);
+  // Null for a wait without end.
+  const timespec* Moment() const {
+    return m_infinite ? nullptr : &m_moment;
+  }
+
+ private:
+  timespec m_moment{};
+  bool m_infinite;
+};
+
+enum class ERkPark { Woken, TimedOut, Failed };
+
+// Sleeps while the word holds `value`, at the latest until the deadline.
+[[gnu::visibility("hidden")]] ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value,
+                                                  const CRkDeadline& deadline);
+// Only the address counts: the word may be gone already.
+[[gnu::visibility("hidden")]] void RkFutexWake(RkFutexWord* word);

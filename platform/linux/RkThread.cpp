@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <string>
+
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "platform/RkPlatform.h"
+
+namespace {
+
+constexpr std::size_t kNameBytes = 15;
+constexpr int kBestNice = -20;
+constexpr int kHighNice = -10;
+
+// The same value as on Windows; no object has this address.
+bool IsCurrentThread(HANDLE thread) {
+  return thread == GetCurrentThread();
+}
+
+bool Fail(DWORD code) {
+  SetLastError(code);
+  return false;
+}
+
+// As on Windows, the threads that this one creates do not inherit what it was raised to.
+bool SetClass(int policy, int priority) {
+  sched_param parameters{};
+  parameters.sched_priority = priority;
+  return sched_setscheduler(0, policy | SCHED_RESET_ON_FORK, &parameters) == 0;
+}
+
+bool SetNice(int nice) {
+  return setpriority(PRIO_PROCESS, GetCurrentThreadId(), nice) == 0;
+}
+
+// The wanted share, or as much of it as the process is allowed; false when that is no more than before.
+bool RaiseShare(int wantedNice) {
+  if (SetNice(wantedNice)) return true;
+  rlimit limit{};
+  if (getrlimit(RLIMIT_NICE, &limit) != 0) return false;
+  const int allowed = 20 - static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 40));
+  return allowed < getpriority(PRIO_PROCESS, GetCurrentThreadId()) && SetNice(allowed);
+}
+
+// Appends one character; what is not one becomes a question mark.
+void AppendUtf8(std::string& text, std::uint32_t character) {
+  if (character > 0x10FFFF || (character >= 0xD800 && character <= 0xDFFF)) character = '?';
+  if (character < 0x80) {
+    text += static_cast<char>(character);
+    return;
+  }
+  const int following = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+  const std::uint32_t lead = 0xF00U >> following & 0xFF;
+  text += static_cast<char>(lead | character >> 6 * following);
+  for (int i = following - 1; i >= 0; --i) {
+    text += static_cast<char>(0x80 | (character >> 6 * i & 0x3F));
+  }
+}
+
+HRESULT FailedResult(DWORD code) {
+  SetLastError(code);
+  return static_cast<HRESULT>(0x80070000U | code);
+}
+
+}  // namespace
+
+DWORD GetCurrentThreadId() {
+  return static_cast<DWORD>(gettid());
+}
+
+HANDLE GetCurrentThread() {
+  return reinterpret_cast<HANDLE>(std::intptr_t{-2});
+}
+
+BOOL SetThreadPriority(HANDLE thread, int priority) {
+  if (!IsCurrentThread(thread)) return Fail(ERROR_INVALID_HANDLE);
+  bool done = false;
+  switch (priority) {
+    case THREAD_PRIORITY_TIME_CRITICAL:
+      done = SetClass(SCHED_RR, sched_get_priority_min(SCHED_RR)) || RaiseShare(kBestNice);
+      break;
+    case THREAD_PRIORITY_HIGHEST:
+      done = SetClass(SCHED_OTHER, 0) && RaiseShare(kHighNice);
+      break;
+    case THREAD_PRIORITY_NORMAL:
+      done = SetClass(SCHED_OTHER, 0) && SetNice(0);
+      break;
+    default:
+      return Fail(ERROR_INVALID_PARAMETER);
+  }
+  return done || Fail(ERROR_NOT_SUPPORTED);
+}
+
+HRESULT SetThreadDescription(HANDLE thread, PCWSTR description) {
+  if (!IsCurrentThread(thread)) return FailedResult(ERROR_INVALID_HANDLE);
+  if (description == nullptr) return FailedResult(ERROR_INVALID_PARAMETER);
+  std::string name;
+  for (; *description != L'\0'; ++description) {
+    const std::size_t whole = name.size();
+    AppendUtf8(name, static_cast<std::uint32_t>(*description));
+    if (name.size() <= kNameBytes) continue;
+    name.resize(whole);
+    break;
+  }
+  return pthread_setname_np(pthread_self(), name.c_str()) == 0 ? 0 : FailedResult(ERROR_NOT_SUPPORTED);
+}
+
+DWORD SetThreadExecutionState(DWORD flags) {
+  thread_local DWORD state = ES_CONTINUOUS;
+  if ((flags & ~(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED)) != 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  const DWORD previous = state;
+  // Flags without the continuous one hold for a moment that is over at once.
+  if ((flags & ES_CONTINUOUS) != 0) state = flags;
+  return previous;
+}
