@@ -1,0 +1,21 @@
+#include "module/RkClipPlay.h"
+
+#include <new>
+
+#include "contracts/RkCreateObject.h"
+#include "output_channel/CRkClipOutputChannel.h"
+#include "source_channel/CRkClipSourceChannel.h"
+
+int RkCreateClipSourceChannel(UINT preRollCount, UINT cacheCapacity, const SRkVideoResolution& resolution,
+                              const SRkWaveFormatInfo& format, IRkPlayBufferPool* pool,
+                              IRkClipSourceChannel** out) {
+  return RkInitializeAndHandOut(new (std::nothrow) CRkClipSourceChannel(resolution, format), out,
+                                preRollCount, cacheCapacity, pool);
+}
+
+int RkCreateClipOutputChannel(UINT preRollCount, UINT cacheCapacity, const SRkVideoResolution& resolution,
+                              const SRkWaveFormatInfo& format, IRkPlayBufferPool* pool,
+                              IRkClipOutputChannelNotify* notify, IRkClipOutputChannel** out) {
+  return RkInitializeAndHandOut(new (std::nothrow) CRkClipOutputChannel, out, preRollCount, cacheCapacity,
+                                resolution, format, pool, notify);
+}
