@@ -1,0 +1,247 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "contracts/CRkRef.h"
+#include "contracts/CRkUnknown.h"
+#include "module/RkClipPlay.h"
+
+// What the host and the clip core hand to the module, made for tests: scripted, counted, and instant
+// unless told otherwise. Any thread may enter; what a test sets up before a run is not locked.
+
+// Long enough for any machine; only a hang takes this long.
+inline constexpr DWORD kTestDeadlineMs = 60000;
+
+// How many fakes live: 0 again at the end of a test that leaks nothing.
+inline std::atomic<int> g_liveFakes = 0;
+
+template <class Interface>
+class CFake : public CRkUnknown<Interface> {
+ public:
+  CFake() { ++g_liveFakes; }
+  ~CFake() override { --g_liveFakes; }
+};
+
+template <class Object, class... Arguments>
+CRkRef<Object> MakeFake(Arguments&&... arguments) {
+  return CRkRef<Object>::Adopt(new Object(std::forward<Arguments>(arguments)...));
+}
+
+// Polls a condition that other threads bring about.
+inline bool WaitUntil(const std::function<bool()>& condition) {
+  const ULONGLONG end = GetTickCount64() + kTestDeadlineMs;
+  while (!condition()) {
+    if (GetTickCount64() > end) return false;
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+  }
+  return true;
+}
+
+// A door that threads wait at while it is shut.
+class CGate {
+ public:
+  void Shut() {
+    std::lock_guard lock(m_mutex);
+    m_open = false;
+  }
+  void Open() {
+    std::lock_guard lock(m_mutex);
+    m_open = true;
+    m_changed.notify_all();
+  }
+  void Pass() {
+    std::unique_lock lock(m_mutex);
+    ++m_waiting;
+    m_changed.wait(lock, [&] { return m_open; });
+    --m_waiting;
+  }
+  bool SomebodyWaits() {
+    std::lock_guard lock(m_mutex);
+    return m_waiting > 0;
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  bool m_open = true;
+  int m_waiting = 0;
+};
+
+class CFakePool : public CFake<IRkPlayBufferPool> {};
+
+// An element of numbered frames without picture or sound. Its counters tell what was done with it.
+class CFakeElement : public CFake<IRkClipElement> {
+ public:
+  explicit CFakeElement(UINT frames) : m_frames(frames) {}
+
+  // Script.
+  std::atomic<bool> canOpen = true;
+  std::atomic<UINT> unreadableFrom = kRkNoPosition;  // reads at or past this offset fail
+  std::atomic<int> positionError = 0;                // added to every sample's position
+  CGate readGate;                                    // every read passes it
+  CGate openGate;                                    // every open passes it
+
+  // What happened.
+  std::atomic<int> opens = 0;
+  std::atomic<int> closes = 0;
+  std::atomic<int> reads = 0;
+  std::atomic<int> readers = 0;       // threads inside a read now
+  std::atomic<bool> misused = false;  // moved or closed during a read, or read while closed
+  std::vector<UINT> seeks;            // guarded by m_mutex
+  SRkClipFormat formatAtOpen = {};    // guarded by m_mutex
+  std::atomic<IRkPlayBufferPool*> poolAtOpen = nullptr;
+
+  std::vector<UINT> Seeks() {
+    std::lock_guard lock(m_mutex);
+    return seeks;
+  }
+  SRkClipFormat FormatAtOpen() {
+    std::lock_guard lock(m_mutex);
+    return formatAtOpen;
+  }
+
+  BOOL Open(IRkPlayBufferPool* pool, UINT, const SRkClipFormat* format) override {
+    openGate.Pass();
+    ++opens;
+    if (!canOpen) return FALSE;
+    std::lock_guard lock(m_mutex);
+    formatAtOpen = *format;
+    poolAtOpen = pool;
+    m_open = true;
+    m_next = 0;
+    return TRUE;
+  }
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override { return Read(m_next, sample); }
+  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override { return Read(offset, sample); }
+  void SeekTo(UINT offset) override {
+    if (readers > 0) misused = true;
+    std::lock_guard lock(m_mutex);
+    seeks.push_back(offset);
+    m_next = offset;
+  }
+  UINT GetLastPosition() override { return m_start + m_frames - 1; }
+  void Close() override {
+    if (readers > 0) misused = true;
+    ++closes;
+    m_open = false;
+  }
+  void SetTimelineStart(UINT position) override { m_start = position; }
+  UINT GetTimelineStart() override { return m_start; }
+  UINT GetFrameCount() override { return m_frames; }
+  void SetMode(UINT mode, BOOL* changed) override {
+    const UINT before = m_mode.exchange(mode);
+    if (changed != nullptr) *changed = before != mode;
+  }
+  UINT GetMode() override { return m_mode; }
+  void GetTrimInfo(IRkClipTrimInfo**) override {}
+  void SetTrimInfo(IRkClipTrimInfo*) override {}
+
+ private:
+  BOOL Read(UINT offset, IRkAVPlaySample** sample) {
+    ++readers;
+    readGate.Pass();
+    const BOOL result = ReadInside(offset, sample);
+    --readers;
+    return result;
+  }
+  BOOL ReadInside(UINT offset, IRkAVPlaySample** sample) {
+    ++reads;
+    if (!m_open) misused = true;
+    if (offset >= m_frames || offset >= unreadableFrom) return FALSE;
+    CRkRef<IRkAVPlaySample> made;
+    if (!RkCreateAVPlaySample(made.Out())) return FALSE;
+    made->SetPosition(m_start + offset + static_cast<UINT>(positionError.load()));
+    m_next = offset + 1;
+    *sample = made.Detach();
+    return TRUE;
+  }
+
+  const UINT m_frames;
+  std::mutex m_mutex;
+  std::atomic<bool> m_open = false;
+  std::atomic<UINT> m_next = 0;
+  std::atomic<UINT> m_start = 0;
+  std::atomic<UINT> m_mode = 0;
+};
+
+// Writes down every sample's position and every reported interval.
+class CFakeHook : public CFake<IRkClipSampleProcessor> {
+ public:
+  std::function<void(IRkAVPlaySample*)> onSample;
+
+  void ProcessSample(IRkAVPlaySample* sample, IRkPlayBufferPool*) override {
+    if (onSample) onSample(sample);
+    std::lock_guard lock(m_mutex);
+    m_positions.push_back(sample->GetPosition());
+  }
+  void ReportSeekInterval(UINT seconds) override {
+    std::lock_guard lock(m_mutex);
+    m_intervals.push_back(seconds);
+  }
+  std::vector<UINT> Positions() {
+    std::lock_guard lock(m_mutex);
+    return m_positions;
+  }
+  std::vector<UINT> Intervals() {
+    std::lock_guard lock(m_mutex);
+    return m_intervals;
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::vector<UINT> m_positions;
+  std::vector<UINT> m_intervals;
+};
+
+// Writes down the notifications in order ("free", "loading", "started", "ended") and may react.
+class CFakeNotify : public CFake<IRkClipOutputChannelNotify> {
+ public:
+  std::atomic<bool> autoSwitch = true;
+  std::atomic<int> autoSwitchAsked = 0;
+  std::function<void(BOOL)> onFree;
+  std::function<void(BOOL)> onEnd;
+
+  void OnWaitingChannelFree(BOOL free) override {
+    Write(free ? "free" : "loading");
+    if (onFree) onFree(free);
+  }
+  void OnPlayEnd(BOOL ended) override {
+    Write(ended ? "ended" : "started");
+    if (onEnd) onEnd(ended);
+  }
+  BOOL IsAutoSwitch() override {
+    ++autoSwitchAsked;
+    return autoSwitch;
+  }
+  // What came since the last call.
+  std::vector<std::string> Take() {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_events, {});
+  }
+
+ private:
+  void Write(const char* event) {
+    std::lock_guard lock(m_mutex);
+    m_events.emplace_back(event);
+  }
+  std::mutex m_mutex;
+  std::vector<std::string> m_events;
+};
+
+inline CRkRef<IRkClipElementList> MakeList(const std::vector<CRkRef<CFakeElement>>& elements) {
+  CRkRef<IRkClipElementList> list;
+  RkCreateClipElementList(list.Out());
+  for (UINT i = 0; i < elements.size(); ++i) list->InsertElement(i, elements[i].Get());
+  return list;
+}
+
+inline constexpr SRkVideoResolution kTestVideo = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
+inline constexpr SRkWaveFormatInfo kTestAudio = RkMakeWaveFormat(2, 48000, 16);
