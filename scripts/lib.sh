@@ -1,0 +1,56 @@
+# What the scripts share: the packages they need and how a preset is built. Sourced, never run.
+set -euo pipefail
+caller_dir=$PWD
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+RK_BUILD_PACKAGES=(
+  g++ cmake ninja-build pkg-config
+  libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev
+  libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev
+  ffmpeg
+)
+RK_CLANG_PACKAGES=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev)
+
+rk_fail() {
+  echo "$(basename "$0"): $*" >&2
+  exit 1
+}
+
+# Installs what is missing of the packages given; without the right to, says how and stops. On a system
+# without dpkg the packages have other names, and CMake says what it does not find.
+rk_need_packages() {
+  command -v dpkg-query > /dev/null || return 0
+  local package missing=()
+  for package in "$@"; do
+    [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2> /dev/null) == installed ]] || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  local install="apt-get install -y --no-install-recommends ${missing[*]}"
+  [[ $(id -u) == 0 ]] || rk_fail "packages are missing; install them with: sudo $install"
+  echo "Installing ${missing[*]}" >&2
+  export DEBIAN_FRONTEND=noninteractive
+  rk_logged packages apt-get update
+  rk_logged packages $install
+}
+
+# rk_logged NAME COMMAND...: runs the command with its output in build/NAME.log, shown when it fails.
+rk_logged() {
+  local log="build/$1.log"
+  shift
+  mkdir -p build
+  "$@" > "$log" 2>&1 < /dev/null || {
+    tail -n 200 "$log" >&2
+    rk_fail "failed: $* (the whole output is in $log)"
+  }
+}
+
+# rk_build PRESET [TARGET...]: configures and builds in build/PRESET.
+rk_build() {
+  local preset="$1"
+  shift
+  [[ $preset != clang ]] || rk_need_packages "${RK_CLANG_PACKAGES[@]}"
+  rk_need_packages "${RK_BUILD_PACKAGES[@]}"
+  echo "Building preset $preset (output in build/$preset.log)" >&2
+  rk_logged "$preset-configure" cmake --preset "$preset"
+  rk_logged "$preset" cmake --build --preset "$preset" ${1:+--target "$@"}
+}
