@@ -5,6 +5,7 @@
 #include "contracts/RkCreateObject.h"
 #include "output_channel/CRkClipOutputChannel.h"
 #include "source_channel/CRkClipSourceChannel.h"
+#include "source_player/CRkClipSourcePlayer.h"
 
 int RkCreateClipSourceChannel(UINT preRollCount, UINT cacheCapacity, const SRkVideoResolution& resolution,
                               const SRkWaveFormatInfo& format, IRkPlayBufferPool* pool,
@@ -18,4 +19,11 @@ int RkCreateClipOutputChannel(UINT preRollCount, UINT cacheCapacity, const SRkVi
                               IRkClipOutputChannelNotify* notify, IRkClipOutputChannel** out) {
   return RkInitializeAndHandOut(new (std::nothrow) CRkClipOutputChannel, out, preRollCount, cacheCapacity,
                                 resolution, format, pool, notify);
+}
+
+int RkCreateClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format,
+                             IRkPlayBufferPool* pool, IRkClipOutputCallback* callback,
+                             IRkClipSourcePlayer** out) {
+  return RkInitializeAndHandOut(new (std::nothrow) CRkClipSourcePlayer(resolution, format), out, pool,
+                                callback);
 }

@@ -1,0 +1,201 @@
+#include "source_player/CRkClipSourcePlayer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/CRkHandle.h"
+
+namespace {
+
+constexpr int kWorkerPriority = 15;
+constexpr DWORD kStopTimeoutMs = 5000;
+constexpr DWORD kCloseTimeoutMs = 1000;
+constexpr DWORD kSampleWaitMs = 1;
+
+}  // namespace
+
+CRkClipSourcePlayer::CRkClipSourcePlayer(const SRkVideoResolution& resolution,
+                                         const SRkWaveFormatInfo& format)
+    : m_format{format, resolution} {}
+
+CRkClipSourcePlayer::~CRkClipSourcePlayer() {
+  Close();
+  if (m_thread) m_thread->Close(kCloseTimeoutMs);
+}
+
+BOOL CRkClipSourcePlayer::_Initialize(IRkPlayBufferPool* pool, IRkClipOutputCallback* callback) {
+  if (pool == nullptr || !RkCreateWorkerThread(kWorkerPriority, m_thread.Out())) return FALSE;
+  m_thread->SetOption(FALSE);
+  m_thread->Create();
+  m_thread->SetThreadProc(&_ThreadProc, this);
+  m_bufferPool = CRkRef<IRkPlayBufferPool>::Retain(pool);
+  m_callback = CRkRef<IRkClipOutputCallback>::Retain(callback);
+  return TRUE;
+}
+
+BOOL CRkClipSourcePlayer::Open(IRkClipElement* clip) {
+  if (clip == nullptr) return FALSE;
+  Close();
+  CRkRef<IRkClipTrimInfo> info;
+  clip->GetTrimInfo(info.Out());
+  clip->SetTrimInfo(nullptr);
+  if (!clip->Open(m_bufferPool.Get(), 0, &m_format)) return FALSE;
+  m_clip = CRkRef<IRkClipElement>::Retain(clip);
+  m_trimInfo = std::move(info);
+  _TakeOverRanges();
+  Seek(0);
+  return TRUE;
+}
+
+void CRkClipSourcePlayer::Close() {
+  if (!m_clip) return;
+  Stop();
+  m_clip->Close();
+  _TakeRun();  // one that Stop has called off
+  m_clip.Reset();
+  m_trimInfo.Reset();
+  _TakeOverRanges();
+}
+
+BOOL CRkClipSourcePlayer::SetTrimInfo(IRkClipTrimInfo* info) {
+  if (info == nullptr || !m_clip) return FALSE;
+  if (GetState() == RkPlayer_Playing) Stop();
+  if (m_trimInfo) {
+    m_trimInfo->CopyFrom(info);
+  } else {
+    m_trimInfo = CRkRef<IRkClipTrimInfo>::Adopt(info->Clone());
+  }
+  _TakeOverRanges();
+  return TRUE;
+}
+
+// Empty ranges hold no sample, and none is ever stamped with their positions.
+void CRkClipSourcePlayer::_TakeOverRanges() {
+  CRkTrimWalk::Ranges ranges;
+  if (m_trimInfo) m_trimInfo->GetTrimInOuts(ranges);
+  std::erase_if(ranges, [](const auto& range) { return range.in == range.out; });
+  m_trimList = std::move(ranges);
+}
+
+BOOL CRkClipSourcePlayer::Play(UINT startPosition, BOOL loop) {
+  if (!m_clip) return FALSE;
+  if (GetState() == RkPlayer_Playing) return TRUE;
+  return _StartRun(startPosition, loop, CRkTrimWalk());
+}
+
+BOOL CRkClipSourcePlayer::PlayTrimmed(UINT startPosition, BOOL loop) {
+  if (!m_clip) return FALSE;
+  if (GetState() == RkPlayer_Playing) return TRUE;
+  m_clip->SetTrimInfo(m_trimInfo.Get());
+  return _StartRun(startPosition, loop, CRkTrimWalk(m_trimList));
+}
+
+BOOL CRkClipSourcePlayer::_StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk) {
+  {
+    CRkScopedLock lock(m_lock);
+    m_position = startPosition;
+    m_state = RkPlayer_Playing;
+    m_nextRun.number += 1;
+    m_nextRun.counter = walk.Begin(startPosition);
+    m_nextRun.loop = loop != FALSE;
+    m_nextRun.walk = std::move(walk);
+    m_nextRun.clip = m_clip;
+  }
+  m_thread->Start();
+  return TRUE;
+}
+
+void CRkClipSourcePlayer::Stop() {
+  m_thread->RequestStop();
+  m_thread->WaitForStop(kStopTimeoutMs);
+  CRkScopedLock lock(m_lock);
+  m_state = RkPlayer_Stopped;
+}
+
+BOOL CRkClipSourcePlayer::Seek(UINT position) {
+  if (GetState() == RkPlayer_Playing) Stop();
+  if (!m_clip || position >= m_clip->GetFrameCount()) return FALSE;
+  CRkRef<IRkAVPlaySample> sample;
+  if (!m_clip->ReadSampleAt(position, sample.Out()) || !sample) return FALSE;
+  _Show(*sample, position);
+  return TRUE;
+}
+
+UINT CRkClipSourcePlayer::GetPosition() {
+  CRkScopedLock lock(m_lock);
+  return m_position;
+}
+
+UINT CRkClipSourcePlayer::GetState() {
+  CRkScopedLock lock(m_lock);
+  return m_state;
+}
+
+void CRkClipSourcePlayer::_Show(IRkAVPlaySample& sample, UINT position) {
+  {
+    CRkScopedLock lock(m_lock);
+    m_position = position;
+  }
+  if (m_callback) m_callback->OnPlaySample(&sample);
+}
+
+// ---- the worker
+
+UINT CRkClipSourcePlayer::_ThreadProc(void* context, HANDLE stopEvent) {
+  SetThreadDescription(GetCurrentThread(), L"RkSourcePlayer");
+  return static_cast<CRkClipSourcePlayer*>(context)->_PlayLoop(stopEvent);
+}
+
+UINT CRkClipSourcePlayer::_PlayLoop(HANDLE stopEvent) {
+  SRun run = _TakeRun();
+  SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED);
+  if (m_callback) m_callback->OnPlayStart();
+  while (_DeliverToEnd(run, stopEvent) && run.loop) {
+    run.counter = 0;
+    run.walk.Restart();
+  }
+  _EndRun(run);
+  SetThreadExecutionState(ES_CONTINUOUS);
+  return 1;
+}
+
+// Leaves the order without its clip: a run is taken once.
+CRkClipSourcePlayer::SRun CRkClipSourcePlayer::_TakeRun() {
+  CRkScopedLock lock(m_lock);
+  return {m_nextRun.number, m_nextRun.counter, m_nextRun.loop, std::move(m_nextRun.walk),
+          std::move(m_nextRun.clip)};
+}
+
+// From the run's position to the end of the clip. False when the first sample could not be read or the
+// run was asked to stop.
+bool CRkClipSourcePlayer::_DeliverToEnd(SRun& run, HANDLE stopEvent) {
+  CRkRef<IRkAVPlaySample> sample;
+  if (!run.clip->ReadSampleAt(run.counter, sample.Out()) || !sample) return false;
+  while (sample) {
+    if (RkWait(stopEvent, kSampleWaitMs)) return false;
+    _Deliver(run, *sample);
+    run.clip->ReadNextSample(sample.Out());
+  }
+  return !RkWait(stopEvent, kSampleWaitMs);
+}
+
+void CRkClipSourcePlayer::_Deliver(SRun& run, IRkAVPlaySample& sample) {
+  const UINT source = run.walk.SourceOf(run.counter++);
+  sample.SetPosition(source);
+  _Show(sample, source);
+}
+
+// A host that sees the stopped state, or hears of the end, may already order the next run.
+void CRkClipSourcePlayer::_EndRun(const SRun& run) {
+  if (_IsLatestRun(run)) run.clip->SetTrimInfo(nullptr);
+  {
+    CRkScopedLock lock(m_lock);
+    if (run.number == m_nextRun.number) m_state = RkPlayer_Stopped;
+  }
+  if (m_callback) m_callback->OnPlayEnd();
+}
+
+bool CRkClipSourcePlayer::_IsLatestRun(const SRun& run) {
+  CRkScopedLock lock(m_lock);
+  return run.number == m_nextRun.number;
+}
