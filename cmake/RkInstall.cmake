@@ -31,7 +31,6 @@ set(public_headers
   contracts/RkHost.h
   contracts/RkKernel.h
   contracts/RkLogAPI.h
-  contracts/RkMediaElement.h
   contracts/RkMediaRecords.h
   contracts/RkPictureLayout.h
   contracts/RkTypes.h
@@ -45,6 +44,11 @@ set(public_headers
   source_channel/CRkClipSampleCache.h
   source_channel/IRkClipSourceChannel.h
   source_player/IRkClipSourcePlayer.h)
+set(pc_files rkclipplay)
+if(RK_BUILD_HOST)
+  list(APPEND public_headers contracts/RkMediaElement.h)
+  list(APPEND pc_files rkclipplay-media)
+endif()
 foreach(header ${public_headers})
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/RkClipPlay/${folder})
@@ -62,10 +66,6 @@ install(FILES ${PROJECT_BINARY_DIR}/RkClipPlayConfig.cmake ${PROJECT_BINARY_DIR}
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH pc_lib ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH pc_include ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
-set(pc_files rkclipplay)
-if(RK_BUILD_HOST)
-  list(APPEND pc_files rkclipplay-media)
-endif()
 foreach(pc_file ${pc_files})
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc_file}.pc.in ${PROJECT_BINARY_DIR}/${pc_file}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${pc_file}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
