@@ -2,6 +2,11 @@
 
 find_package(Threads REQUIRED)
 
+# Programs load RkClipPlay.dll, whichever compiler made it.
+if(WIN32)
+  set(CMAKE_SHARED_LIBRARY_PREFIX "")
+endif()
+
 # Compiles as C++20 with the project's warnings as errors, symbols hidden, includes from the root.
 function(rk_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_20)

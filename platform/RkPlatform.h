@@ -31,6 +31,11 @@
 #endif
 #include <windows.h>
 
+#ifdef __MINGW32__
+// In the import library, but not in every version of the headers.
+extern "C" __declspec(dllimport) HRESULT WINAPI SetThreadDescription(HANDLE thread, PCWSTR description);
+#endif
+
 #else
 
 #include <cstdint>
