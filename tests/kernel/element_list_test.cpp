@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "contracts/CRkRef.h"
+#include "contracts/RkClipCore.h"
+
+namespace {
+
+using Element = CRkRef<IRkClipElement>;
+
+CRkRef<IRkClipElementList> MakeList() {
+  CRkRef<IRkClipElementList> list;
+  EXPECT_EQ(RkCreateClipElementList(list.Out()), 1);
+  return list;
+}
+
+Element MakeElement(UINT frames) {
+  Element element;
+  EXPECT_EQ(RkCreatePatternClipElement(frames, element.Out()), 1);
+  return element;
+}
+
+Element First(IRkClipElementList& list) {
+  Element element;
+  list.GetFirstElement(element.Out());
+  return element;
+}
+
+Element Next(IRkClipElementList& list, const Element& current) {
+  Element element;
+  list.GetNextElement(current.Get(), element.Out());
+  return element;
+}
+
+TEST(ElementList, refuses_what_has_no_place_in_it) {
+  const auto list = MakeList();
+  const auto element = MakeElement(5);
+  EXPECT_FALSE(list->InsertElement(0, nullptr));
+  EXPECT_FALSE(list->InsertElement(1, element.Get()));
+  EXPECT_TRUE(list->InsertElement(0, element.Get()));
+  EXPECT_FALSE(list->InsertElement(0, element.Get()));
+  EXPECT_FALSE(list->InsertElement(1, element.Get()));
+  EXPECT_FALSE(list->RemoveElement(1));
+  EXPECT_EQ(list->GetCount(), 1);
+}
+
+TEST(ElementList, finds_the_first_and_last_frame_of_every_element) {
+  const auto list = MakeList();
+  const auto a = MakeElement(3), b = MakeElement(1), c = MakeElement(4);
+  list->InsertElement(0, c.Get());
+  list->InsertElement(0, a.Get());
+  list->InsertElement(1, b.Get());
+  const struct {
+    UINT position;
+    const Element& element;
+    UINT offset;
+  } cases[] = {{0, a, 0}, {2, a, 2}, {3, b, 0}, {4, c, 0}, {7, c, 3}};
+  for (const auto& expected : cases) {
+    Element found;
+    UINT offset = 99;
+    EXPECT_TRUE(list->FindElementAtPosition(expected.position, found.Out(), &offset));
+    EXPECT_EQ(found.Get(), expected.element.Get());
+    EXPECT_EQ(offset, expected.offset);
+  }
+  EXPECT_EQ(First(*list).Get(), a.Get());
+  EXPECT_EQ(Next(*list, b).Get(), c.Get());
+  EXPECT_FALSE(Next(*list, c));
+  list->RemoveElement(0);
+  EXPECT_FALSE(Next(*list, a));
+  Element none = a;
+  EXPECT_FALSE(list->FindElementAtPosition(5, none.Out(), nullptr));
+  EXPECT_FALSE(none);
+}
+
+TEST(ElementList, tells_every_element_its_start_at_each_edit) {
+  const auto list = MakeList();
+  const auto a = MakeElement(3), b = MakeElement(5), c = MakeElement(7);
+  list->InsertElement(0, a.Get());
+  list->InsertElement(1, b.Get());
+  EXPECT_EQ(b->GetTimelineStart(), 3u);
+  EXPECT_EQ(b->GetLastPosition(), 7u);
+  list->InsertElement(0, c.Get());
+  EXPECT_EQ(a->GetTimelineStart(), 7u);
+  EXPECT_EQ(b->GetTimelineStart(), 10u);
+  EXPECT_TRUE(list->RemoveElement(1));
+  EXPECT_EQ(a->GetTimelineStart(), 0u);
+  EXPECT_EQ(b->GetTimelineStart(), 7u);
+  list->RemoveAll();
+  EXPECT_EQ(b->GetTimelineStart(), 0u);
+  EXPECT_FALSE(First(*list));
+}
+
+TEST(ElementList, tells_starts_anew_when_a_trimmed_element_precedes_what_it_hands_out) {
+  const auto list = MakeList();
+  const auto a = MakeElement(10), b = MakeElement(10);
+  list->InsertElement(0, a.Get());
+  list->InsertElement(1, b.Get());
+  CRkRef<IRkClipTrimInfo> trim;
+  RkCreateClipTrimInfo({{2, 4}}, trim.Out());
+
+  a->SetTrimInfo(trim.Get());
+  EXPECT_EQ(list->GetTotalFrameCount(), 12u);
+  EXPECT_EQ(Next(*list, a).Get(), b.Get());
+  EXPECT_EQ(b->GetTimelineStart(), 2u);
+  a->SetTrimInfo(nullptr);
+  Element found;
+  EXPECT_TRUE(list->FindElementAtPosition(11, found.Out(), nullptr));
+  EXPECT_EQ(found.Get(), b.Get());
+  EXPECT_EQ(b->GetTimelineStart(), 10u);
+}
+
+TEST(ElementList, keeps_every_position_below_the_one_that_means_none) {
+  const auto list = MakeList();
+  const auto most = MakeElement(kRkNoPosition - 2), one = MakeElement(1), two = MakeElement(2);
+  EXPECT_TRUE(list->InsertElement(0, most.Get()));
+  EXPECT_FALSE(list->InsertElement(1, two.Get()));
+  EXPECT_TRUE(list->InsertElement(1, one.Get()));
+  EXPECT_EQ(list->GetTotalFrameCount(), kRkNoPosition - 1);
+  EXPECT_EQ(one->GetLastPosition(), kRkNoPosition - 2);
+}
+
+TEST(ElementList, may_be_edited_while_a_worker_walks_it) {
+  const auto list = MakeList();
+  const std::vector<Element> elements = {MakeElement(3), MakeElement(4), MakeElement(5)};
+  std::atomic<bool> edited = false;
+  std::thread worker([&] {
+    while (!edited) {
+      for (Element at = First(*list); at; at = Next(*list, at)) EXPECT_LE(at->GetTimelineStart(), 9u);
+      Element found;
+      list->FindElementAtPosition(6, found.Out(), nullptr);
+    }
+  });
+  for (UINT round = 0; round < 2000; ++round) {
+    for (const auto& element : elements) EXPECT_TRUE(list->InsertElement(0, element.Get()));
+    EXPECT_TRUE(list->RemoveElement(1));
+    list->RemoveAll();
+  }
+  edited = true;
+  worker.join();
+  for (const auto& element : elements) EXPECT_EQ(element->GetTimelineStart(), 0u);
+}
+
+}  // namespace
