@@ -4,6 +4,7 @@
 
 #include "contracts/RkCreateObject.h"
 #include "contracts/RkLogLine.h"
+#include "platform/CRkDeadline.h"
 #include "source_channel/CRkClipSourceChannel.h"
 
 namespace {
@@ -296,7 +297,7 @@ BOOL CRkClipOutputChannel::SwitchPlay(UINT* position) {
   CRkFunctionLog banner(L"------>CRkClipOutputChannel::SwitchPlay<------\n");
   ResetEvent(m_switchDone);
   SetEvent(m_switchRequest);
-  if (!RkWait(m_switchDone, kSwitchPlayTimeoutMs)) {
+  if (!_AwaitSwitch()) {
     RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchPlay", __LINE__,
                    L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it "
                    L"happens!\n");
@@ -306,6 +307,16 @@ BOOL CRkClipOutputChannel::SwitchPlay(UINT* position) {
   RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchPlay", __LINE__,
                  L"CRkClipOutputChannel::SwitchPlay Successed!\n");
   return TRUE;
+}
+
+// An answer to an earlier request, one whose wait had run out, leaves the request of this call standing.
+bool CRkClipOutputChannel::_AwaitSwitch() {
+  const CRkDeadline deadline(kSwitchPlayTimeoutMs);
+  while (RkWait(m_switchDone, deadline.RemainingMs())) {
+    ResetEvent(m_switchDone);
+    if (!_SwitchIsRequested()) return true;
+  }
+  return false;
 }
 
 // ---- editing the Waiting channel

@@ -81,6 +81,7 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
   bool _FindsSomethingToDo(UINT* status, std::optional<bool>& autoSwitch);
   bool _IsAutoSwitch(std::optional<bool>& autoSwitch);
   bool _SwitchIsRequested() const { return RkWait(m_switchRequest, 0); }
+  bool _AwaitSwitch();
   void _TakeRequest() RK_REQUIRES(m_controlLock, m_sampleLock);
   BOOL _ServeRequest(UINT* status) RK_REQUIRES(m_controlLock, m_sampleLock);
   BOOL _PassOnAtEnd(UINT* status, bool autoSwitch) RK_REQUIRES(m_controlLock, m_sampleLock);
