@@ -1,0 +1,211 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "contracts/CRkPoolElement.h"
+#include "contracts/CRkRef.h"
+#include "contracts/CRkUnknown.h"
+#include "contracts/RkKernel.h"
+
+namespace {
+
+struct CPlane : CRkUnknown<IRkUnknown> {};
+
+// A host's own kind of picture, whose counts say nothing.
+struct CForeignVideo : IRkVideoSample {
+  UINT index = 9;
+  UINT AddRef() override { return 2; }
+  UINT Release() override { return 2; }
+  void OnFinalRelease() override {}
+  BOOL GetBuffer(UINT, IRkUnknown**) override { return FALSE; }
+  UINT GetFrameIndex() override { return index; }
+  void SetBuffer(UINT, IRkUnknown*) override {}
+  void SetFrameIndex(UINT value) override { index = value; }
+};
+
+template <class T>
+CRkRef<T> Make(int (*factory)(T**)) {
+  CRkRef<T> object;
+  EXPECT_EQ(factory(object.Out()), 1);
+  return object;
+}
+
+CRkRef<IRkUnknown> MakePlane() {
+  return CRkRef<IRkUnknown>::Adopt(new CPlane);
+}
+
+CRkRef<IRkAudioSample> MakeAudio() {
+  CRkRef<IRkAudioSample> audio;
+  EXPECT_EQ(RkCreateUserAudioSample(RkMakeWaveFormat(2, 48000, 16), nullptr, 10, audio.Out()), 1);
+  return audio;
+}
+
+CRkRef<IRkAVPlaySample> MakePicture(UINT index) {
+  const auto video = Make(RkCreateVideoSample);
+  EXPECT_EQ(video->GetFrameIndex(), kRkNoPosition);
+  video->SetFrameIndex(index);
+  for (UINT plane = 0; plane < 3; ++plane) video->SetBuffer(plane, MakePlane().Get());
+  auto sample = Make(RkCreateAVPlaySample);
+  sample->SetVideoSample(video.Get());
+  return sample;
+}
+
+CRkRef<IRkVideoSample> VideoOf(const CRkRef<IRkAVPlaySample>& sample) {
+  CRkRef<IRkVideoSample> video;
+  sample->GetVideoSample(video.Out());
+  return video;
+}
+
+CRkRef<IRkAudioSample> AudioOf(const CRkRef<IRkAVPlaySample>& sample, UINT block) {
+  CRkRef<IRkAudioSample> audio;
+  sample->GetAudioSample(block, 0, audio.Out());
+  return audio;
+}
+
+IRkUnknown* PlaneOf(const CRkRef<IRkVideoSample>& video, UINT index) {
+  CRkRef<IRkUnknown> plane;
+  const BOOL has = video->GetBuffer(index, plane.Out());
+  EXPECT_EQ(has != FALSE, static_cast<bool>(plane));
+  return plane.Get();
+}
+
+TEST(Samples, a_copy_shares_planes_sound_and_attachment_but_is_stamped_on_its_own) {
+  const auto source = MakePicture(3);
+  const auto target = Make(RkCreateAVPlaySample);
+  const auto attachment = MakePlane();
+  source->SetPosition(7);
+  for (UINT block = 0; block < 2; ++block) source->SetAudioSample(block, MakeAudio().Get());
+  for (UINT block = 0; block < 3; ++block) target->SetAudioSample(block, MakeAudio().Get());
+  source->SetAttachment(attachment.Get());
+
+  source->CopyTo(target.Get());
+  source->CopyTo(source.Get());
+  EXPECT_EQ(target->GetPosition(), 7u);
+  EXPECT_EQ(VideoOf(target)->GetFrameIndex(), 3u);
+  VideoOf(target)->SetFrameIndex(200);
+  VideoOf(target)->SetBuffer(0, nullptr);
+
+  EXPECT_EQ(VideoOf(source)->GetFrameIndex(), 3u);
+  EXPECT_NE(PlaneOf(VideoOf(source), 0), nullptr);
+  EXPECT_EQ(PlaneOf(VideoOf(target), 0), nullptr);
+  EXPECT_EQ(PlaneOf(VideoOf(source), 2), PlaneOf(VideoOf(target), 2));
+  EXPECT_EQ(PlaneOf(VideoOf(target), 4), nullptr);
+  EXPECT_EQ(AudioOf(source, 1).Get(), AudioOf(target, 1).Get());
+  EXPECT_FALSE(AudioOf(target, 2));
+  CRkRef<IRkUnknown> item;
+  EXPECT_TRUE(target->GetAttachment(0, item.Out()));
+  EXPECT_EQ(item.Get(), attachment.Get());
+
+  Make(RkCreateAVPlaySample)->CopyTo(target.Get());
+  EXPECT_EQ(target->GetPosition(), kRkNoPosition);
+  EXPECT_FALSE(VideoOf(target));
+  EXPECT_FALSE(AudioOf(target, 0));
+  EXPECT_FALSE(target->GetAttachment(0, item.Out()));
+}
+
+TEST(Samples, copying_again_writes_only_to_a_picture_that_nobody_else_holds) {
+  const auto first = MakePicture(1);
+  const auto second = MakePicture(2);
+  const auto target = Make(RkCreateAVPlaySample);
+  first->CopyTo(target.Get());
+  const auto queued = VideoOf(target);
+  second->CopyTo(target.Get());
+  EXPECT_EQ(queued->GetFrameIndex(), 1u);
+  EXPECT_EQ(PlaneOf(queued, 0), PlaneOf(VideoOf(first), 0));
+  EXPECT_EQ(VideoOf(target)->GetFrameIndex(), 2u);
+
+  IRkVideoSample* const unshared = VideoOf(target).Get();
+  first->CopyTo(target.Get());
+  EXPECT_EQ(VideoOf(target).Get(), unshared);
+  EXPECT_EQ(unshared->GetFrameIndex(), 1u);
+
+  target->SetVideoSample(VideoOf(second).Get());
+  first->CopyTo(target.Get());
+  EXPECT_EQ(VideoOf(second)->GetFrameIndex(), 2u);
+
+  CForeignVideo foreign;
+  target->SetVideoSample(&foreign);
+  first->CopyTo(target.Get());
+  EXPECT_EQ(foreign.index, 9u);
+  EXPECT_EQ(VideoOf(target)->GetFrameIndex(), 1u);
+}
+
+TEST(Samples, audio_blocks_are_put_in_order_and_null_takes_away_the_rest) {
+  const auto sample = Make(RkCreateAVPlaySample);
+  sample->SetAudioSample(1, MakeAudio().Get());
+  EXPECT_FALSE(AudioOf(sample, 1));
+  for (UINT block = 0; block < 4; ++block) sample->SetAudioSample(block, MakeAudio().Get());
+  const auto replacement = MakeAudio();
+  sample->SetAudioSample(1, replacement.Get());
+  sample->SetAudioSample(2, nullptr);
+  EXPECT_EQ(AudioOf(sample, 1).Get(), replacement.Get());
+  EXPECT_FALSE(AudioOf(sample, 2));
+  EXPECT_FALSE(AudioOf(sample, 3));
+}
+
+TEST(Samples, of_many_releasing_threads_exactly_one_gives_a_pool_element_back) {
+  struct COwner : CRkUnknown<IRkPoolElementOwner> {
+    std::atomic<int> givenBack{0};
+    void GiveBack(IRkPoolElement*) override { ++givenBack; }
+  };
+  struct CElement : CRkPoolElement<IRkPoolElement> {
+    std::atomic<int>* finals = nullptr;
+    void OnFinalRelease() override { ++*finals; }
+  };
+  const auto owner = CRkRef<COwner>::Adopt(new COwner);
+  std::atomic<int> finals{0};
+  auto* const element = new CElement;
+  element->finals = &finals;
+  element->SetOwner(owner.Get());
+  for (int round = 1; round <= 200; ++round) {
+    std::vector<std::thread> users;
+    for (int user = 0; user < 3; ++user) element->AddRef();
+    ASSERT_EQ(element->UserCount(), 3u);
+    for (int user = 0; user < 3; ++user) users.emplace_back([element] { element->Release(); });
+    for (auto& user : users) user.join();
+    ASSERT_EQ(owner->givenBack, round);
+  }
+  EXPECT_EQ(finals, 0);
+  EXPECT_EQ(element->Release(), 0u);
+  EXPECT_EQ(finals, 1);
+}
+
+TEST(UserAudioSample, counts_in_bytes_what_is_valid_and_cuts_it_to_the_capacity) {
+  BYTE memory[18 * 4] = {};
+  for (void* data : {static_cast<void*>(nullptr), static_cast<void*>(memory)}) {
+    CRkRef<IRkAudioSample> audio;
+    ASSERT_EQ(RkCreateUserAudioSample(RkMakeWaveFormat(6, 48000, 24), data, 4, audio.Out()), 1);
+    SRkLockAudioSample lock{};
+    SRkAudioSampleInfo info{};
+    audio->Lock(&lock);
+    EXPECT_EQ(lock.sampleCount, 0u);
+    EXPECT_TRUE(data == nullptr || lock.data == memory);
+    std::fill_n(lock.data, sizeof(memory), BYTE{1});
+    audio->Unlock();
+    audio->SetSampleCount(3);
+    audio->GetInfo(&info);
+    EXPECT_EQ(info.dataLength, 54u);
+    audio->SetSampleCount(5);
+    audio->Lock(&lock);
+    EXPECT_EQ(lock.sampleCount, 4u);
+    EXPECT_EQ(lock.capacity, 4u);
+    audio->Unlock();
+  }
+}
+
+TEST(UserAudioSample, refuses_what_it_cannot_hold_and_leaves_the_out_parameter) {
+  auto misaligned = RkMakeWaveFormat(2, 48000, 16);
+  misaligned.blockAlign = 3;
+  const SRkWaveFormatInfo refused[] = {RkMakeWaveFormat(0, 48000, 16),     RkMakeWaveFormat(-2, 48000, 16),
+                                       RkMakeWaveFormat(2, 48000, 12),     RkMakeWaveFormat(2, 48000, 64),
+                                       RkMakeWaveFormat(32768, 48000, 16), misaligned};
+  IRkAudioSample* audio = nullptr;
+  for (const auto& format : refused) EXPECT_EQ(RkCreateUserAudioSample(format, nullptr, 10, &audio), 0);
+  EXPECT_EQ(RkCreateUserAudioSample(RkMakeWaveFormat(2, 48000, 16), nullptr, 0x40000000, &audio), 0);
+  EXPECT_EQ(audio, nullptr);
+}
+
+}  // namespace
