@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "contracts/RkMediaRecords.h"
+#include "host/ClipArgument.h"
+#include "host/ClipList.h"
+#include "host/Options.h"
+
+namespace rkplay {
+
+// What is to be played, checked to the end: every clip has been opened once.
+struct Programme {
+  SRkClipFormat format;
+  std::vector<ClipList> lists;
+  std::vector<std::string> inputPaths;  // every file that is read
+};
+
+// Turns the command line's clips into lists of elements of their own, and chooses the format. Throws
+// UsageError, naming the file and the reason.
+Programme LoadProgramme(const Options& options);
+
+}  // namespace rkplay

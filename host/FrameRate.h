@@ -1,0 +1,26 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "contracts/RkMediaRecords.h"
+
+namespace rkplay {
+
+// The ERkFrameRate of a name such as 25, 29.97 or 30000/1001; nothing for any other text.
+std::optional<int> ParseFrameRate(std::string_view name);
+
+// "25", "29.97", ...
+const char* FrameRateName(int frameRate);
+// All names, for messages.
+std::string FrameRateNames();
+
+// When frame `frame` begins, counted from frame 0. Derived from the count, so it never drifts.
+std::chrono::nanoseconds FrameTime(int frameRate, ULONGLONG frame);
+
+// hours:minutes:seconds:frames; drop-frame, written with ';', at 29.97 and 59.94.
+std::string Timecode(int frameRate, ULONGLONG frame);
+
+}  // namespace rkplay

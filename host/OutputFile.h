@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace rkplay {
+
+// A file that is written front to back. After the first failure nothing more is written and Error() says
+// what went wrong, with the file's name.
+class OutputFile {
+ public:
+  // Creates or empties the file; throws UsageError when that is refused.
+  explicit OutputFile(const std::string& path);
+
+  bool Write(const void* data, size_t bytes);
+  // Puts bytes in place of others that were written before; the next Write goes on at the end.
+  bool Overwrite(long offset, const void* data, size_t bytes);
+  // Writes out what is buffered and closes. False when anything at all was not written.
+  bool Close();
+
+  bool Fail(const std::string& reason);
+  const std::string& Error() const { return m_error; }
+
+ private:
+  struct Closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  bool _FailWithErrno();
+
+  std::string m_path;
+  std::unique_ptr<std::FILE, Closer> m_file;
+  std::string m_error;
+};
+
+}  // namespace rkplay

@@ -1,0 +1,67 @@
+#include "host/Y4mWriter.h"
+
+#include <string_view>
+
+#include "contracts/CRkRef.h"
+#include "contracts/RkHost.h"
+#include "contracts/RkPictureLayout.h"
+
+namespace rkplay {
+namespace {
+
+const char* ColourTag(int pixelFormat) {
+  switch (pixelFormat) {
+    case RkPixelFormat_I422:
+      return "C422 XYSCSS=422";
+    case RkPixelFormat_I444:
+      return "C444 XYSCSS=444";
+    default:
+      return "C420jpeg XYSCSS=420JPEG";
+  }
+}
+
+std::string Header(const SRkVideoResolution& video) {
+  const auto [numerator, denominator] = kRkFrameRates[video.frameRate];
+  return "YUV4MPEG2 W" + std::to_string(video.width) + " H" + std::to_string(video.height) + " F" +
+         std::to_string(numerator) + ":" + std::to_string(denominator) + " Ip A" +
+         std::to_string(video.aspectNumerator) + ":" + std::to_string(video.aspectDenominator) + " " +
+         ColourTag(video.pixelFormat) +
+         (video.colorRange == RkColorRange_Full ? " XCOLORRANGE=FULL\n" : " XCOLORRANGE=LIMITED\n");
+}
+
+}  // namespace
+
+Y4mWriter::Y4mWriter(const std::string& path, const SRkVideoResolution& video)
+    : m_video(video), m_file(path) {
+  const std::string header = Header(video);
+  m_file.Write(header.data(), header.size());
+}
+
+bool Y4mWriter::Write(IRkAVPlaySample& sample) {
+  CRkRef<IRkVideoSample> picture;
+  sample.GetVideoSample(picture.Out());
+  if (!picture) return m_file.Fail("a frame came without a picture");
+  constexpr std::string_view kFrame = "FRAME\n";
+  if (!m_file.Write(kFrame.data(), kFrame.size())) return false;
+  for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
+    if (!_WritePlane(*picture.Get(), plane)) return false;
+  }
+  return true;
+}
+
+bool Y4mWriter::_WritePlane(IRkVideoSample& picture, UINT plane) {
+  const SRkPlaneLayout layout = RkPlaneLayout(m_video, plane);
+  CRkRef<IRkUnknown> held;
+  picture.GetBuffer(plane, held.Out());
+  auto* buffer = dynamic_cast<IRkPlayBuffer*>(held.Get());
+  if (buffer == nullptr || buffer->GetCapacity() < layout.Bytes()) {
+    return m_file.Fail("a picture came without all its planes");
+  }
+  const BYTE* row = buffer->GetData();
+  for (int y = 0; y < layout.height; ++y, row += layout.stride) {
+    if (!m_file.Write(row, static_cast<size_t>(layout.width))) return false;
+  }
+  return true;
+}
+
+}  // namespace rkplay

@@ -1,0 +1,61 @@
+// rkplay: plays clip lists through an output channel.
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "contracts/RkLogAPI.h"
+#include "host/ClipLoader.h"
+#include "host/Options.h"
+#include "host/Player.h"
+#include "host/StopSignal.h"
+#include "host/UsageError.h"
+
+namespace rkplay {
+namespace {
+
+constexpr int kUsageStatus = 2;
+
+// One line, whatever a file name may hold.
+void PrintError(std::string line) {
+  std::replace_if(
+      line.begin(), line.end(), [](unsigned char letter) { return letter < ' '; }, '?');
+  std::fprintf(stderr, "rkplay: %s\n", line.c_str());
+}
+
+int Play(const Options& options) {
+  Programme programme = LoadProgramme(options);
+  RefuseOverwriting(options, programme.inputPaths);
+  std::optional<OutputFile> statsFile;
+  if (!options.statsPath.empty()) statsFile.emplace(options.statsPath);
+  FrameOutput output(options, programme.format);
+  if (!options.logPath.empty() && !RkLog_SetFile(options.logPath.c_str())) {
+    throw UsageError(options.logPath + ": cannot be written");
+  }
+  Statistics statistics = Player(programme, options, output).Run();
+  if (!options.logPath.empty()) RkLog_SetFile(nullptr);
+
+  PrintSummary(statistics, stdout);
+  if (statsFile) {
+    const std::string json = ToJson(statistics);
+    statsFile->Write(json.data(), json.size());
+    if (!statsFile->Close()) statistics.errors.push_back(statsFile->Error());
+  }
+  for (const std::string& error : statistics.errors) PrintError(error);
+  return statistics.ExitCode();
+}
+
+}  // namespace
+}  // namespace rkplay
+
+int main(int argumentCount, char** arguments) {
+  try {
+    const auto options = rkplay::ParseOptions(argumentCount, arguments);
+    if (!options) return 0;
+    rkplay::CatchStopSignals();
+    return rkplay::Play(*options);
+  } catch (const rkplay::UsageError& error) {
+    rkplay::PrintError(error.what());
+    return rkplay::kUsageStatus;
+  }
+}
