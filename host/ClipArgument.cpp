@@ -25,11 +25,17 @@ std::optional<std::string> CutSuffix(std::string& name, char mark) {
   return suffix;
 }
 
+// A malformed suffix may also be part of the name of a file that does not exist.
+[[noreturn]] void RefuseSuffix(const std::string& clip, const std::string& complaint) {
+  const bool isPattern = clip.starts_with(kPatternPrefix);
+  throw UsageError(clip + ": " + complaint + (isPattern ? "" : ", and there is no file of that name"));
+}
+
 int ParseRepeatCount(const std::string& text, const std::string& clip) {
   if (text.empty()) return kRkRepeatEndless;
   const auto count = ParseNumber<int>(text, 1, std::numeric_limits<int>::max());
   if (count) return *count;
-  throw UsageError(clip + ": no such file, and '*" + text + "' is not a repeat count of at least 1");
+  RefuseSuffix(clip, "'*" + text + "' is not a repeat count of at least 1");
 }
 
 FrameRange ParseRange(const std::string& text, const std::string& clip) {
@@ -40,7 +46,7 @@ FrameRange ParseRange(const std::string& text, const std::string& clip) {
     if (in && out && *in < *out) return {*in, *out};
     if (in && out) throw UsageError(clip + ": the range " + text + " is empty (IN must be below OUT)");
   }
-  throw UsageError(clip + ": no such file, and '@" + text + "' is not a frame range IN-OUT");
+  RefuseSuffix(clip, "'@" + text + "' is not a frame range IN-OUT");
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ bool IsSameFile(const std::string& one, const std::string& other) {
   std::error_code error;
   if (fs::exists(one, error) && !fs::is_regular_file(one, error)) return false;
   if (fs::equivalent(one, other, error)) return true;
-  return fs::weakly_canonical(one, error) == fs::weakly_canonical(other, error);
+  return fs::weakly_canonical(fs::absolute(one), error) == fs::weakly_canonical(fs::absolute(other), error);
 }
 
 }  // namespace

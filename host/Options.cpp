@@ -1,6 +1,7 @@
 #include "host/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 
 #include "host/FrameRate.h"
@@ -18,31 +19,36 @@ constexpr DWORD kMaximumAudioRate = 192000;
 constexpr char kDescription[] =
     "Plays clip lists through an output channel, one after the other without a gap.";
 
-constexpr char kClipHelp[] =
-    "A clip list: a media file, pattern:[FRAMES] (colour bars and a tone, 250 frames when no count is "
-    "given), or an .m3u/.m3u8 playlist, whose clips play as one list. @IN-OUT plays only the frames from "
-    "IN up to, not including, OUT, counted from 0 at the output's frame rate, on a playlist over all its "
-    "clips. *N plays the list N times, * alone for ever. An existing file whose own name has @ or * in it "
-    "is that file";
+constexpr char kClipHelp[] = "A clip list, NAME[@IN-OUT][*N]: see below";
 
-constexpr char kFooter[] =
-    R"(The format that is not given comes from the clips: size, rate and pixels from the first with a picture,
-sound from the first with sound. Every clip is opened before anything goes on air. The next list is
-cued while one plays. Enter takes the next list when one has ended (--manual), or leaves an endless
-one at once; after the last list there is nothing to take.
+constexpr char kFooter[] = R"(Clip lists, NAME[@IN-OUT][*N]:
+  NAME      a media file;
+            pattern:[FRAMES], colour bars and a tone (250 frames when no count is given);
+            or an .m3u or .m3u8 playlist, whose clips play as one list: a file or pattern:[FRAMES]
+            a line, relative to the playlist's folder, # begins a comment
+  @IN-OUT   only the frames from IN up to, but not with, OUT, counted from 0 at the output's frame
+            rate; on a playlist over all its clips
+  *N        the list N times; * alone for ever
+An existing file whose own name has an @ or * in it is that file.
 
-Playlists: one file or pattern:[FRAMES] a line, relative to the playlist's folder; # begins a comment.
+Every clip is opened before anything goes on air, and the next list is always cued while one plays.
+What is not given of the output format comes from the clips: size, frame rate and pixel format from
+the first with a picture, sound from the first with sound.
+
+With --manual, Enter takes the next list once one has ended, and leaves an endless list at once. After
+the last list there is nothing to take: it ends by itself.
 
 Exit status:
   0    every list was played whole
   1    something could not be played to its end, or an output file could not be written
   2    bad arguments, or a clip or output file that cannot be opened; nothing was played
-  130  stopped by Ctrl-C (143: by SIGTERM); the summary is printed all the same
+  130  stopped by Ctrl-C (143: by SIGTERM), after the summary
 
 Examples:
   rkplay opener.mp4 news.mov closer.mp4 --realtime
   rkplay 'clip.mp4@50-100*3' pattern:100 --video out.y4m --audio out.wav
-  rkplay 'pattern:*' show.m3u --manual --rate 29.97 --size 1280x720)";
+  rkplay 'pattern:*' show.m3u --manual --rate 29.97 --size 1280x720
+)";
 
 template <class Value>
 Value Require(const std::optional<Value>& value, const std::string& complaint) {

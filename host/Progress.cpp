@@ -35,7 +35,7 @@ void Progress::ListBegins(size_t index, const ClipList& list) {
   m_total = announced ? Frames(m_frameRate, *announced) : "endless";
   m_framesOfList = 0;
   m_nextShow = Clock::now();
-  if (!m_isTerminal) _Show(m_list + m_total + "  " + m_title);
+  if (!m_isTerminal) _Show(m_list + "begins, " + m_total + "  " + m_title);
 }
 
 void Progress::FrameDelivered() {

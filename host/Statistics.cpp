@@ -61,7 +61,7 @@ Json ToJson(const SRkClipFormat& format) {
 void PrintList(const ListResult& list, size_t number, std::FILE* out) {
   const std::string announced = list.announcedFrames ? std::to_string(*list.announcedFrames) : "endless";
   char wait[32] = "-";
-  if (list.firstSampleWaitMs) std::snprintf(wait, sizeof(wait), "%.1f ms", *list.firstSampleWaitMs);
+  if (list.firstSampleWaitMs) std::snprintf(wait, sizeof(wait), "%.2f ms", *list.firstSampleWaitMs);
   std::fprintf(out, "%5zu  %10llu  %10s  %12s  %11llu  %-10s  %s\n", number, list.deliveredFrames,
                announced.c_str(), wait, list.readErrors, NameOf(list.outcome), list.clip.c_str());
 }
@@ -113,14 +113,14 @@ void PrintSummary(const Statistics& statistics, std::FILE* out) {
   std::fprintf(out, "\ndelivered     %llu frames (%s) in %.2f s, %.1f times playing speed\n", frames,
                Timecode(statistics.format.video.frameRate, frames).c_str(), statistics.wallSeconds,
                statistics.Speed());
-  std::fprintf(out, "change-overs  %llu, longest wait for a first frame %.1f ms\n", statistics.ChangeOvers(),
+  std::fprintf(out, "change-overs  %llu, longest wait for a first frame %.2f ms\n", statistics.ChangeOvers(),
                statistics.LongestChangeOverMs());
   std::fprintf(out, "read errors   %llu\n", statistics.ReadErrorCount());
   if (statistics.realtime) {
     std::fprintf(out, "late frames   %llu, the latest by %.1f ms\n", statistics.lateFrames,
                  statistics.worstLateMs);
   }
-  std::fprintf(out, "worst stop    %.1f ms\n", statistics.worstStopMs);
+  std::fprintf(out, "worst stop    %.2f ms\n", statistics.worstStopMs);
   std::fflush(out);
 }
 
