@@ -1,0 +1,162 @@
+#include "source_channel/CRkClipSampleCache.h"
+
+#include "tests/source_channel/SourceChannelTest.h"
+
+namespace {
+
+// Takes what is there at once: the sample's position and its tag, or kNone.
+using Taken = std::pair<UINT, LONG>;
+constexpr Taken kNone = {kRkNoPosition, -7};
+
+class SampleCacheTest : public testing::Test {
+ protected:
+  static CRkRef<CRkClipSampleCache> MakeCache(UINT capacity) {
+    return CRkRef<CRkClipSampleCache>::Adopt(new CRkClipSampleCache(capacity));
+  }
+
+  static CRkRef<IRkAVPlaySample> MakeSample(UINT position = 0) {
+    CRkRef<IRkAVPlaySample> sample;
+    RkCreateAVPlaySample(sample.Out());
+    sample->SetPosition(position);
+    return sample;
+  }
+
+  // With a signalled abort event a put into a full cache gives up at once.
+  BOOL TryPut(UINT position, LONG tag = 0) {
+    return cache->PutSample(MakeSample(position).Get(), tag, aborted);
+  }
+
+  Taken TryTake(UINT timeoutMs = 0) {
+    CRkRef<IRkAVPlaySample> sample;
+    Taken taken = kNone;
+    if (cache->GetSample(timeoutMs, sample.Out(), &taken.second)) taken.first = sample->GetPosition();
+    EXPECT_EQ(taken == kNone, !sample);
+    return taken;
+  }
+
+  const CRkHandle aborted{CreateEventW(nullptr, TRUE, TRUE, nullptr)};
+  CRkRef<CRkClipSampleCache> cache = MakeCache(3);
+};
+
+TEST_F(SampleCacheTest, works_only_with_a_capacity_that_semaphores_can_count) {
+  EXPECT_TRUE(MakeCache(1)->IsValid());
+  EXPECT_FALSE(MakeCache(0)->IsValid());
+  EXPECT_FALSE(MakeCache(0x80000000u)->IsValid());
+  EXPECT_FALSE(MakeCache(0xFFFFFFFFu)->IsValid());
+}
+
+TEST_F(SampleCacheTest, gives_samples_back_in_order_with_their_tags_over_many_rounds) {
+  UINT put = 0, taken = 0;
+  for (int round = 0; round < 20; ++round) {
+    for (int i = 0; i < 1 + round % 3; ++i, ++put) EXPECT_TRUE(TryPut(put, -static_cast<LONG>(put)));
+    for (; taken < put; ++taken) EXPECT_EQ(TryTake(), Taken(taken, -static_cast<LONG>(taken)));
+  }
+  EXPECT_EQ(TryTake(), kNone);
+}
+
+TEST_F(SampleCacheTest, free_space_wins_over_an_abort_and_a_full_cache_gives_up_unchanged) {
+  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+  const auto refused = MakeSample(3);
+  EXPECT_FALSE(cache->PutSample(refused.Get(), 0, aborted));
+  EXPECT_EQ(References(*refused), 1u);
+  for (UINT i = 0; i < 3; ++i) EXPECT_EQ(TryTake().first, i);
+  EXPECT_EQ(TryTake(), kNone);
+}
+
+TEST_F(SampleCacheTest, refuses_null_without_using_up_space) {
+  EXPECT_FALSE(cache->PutSample(nullptr, 0, nullptr));
+  LONG tag = 0;
+  EXPECT_FALSE(cache->GetSample(INFINITE, nullptr, &tag));
+  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+}
+
+TEST_F(SampleCacheTest, holds_one_reference_to_a_queued_sample_and_none_to_another) {
+  const auto sample = MakeSample();
+  for (int i = 0; i < 3; ++i) cache->PutSample(sample.Get(), i, nullptr);
+  EXPECT_EQ(References(*sample), 4u);
+  EXPECT_EQ(TryTake().second, 0);
+  EXPECT_EQ(References(*sample), 3u);
+  EXPECT_TRUE(cache->Flush());
+  EXPECT_EQ(References(*sample), 1u);
+  cache->PutSample(sample.Get(), 0, nullptr);
+  cache.Reset();
+  EXPECT_EQ(References(*sample), 1u);
+}
+
+TEST_F(SampleCacheTest, has_room_for_exactly_its_capacity_after_a_flush) {
+  for (UINT held = 0; held <= 3; ++held) {
+    for (UINT i = 0; i < held; ++i) EXPECT_TRUE(TryPut(i));
+    EXPECT_TRUE(cache->Flush());
+    EXPECT_EQ(TryTake(), kNone);
+    for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+    EXPECT_FALSE(TryPut(3));
+    EXPECT_TRUE(cache->Flush());
+  }
+}
+
+TEST_F(SampleCacheTest, a_blocked_put_goes_on_after_a_take_a_flush_or_an_abort) {
+  const CRkHandle abort = CRkHandle::ManualResetEvent();
+  const auto blockedPut = [&](BOOL expected, const std::function<void()>& ending) {
+    CBlockedCall put([&, expected] { EXPECT_EQ(cache->PutSample(MakeSample(9).Get(), 9, abort), expected); });
+    ending();
+  };
+  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i, static_cast<LONG>(i)));
+  blockedPut(TRUE, [&] { EXPECT_EQ(TryTake(), Taken(0, 0)); });
+  blockedPut(TRUE, [&] { cache->Flush(); });
+  EXPECT_EQ(TryTake(), Taken(9, 9));
+  EXPECT_EQ(TryTake(), kNone);
+  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+  blockedPut(FALSE, [&] { SetEvent(abort); });
+}
+
+TEST_F(SampleCacheTest, only_a_put_during_the_wait_reaches_the_count) {
+  EXPECT_TRUE(TryPut(0));
+  EXPECT_TRUE(TryPut(1));
+  EXPECT_FALSE(cache->WaitForCount(1, 2));
+  const auto waitingFor = [&](LONG count, BOOL expected, DWORD timeoutMs,
+                              const std::function<void()>& meanwhile) {
+    CBlockedCall wait(
+        [&, count, expected, timeoutMs] { EXPECT_EQ(cache->WaitForCount(timeoutMs, count), expected); });
+    meanwhile();
+  };
+  waitingFor(3, TRUE, kTestDeadlineMs, [&] { EXPECT_TRUE(TryPut(2)); });
+  EXPECT_FALSE(cache->WaitForCount(1, 3)) << "an earlier success must not end a later wait";
+  EXPECT_EQ(TryTake().first, 0u);
+  waitingFor(4, FALSE, 300, [&] { EXPECT_TRUE(TryPut(3)); });
+  waitingFor(1, FALSE, 300, [&] {
+    cache->Flush();  // forgets the count
+    EXPECT_TRUE(TryPut(4));
+  });
+}
+
+TEST_F(SampleCacheTest, keeps_order_and_units_while_producer_consumer_and_flushes_meet) {
+  constexpr UINT kPuts = 20000;
+  std::thread producer([&] {
+    for (UINT i = 1; i <= kPuts; ++i) cache->PutSample(MakeSample(i).Get(), static_cast<LONG>(i), nullptr);
+  });
+  std::atomic<bool> consumed = false;
+  std::thread flusher([&] {
+    while (!consumed) cache->Flush();
+  });
+  // The last sample may be flushed away too, so the end is told by a put of its own.
+  std::thread consumer([&] {
+    UINT last = 0;
+    while (!consumed) {
+      const Taken taken = TryTake(1);
+      if (taken == kNone) continue;
+      EXPECT_EQ(taken.first, static_cast<UINT>(taken.second));
+      EXPECT_GT(taken.first, last);
+      last = taken.first;
+    }
+  });
+  producer.join();
+  consumed = true;
+  consumer.join();
+  flusher.join();
+  cache->Flush();
+  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+  EXPECT_FALSE(TryPut(3));
+  for (UINT i = 0; i < 3; ++i) EXPECT_EQ(TryTake().first, i);
+}
+
+}  // namespace

@@ -1,0 +1,221 @@
+#include "tests/source_channel/SourceChannelTest.h"
+
+namespace {
+
+class SeekTest : public SourceChannelTest {
+ protected:
+  // Paused, with nothing left over.
+  void BuildPaused(const std::vector<UINT>& lengths, UINT cacheCapacity = kRoomy) {
+    Build(lengths, cacheCapacity);
+    ASSERT_TRUE(channel->Play(0, 1));
+    ExpectFrames(0, 2);
+    ASSERT_TRUE(channel->BeginSeek(0));
+    EXPECT_EQ(Take(0), kNothing);
+  }
+  // Exactly that frame comes.
+  void ExpectSeek(UINT position) {
+    ASSERT_TRUE(channel->Seek(position, kTestDeadlineMs)) << position;
+    EXPECT_EQ(Take(0), position);
+    EXPECT_EQ(Take(0), kNothing);
+  }
+};
+
+TEST_F(SeekTest, paused_seeks_give_exactly_the_asked_frames) {
+  BuildPaused({10, 10, 10});
+  for (const UINT position : {0u, 29u, 0u, 5u, 5u, 9u, 10u, 11u, 29u}) ExpectSeek(position);
+  EXPECT_FALSE(channel->Seek(30, 0));
+  EXPECT_FALSE(channel->Seek(kRkNoPosition, kTestDeadlineMs));
+  EXPECT_EQ(elements[0]->opens, 2) << "an element that is being read is not opened again";
+  EXPECT_EQ(elements[0]->closes, 2);
+}
+
+TEST_F(SeekTest, end_seek_goes_on_behind_the_last_asked_frame) {
+  BuildPaused({10, 10});
+  ExpectSeek(14);
+  channel->EndSeek();
+  ExpectFrames(15, 20);
+  EXPECT_EQ(Status(), RkSourceChannel_Stopped);
+}
+
+TEST_F(SeekTest, a_paused_seek_to_the_last_frame_does_not_end_the_list) {
+  for (const std::vector<UINT>& lengths : {std::vector<UINT>{10}, {5, 5}}) {
+    BuildPaused(lengths);
+    for (int i = 0; i < 2; ++i) {
+      ExpectSeek(9);
+      EXPECT_EQ(Status(), RkSourceChannel_Playing);
+    }
+    channel->EndSeek();
+    ExpectFrames(0, 10);
+    EXPECT_EQ(Status(), RkSourceChannel_Stopped);
+    channel.Reset();
+    elements.clear();
+  }
+}
+
+TEST_F(SeekTest, a_seek_during_play_comes_after_what_was_cached_and_play_goes_on_behind_it) {
+  Build({100, 100});
+  ASSERT_TRUE(channel->Play(0, 1));
+  ASSERT_TRUE(channel->Seek(190, kTestDeadlineMs));
+  UINT next = 0, taken = Take();
+  for (; taken == next; taken = Take()) ++next;
+  EXPECT_LT(next, 100u);
+  EXPECT_EQ(taken, 190u);
+  ExpectFrames(191, 200);
+  EXPECT_EQ(Status(), RkSourceChannel_Stopped);
+}
+
+TEST_F(SeekTest, a_pause_answers_a_worker_that_is_blocked_on_a_full_cache) {
+  Build({100}, 1);
+  ASSERT_TRUE(channel->Play(0, -1));
+  for (UINT i = 0; i < 30; ++i) {
+    ASSERT_TRUE(
+        WaitUntil([&, reads = elements[0]->reads.load()] { return elements[0]->reads != reads || i; }));
+    channel->BeginSeek(0);
+    ExpectSeek(i * 3);
+    channel->EndSeek();
+    EXPECT_EQ(Take(), i * 3 + 1);
+  }
+}
+
+// The frame asked for during play is on its way to the cache, held in the hook, when the pause comes.
+TEST_F(SeekTest, a_pause_that_begins_while_a_position_is_served_leaves_nothing_of_it) {
+  Build({100});
+  const auto hook = MakeFake<CFakeHook>();
+  CGate gate;
+  CRkRef<IRkAVPlaySample> cached;
+  hook->onSample = [&](IRkAVPlaySample* sample) {
+    if (sample->GetPosition() == 50) gate.Pass();
+    if (!cached) cached = CRkRef<IRkAVPlaySample>::Retain(sample);
+  };
+  channel->SetSampleProcessor(hook.Get());
+  gate.Shut();
+  ASSERT_TRUE(channel->Play(0, -1));
+  ASSERT_TRUE(channel->Seek(50, kTestDeadlineMs));
+  ASSERT_TRUE(WaitUntil([&] { return gate.SomebodyWaits(); }));
+  {
+    CBlockedCall begin([&] { channel->BeginSeek(0); });
+    EXPECT_TRUE(WaitUntil([&] { return References(*cached) == 1; })) << "the cache was not emptied";
+    gate.Open();
+  }
+  EXPECT_EQ(Take(0), kNothing);
+  ExpectSeek(7);
+}
+
+TEST_F(SeekTest, a_late_answer_to_an_earlier_seek_does_not_end_the_wait_for_a_later_one) {
+  BuildPaused({100});
+  for (UINT i = 10; i < 30; i += 2) {
+    elements[0]->readGate.Shut();
+    EXPECT_FALSE(channel->Seek(i, 1));
+    ASSERT_TRUE(WaitUntil([&] { return elements[0]->readGate.SomebodyWaits(); }));
+    {
+      CBlockedCall later([&] {
+        EXPECT_TRUE(channel->Seek(i + 1, kTestDeadlineMs));
+        EXPECT_EQ(Take(0), i);
+        EXPECT_EQ(Take(0), i + 1);
+      });
+      elements[0]->readGate.Open();
+    }
+  }
+}
+
+TEST_F(SeekTest, a_pause_given_up_by_its_caller_is_answered_neither_late_nor_twice) {
+  Build({500});
+  ASSERT_TRUE(channel->Play(0, -1));
+  HoldRead(*elements[0]);
+  channel->BeginSeek(0);  // runs into its time-out
+  {
+    CBlockedCall seek([&] {
+      EXPECT_TRUE(channel->Seek(300, kTestDeadlineMs));
+      EXPECT_EQ(Take(0), 300u);
+      EXPECT_EQ(Take(0), kNothing);
+    });
+    elements[0]->readGate.Open();
+  }
+}
+
+TEST_F(SeekTest, quick_repeated_seeks_end_on_the_last) {
+  BuildPaused({50, 50});
+  for (UINT i = 0; i < 100; ++i) ASSERT_TRUE(channel->Seek((i * 37) % 100, 0));
+  ASSERT_TRUE(channel->Seek(42, kTestDeadlineMs));
+  UINT last = kNothing;
+  for (UINT taken = Take(0); taken != kNothing; taken = Take(0)) last = taken;
+  EXPECT_EQ(last, 42u);
+  channel->EndSeek();
+  EXPECT_EQ(Take(), 43u);
+}
+
+TEST_F(SeekTest, a_new_pause_discards_a_seek_that_waits) {
+  BuildPaused({100});
+  HoldRead(*[&] {
+    elements[0]->readGate.Shut();
+    channel->Seek(20, 0);
+    return elements[0].Get();
+  }());
+  channel->Seek(30, 0);
+  {
+    CBlockedCall again([&] { channel->BeginSeek(0); });
+    elements[0]->readGate.Open();
+  }
+  ExpectSeek(40);
+}
+
+TEST_F(SeekTest, an_asked_element_that_cannot_be_opened_leaves_the_worker_answering) {
+  BuildPaused({10, 10, 10});
+  elements[1]->canOpen = false;
+  EXPECT_FALSE(channel->Seek(15, 50));
+  EXPECT_EQ(elements[0]->closes, elements[0]->opens);
+  EXPECT_FALSE(channel->Seek(16, 50));
+  ExpectSeek(25);
+  EXPECT_FALSE(channel->Seek(15, 50));
+  channel->EndSeek();
+  channel->BeginSeek(0);
+  elements[1]->canOpen = true;
+  ExpectSeek(15);
+  channel->EndSeek();
+  ExpectFrames(16, 30);
+}
+
+TEST_F(SeekTest, a_frame_with_another_position_or_none_is_not_acknowledged) {
+  BuildPaused({10});
+  elements[0]->positionError = 1;
+  EXPECT_FALSE(channel->Seek(5, 50));
+  EXPECT_EQ(Take(), 6u);
+  elements[0]->positionError = 0;
+  elements[0]->unreadableFrom = 8;
+  EXPECT_FALSE(channel->Seek(8, 50));
+  EXPECT_EQ(Take(0), kNothing);
+  ExpectSeek(5);
+}
+
+TEST_F(SeekTest, play_and_stop_end_a_pause) {
+  BuildPaused({100});
+  ExpectSeek(50);
+  ASSERT_TRUE(channel->Play(20, 1));
+  ExpectFrames(20, 25);
+  channel->BeginSeek(0);
+  channel->Stop();
+  ASSERT_TRUE(channel->Play(30, 1));
+  ExpectFrames(30, 35);
+}
+
+TEST_F(SeekTest, a_pause_of_an_idle_channel_gives_every_element_the_mode_at_once) {
+  Build({10, 10});
+  EXPECT_TRUE(channel->BeginSeek(3));
+  for (const auto& element : elements) EXPECT_EQ(element->GetMode(), 3u);
+  EXPECT_EQ(channel->GetElementMode(), 3u);
+  EXPECT_TRUE(channel->Seek(5, 0));
+  EXPECT_FALSE(channel->Seek(5, 20));
+}
+
+TEST_F(SeekTest, each_served_seek_is_reported_once) {
+  Build({100});
+  const auto hook = MakeFake<CFakeHook>();
+  channel->SetSampleProcessor(hook.Get());
+  ASSERT_TRUE(channel->Play(0, -1));
+  channel->BeginSeek(0);
+  for (UINT i = 0; i < 5; ++i) ExpectSeek(i * 10);
+  EXPECT_TRUE(WaitUntil([&] { return hook->Intervals().size() == 5; }));
+  EXPECT_EQ(hook->Intervals()[0], 0u);
+}
+
+}  // namespace

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include "tests/support/RkFakes.h"
+
+// What a counted object's references are just now.
+inline UINT References(IRkUnknown& object) {
+  object.AddRef();
+  return object.Release();
+}
+
+// A call on a thread of its own that is expected to block. The constructor returns when it does, so that
+// the test goes on to what ends the wait; the destructor waits for its end.
+class CBlockedCall {
+ public:
+  explicit CBlockedCall(std::function<void()> call)
+      : m_thread([this, call = std::move(call)] {
+          m_threadId = GetCurrentThreadId();
+          call();
+          m_done = true;
+        }) {
+    EXPECT_TRUE(WaitUntil([this] { return m_done || Sleeps(); }));
+  }
+  ~CBlockedCall() { m_thread.join(); }
+
+ private:
+  bool Sleeps() const {
+    if (m_threadId == 0) return false;
+    std::string line;
+    std::getline(std::ifstream("/proc/self/task/" + std::to_string(m_threadId) + "/stat"), line);
+    return line.find(") S ") != std::string::npos;
+  }
+
+  std::atomic<DWORD> m_threadId = 0;
+  std::atomic<bool> m_done = false;
+  std::thread m_thread;
+};
+
+// A source channel over fake elements with the consumer's view of it. At the end everything must be gone.
+class SourceChannelTest : public testing::Test {
+ protected:
+  static constexpr UINT kRoomy = 2000;  // samples of a cache that no test fills
+  static constexpr UINT kNothing = kRkNoPosition;
+
+  void Build(const std::vector<UINT>& lengths, UINT cacheCapacity = kRoomy) {
+    ASSERT_EQ(RkCreateClipSourceChannel(1, cacheCapacity, kTestVideo, kTestAudio, nullptr, channel.Out()), 1);
+    for (const UINT length : lengths) {
+      elements.push_back(MakeFake<CFakeElement>(length));
+      const auto index = static_cast<UINT>(elements.size() - 1);
+      ASSERT_TRUE(channel->InsertElement(index, elements.back().Get()));
+    }
+  }
+
+  void TearDown() override {
+    channel.Reset();
+    for (const auto& element : elements) EXPECT_FALSE(element->misused);
+    elements.clear();
+    EXPECT_EQ(g_liveFakes, 0);
+  }
+
+  // The position of the next sample, or kNothing.
+  UINT Take(UINT timeoutMs = kTestDeadlineMs) {
+    CRkRef<IRkAVPlaySample> sample;
+    return channel->GetSample(timeoutMs, sample.Out()) ? sample->GetPosition() : kNothing;
+  }
+
+  // The next samples are those from `first` to the one before `end`.
+  void ExpectFrames(UINT first, UINT end) {
+    for (UINT position = first; position < end; ++position) ASSERT_EQ(Take(), position);
+  }
+
+  UINT Status() {
+    UINT status = 99;
+    channel->GetStatus(&status);
+    return status;
+  }
+
+  UINT Position() {
+    UINT position = 99;
+    EXPECT_TRUE(channel->GetPosition(&position));
+    return position;
+  }
+
+  // Until the worker is inside a read of the element, at its shut gate.
+  void HoldRead(CFakeElement& element) {
+    element.readGate.Shut();
+    ASSERT_TRUE(WaitUntil([&] { return element.readGate.SomebodyWaits(); }));
+  }
+
+  std::vector<CRkRef<CFakeElement>> elements;
+  CRkRef<IRkClipSourceChannel> channel;
+};
