@@ -25,12 +25,13 @@ rk_need_packages() {
     [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2> /dev/null) == installed ]] || missing+=("$package")
   done
   ((${#missing[@]})) || return 0
-  local install="apt-get install -y --no-install-recommends ${missing[*]}"
-  [[ $(id -u) == 0 ]] || rk_fail "packages are missing; install them with: sudo $install"
+  local install=(apt-get install -y --no-install-recommends "${missing[@]}")
+  [[ $(id -u) == 0 ]] ||
+    rk_fail $'packages are missing; install them with\n'"sudo apt-get update && sudo ${install[*]}"
   echo "Installing ${missing[*]}" >&2
   export DEBIAN_FRONTEND=noninteractive
-  rk_logged packages apt-get update
-  rk_logged packages $install
+  rk_logged packages-update apt-get update
+  rk_logged packages "${install[@]}"
 }
 
 # rk_logged NAME COMMAND...: runs the command with its output in build/NAME.log, shown when it fails.
@@ -44,13 +45,16 @@ rk_logged() {
   }
 }
 
+rk_configure() {
+  rk_need_packages "${RK_BUILD_PACKAGES[@]}"
+  rk_logged "$1-configure" cmake --preset "$1"
+}
+
 # rk_build PRESET [TARGET...]: configures and builds in build/PRESET.
 rk_build() {
   local preset="$1"
   shift
-  [[ $preset != clang ]] || rk_need_packages "${RK_CLANG_PACKAGES[@]}"
-  rk_need_packages "${RK_BUILD_PACKAGES[@]}"
+  rk_configure "$preset"
   echo "Building preset $preset (output in build/$preset.log)" >&2
-  rk_logged "$preset-configure" cmake --preset "$preset"
   rk_logged "$preset" cmake --build --preset "$preset" ${1:+--target "$@"}
 }
