@@ -46,7 +46,9 @@ rk_logged() {
 }
 
 rk_configure() {
-  rk_need_packages "${RK_BUILD_PACKAGES[@]}"
+  local packages=("${RK_BUILD_PACKAGES[@]}")
+  [[ $1 != clang ]] || packages+=("${RK_CLANG_PACKAGES[@]}")
+  rk_need_packages "${packages[@]}"
   rk_logged "$1-configure" cmake --preset "$1"
 }
 
