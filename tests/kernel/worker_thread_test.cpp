@@ -30,8 +30,9 @@ struct SRoutine {
     if (++self.inside != 1) self.overlapped = true;
     self.stopAtBegin = RkWait(stopEvent, 0);
     ++self.runs;
+    const HANDLE end = self.listens ? stopEvent : static_cast<HANDLE>(self.gate);
     ReleaseSemaphore(self.entered, 1, nullptr);
-    RkWait(self.listens ? stopEvent : static_cast<HANDLE>(self.gate), INFINITE);
+    RkWait(end, INFINITE);
     self.stopAtEnd = RkWait(stopEvent, 0);
     --self.inside;
     ReleaseSemaphore(self.left, 1, nullptr);
