@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/channel_layout.h>
+#include <libswresample/swresample.h>
+#include <libswscale/swscale.h>
+}
+
+#include "contracts/RkMediaRecords.h"
+
+// Owners of the media libraries' objects, and the few things that every user of those libraries needs.
+
+struct SRkAvDelete {
+  void operator()(AVFormatContext* format) const { avformat_close_input(&format); }
+  void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+  void operator()(SwrContext* resampler) const { swr_free(&resampler); }
+};
+
+template <class T>
+using CRkAv = std::unique_ptr<T, SRkAvDelete>;
+
+// A few words on a library's failure code.
+std::string RkAvErrorText(int code);
+
+inline AVRational RkAvFrameRate(int frameRate) {
+  return {static_cast<int>(kRkFrameRates[frameRate].numerator),
+          static_cast<int>(kRkFrameRates[frameRate].denominator)};
+}

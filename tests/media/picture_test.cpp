@@ -1,0 +1,145 @@
+#include "tests/media/MediaTest.h"
+
+namespace {
+
+using CPictureTest = CMediaTest;
+
+// Two seconds of moving picture in which no frame equals another.
+const std::string kMoving = "-f lavfi -i testsrc2=s=160x120:r=25:d=2 ";
+const std::string kLongGop = "-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 24 -bf 3 -b_strategy 0 ";
+
+TEST_F(CPictureTest, a_long_gop_file_is_read_to_the_bit_in_order_and_at_random) {
+  const std::string path = Make("long.mp4", kMoving + kLongGop);
+  const std::string reference = RkReferencePictures(path);
+  const auto element = OpenAsItIs(path);
+  ExpectAllPictures(element, reference);
+  EXPECT_FALSE(Next(element).read);
+  for (const UINT offset : {49u, 0u, 23u, 24u, 25u, 22u, 47u, 48u, 1u, 26u, 21u, 49u, 3u}) {
+    ExpectPicture(At(element, offset), reference, offset);
+    if (offset < 49) ExpectPicture(Next(element), reference, offset + 1);
+  }
+  element->SeekTo(30);
+  ExpectPicture(Next(element), reference, 30);
+  EXPECT_FALSE(At(element, 50).read);
+  EXPECT_TRUE(sink.substituted.empty());
+}
+
+TEST_F(CPictureTest, pictures_before_a_key_picture_of_an_open_group_are_found_from_the_group_before) {
+  const std::string files[] = {
+      Make("open.mp4", kMoving + kLongGop + "-x264-params open-gop=1:scenecut=0"),
+      Make("open.mkv", kMoving + kLongGop + "-x264-params open-gop=1:scenecut=0"),
+      Make("open.ts", kMoving + kLongGop + "-x264-params open-gop=1:scenecut=0"),
+      Make("mpeg2.ts", kMoving + "-c:v mpeg2video -qscale:v 3 -g 12 -bf 2"),
+  };
+  for (const std::string& path : files) {
+    SCOPED_TRACE(path);
+    const std::string reference = RkReferencePictures(path);
+    const auto element = OpenAsItIs(path);
+    ExpectAllPictures(element, reference);
+    for (UINT offset = 50; offset-- > 0;) ExpectPicture(At(element, offset), reference, offset);
+    EXPECT_TRUE(sink.substituted.empty());
+  }
+}
+
+TEST_F(CPictureTest, containers_that_round_their_times_give_every_picture_once) {
+  for (const char* rate : {"24000/1001", "30000/1001", "50", "60000/1001"}) {
+    SCOPED_TRACE(rate);
+    const std::string path =
+        Make("rounded.mkv", std::string("-f lavfi -i testsrc2=s=64x48:d=3:r=") + rate + " " + kLongGop);
+    const auto element = OpenAsItIs(path);
+    const SRkFrameRateFraction found = kRkFrameRates[format.video.frameRate];
+    EXPECT_EQ(std::to_string(found.numerator) +
+                  (found.denominator == 1 ? "" : "/" + std::to_string(found.denominator)),
+              rate);
+    ExpectAllPictures(element, RkReferencePictures(path));
+  }
+}
+
+TEST_F(CPictureTest, files_in_fragments_and_files_without_times_are_counted_in_full) {
+  const std::string fragments =
+      Make("fragments.mp4", kMoving + kLongGop + "-movflags frag_keyframe+default_base_moof");
+  ExpectAllPictures(OpenAsItIs(fragments), RkReferencePictures(fragments));
+
+  const std::string bare = Make("bare.h264", kMoving + kLongGop);
+  const std::string reference = RkReferencePictures(bare, "-vsync passthrough");
+  const auto element = OpenAsItIs(bare);
+  ExpectAllPictures(element, reference);
+  ExpectPicture(At(element, 17), reference, 17);
+}
+
+TEST_F(CPictureTest, intra_pictures_of_full_range_and_of_other_samplings_are_copied_to_the_bit) {
+  const std::pair<const char*, int> kinds[] = {
+      {"yuvj420p", RkPixelFormat_I420}, {"yuvj422p", RkPixelFormat_I422}, {"yuvj444p", RkPixelFormat_I444}};
+  for (const auto& [name, sampling] : kinds) {
+    SCOPED_TRACE(name);
+    const std::string path =
+        Make("intra.mov", "-f lavfi -i testsrc2=s=162x122:r=25:d=1 -c:v mjpeg -pix_fmt " + std::string(name));
+    const auto element = OpenAsItIs(path);
+    EXPECT_EQ(format.video.pixelFormat, sampling);
+    EXPECT_EQ(format.video.colorRange, RkColorRange_Full);
+    const std::string reference = RkReferencePictures(path);
+    ExpectAllPictures(element, reference);
+    ExpectPicture(At(element, 11), reference, 11);
+  }
+}
+
+TEST_F(CPictureTest, a_variable_rate_shows_at_every_time_the_picture_that_began_last) {
+  // Pictures at 0, 1, 3, 6, 10, ... twenty-fifths of a second.
+  const std::string timing = "-vf 'settb=1/25,setpts=N*(N+1)/2' -vsync passthrough -enc_time_base 1/25 ";
+  for (const char* name : {"variable.mp4", "variable.mkv"}) {
+    SCOPED_TRACE(name);
+    const std::string path =
+        Make(name, "-f lavfi -i testsrc2=s=160x120:r=25:d=0.4 " + timing + "-c:v libx264 -bf 2 -g 5");
+    SRkClipFormat as = Describe(path).format;
+    as.video.frameRate = RkFrameRate_25;
+    const auto element = OpenAs(path, as);
+    const std::string reference = RkReferencePictures(path, "-vsync passthrough");
+    const std::vector<SFrame> frames = Rest(element);
+    EXPECT_EQ(frames.size(), element->GetFrameCount());
+    ASSERT_GE(frames.size(), 46u);  // the last of the ten pictures begins at 45
+    const std::vector<int> numbers = NumbersIn(reference, frames);
+    for (int offset = 0, shown = 0; offset < static_cast<int>(frames.size()); ++offset) {
+      if (shown < 9 && offset >= (shown + 1) * (shown + 2) / 2) ++shown;
+      EXPECT_EQ(numbers[static_cast<size_t>(offset)], shown) << offset;
+    }
+    ExpectPicture(At(element, 20), reference, 5);
+    ExpectPicture(At(element, 9), reference, 3);
+    EXPECT_TRUE(sink.substituted.empty());
+  }
+}
+
+TEST_F(CPictureTest, another_output_rate_repeats_and_leaves_out_pictures_evenly) {
+  const std::string path = Make("rate.mp4", kMoving + kLongGop);
+  const std::string reference = RkReferencePictures(path);
+  SRkClipFormat as = Describe(path).format;
+  as.video.frameRate = RkFrameRate_50;
+  std::vector<int> numbers = NumbersIn(reference, Rest(OpenAs(path, as)));
+  ASSERT_EQ(numbers.size(), 100u);
+  for (int i = 0; i < 100; ++i) EXPECT_EQ(numbers[static_cast<size_t>(i)], i / 2);
+
+  const std::string fast = Make("fast.mp4", "-f lavfi -i testsrc2=s=160x120:r=50:d=1.02 " + kLongGop);
+  const std::string fastReference = RkReferencePictures(fast);
+  as.video.frameRate = RkFrameRate_25;
+  numbers = NumbersIn(fastReference, Rest(OpenAs(fast, as)));
+  ASSERT_EQ(numbers.size(), 26u);
+  for (int i = 0; i < 26; ++i) EXPECT_EQ(numbers[static_cast<size_t>(i)], i * 2);
+}
+
+TEST_F(CPictureTest, size_sampling_and_range_are_converted_as_the_program_does) {
+  const std::string path = Make("convert.mp4", kMoving + kLongGop + "-t 0.2");
+  SRkClipFormat as = Describe(path).format;
+  as.video.width = 98;
+  as.video.height = 66;
+  as.video.pixelFormat = RkPixelFormat_I422;
+  const auto element = OpenAs(path, as);
+  ExpectAllPictures(element, RkReferencePictures(path,
+                                                 "-vf scale=98:66:flags=bicubic+accurate_rnd "
+                                                 "-pix_fmt yuv422p"));
+  // Black and white of the limited range, at full range.
+  const std::string grey = Make("grey.mp4", "-f lavfi -i color=white:s=64x64:r=25:d=0.2 " + kLongGop);
+  as = Describe(grey).format;
+  as.video.colorRange = RkColorRange_Full;
+  EXPECT_GE(static_cast<BYTE>(Next(OpenAs(grey, as)).picture[100]), 254);
+}
+
+}  // namespace

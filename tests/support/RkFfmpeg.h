@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+// A folder of its own for the files of a test, gone with the object.
+class CTempFolder {
+ public:
+  CTempFolder() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "rk_test_XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "cannot make " << pattern;
+    m_path = pattern;
+  }
+  ~CTempFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  CTempFolder(const CTempFolder&) = delete;
+  CTempFolder& operator=(const CTempFolder&) = delete;
+
+  std::string Path(const std::string& name) const { return m_path + "/" + name; }
+
+ private:
+  std::string m_path;
+};
+
+// What a shell command writes to its standard output. A command that fails fails the test.
+inline std::string RkRun(const std::string& command) {
+  std::string output;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) {
+    ADD_FAILURE() << "cannot run " << command;
+    return output;
+  }
+  char block[65536];
+  while (const size_t got = std::fread(block, 1, sizeof(block), pipe)) output.append(block, got);
+  const int status = pclose(pipe);
+  EXPECT_EQ(status, 0) << command;
+  return output;
+}
+
+// Runs the ffmpeg program, whose output replaces files that exist; gives what it writes to `-`.
+inline std::string RkRunFfmpeg(const std::string& arguments) {
+  return RkRun("ffmpeg -nostdin -v error -y " + arguments);
+}
+
+// The pictures of a file as raw planes, and its first sound as raw samples, as the program decodes them.
+inline std::string RkReferencePictures(const std::string& path, const std::string& options = {}) {
+  return RkRunFfmpeg("-i '" + path + "' -map 0:v:0 " + options + " -f rawvideo -");
+}
+inline std::string RkReferenceSound(const std::string& path, const std::string& options = "-f s16le") {
+  return RkRunFfmpeg("-i '" + path + "' -map 0:a:0 " + options + " -");
+}
