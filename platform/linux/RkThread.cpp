@@ -53,7 +53,7 @@ void AppendUtf8(std::string& text, std::uint32_t character) {
     return;
   }
   const int following = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-  const std::uint32_t lead = 0xF00U >> following & 0xFF;
+  const std::uint32_t lead = 0xFF00U >> (following + 1) & 0xFF;
   text += static_cast<char>(lead | character >> 6 * following);
   for (int i = following - 1; i >= 0; --i) {
     text += static_cast<char>(0x80 | (character >> 6 * i & 0x3F));
