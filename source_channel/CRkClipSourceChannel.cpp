@@ -89,6 +89,8 @@ BOOL CRkClipSourceChannel::Play(UINT startPosition, int repeatCount) {
   const UINT total = m_list->GetTotalFrameCount();
   if (startPosition >= total) return FALSE;
 
+  // Takes back a restart that still waits for a slow read: it would begin as a second run of this number.
+  m_thread->RequestStop();
   m_cache->Flush();
   const int passes = ValidRepeatCount(repeatCount);
   {
@@ -202,11 +204,12 @@ void CRkClipSourceChannel::SetElementMode(UINT mode, UINT position) {
 
   // A running worker moves its element itself, so that nobody moves it under a read.
   const UINT offset = position == kRkNoPosition ? 0 : position;
+  const auto current = _CurrentElement();
   if (m_thread->IsIdle()) {
     m_cache->Flush();
-    if (const auto current = _CurrentElement()) current->SeekTo(offset);
+    if (current) current->SeekTo(offset);
   } else {
-    m_orders.PauseAndMove(offset);
+    m_orders.PauseAndMove(current ? offset : kRkNoPosition);
     m_cache->Flush();
     _AwaitPause();
   }

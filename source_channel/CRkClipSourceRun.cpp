@@ -135,14 +135,15 @@ void CRkClipSourceRun::_ReportInterval() {
   m_lastPositioned = now.QuadPart;
 }
 
-// The hook sees the sample just before it is cached; the stop event ends a wait for room.
+// The hook sees the sample just before it is cached; the stop event ends a wait for room. A frame that was
+// read while the control thread gave up waiting for its pause to begin is not delivered after it.
 void CRkClipSourceRun::_Queue(IRkAVPlaySample& sample, bool whilePaused) {
   const SRkSampleTag tag = {_IsEndOfList(sample), whilePaused, m_start.number};
   if (const auto hook = m_channel._SampleHook()) {
     const auto pool = m_channel._Pool();
     hook->ProcessSample(&sample, pool.Get());
   }
-  m_channel.m_cache->PutSample(&sample, tag.Pack(), m_stopEvent);
+  if (!m_channel.m_orders.AreNewer()) m_channel.m_cache->PutSample(&sample, tag.Pack(), m_stopEvent);
 }
 
 // An element that has been taken out of the list meanwhile is not its last.

@@ -56,6 +56,11 @@ void CRkWorkerOrders::Acknowledge(UINT ticket) {
   if (ticket == m_orders.ticket) SetEvent(m_acknowledged);
 }
 
+bool CRkWorkerOrders::AreNewer() {
+  CRkScopedLock lock(m_lock);
+  return m_orders.pauseBegun || m_orders.moveToOffset != kRkNoPosition;
+}
+
 void CRkWorkerOrders::_NewTicket() {
   ++m_orders.ticket;
   ResetEvent(m_acknowledged);

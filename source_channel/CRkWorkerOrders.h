@@ -37,6 +37,8 @@ class CRkWorkerOrders {
   // Worker: hands over what is new, and each new thing once.
   SRkWorkerOrders Take();
   void Acknowledge(UINT ticket);
+  // Worker: whether a new pause or move waits, which a frame on its way to the cache does not survive.
+  bool AreNewer();
 
  private:
   void _NewTicket() RK_REQUIRES(m_lock);

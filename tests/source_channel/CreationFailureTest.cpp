@@ -35,17 +35,6 @@ RK_IN_FRONT HANDLE CreateSemaphoreW(SECURITY_ATTRIBUTES* attributes, LONG count,
   return CreationFails() ? nullptr : next(attributes, count, maximum, name);
 }
 
-RK_IN_FRONT int RkCreateWorkerThread(int priority, IRkWorkerThread** thread) {
-  static const auto next = Next(&RkCreateWorkerThread, "_Z20RkCreateWorkerThreadiPP15IRkWorkerThread");
-  return CreationFails() ? 0 : next(priority, thread);
-}
-
-RK_IN_FRONT int RkCreateClipElementList(IRkClipElementList** list) {
-  static const auto next =
-      Next(&RkCreateClipElementList, "_Z23RkCreateClipElementListPP18IRkClipElementList");
-  return CreationFails() ? 0 : next(list);
-}
-
 RK_IN_FRONT void* operator new(size_t size, const std::nothrow_t&) noexcept {
   if (CreationFails()) return nullptr;
   try {

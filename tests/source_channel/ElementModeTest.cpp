@@ -12,6 +12,13 @@ class ElementModeTest : public SourceChannelTest {
     ASSERT_TRUE(channel->Play(100, 1));
     ExpectFrames(100, 104);
   }
+  // The worker is held inside a read of that element and the cache is empty.
+  void HoldReadOfPlayed() {
+    elements[1]->readGate.Shut();
+    while (Take(0) != kNothing) {
+    }
+    HoldRead(*elements[1]);
+  }
 };
 
 TEST_F(ElementModeTest, the_mode_that_is_set_already_does_not_disturb_play) {
@@ -67,21 +74,16 @@ TEST_F(ElementModeTest, an_idle_channel_takes_the_mode_and_plays_from_its_start)
 
 TEST_F(ElementModeTest, never_moves_an_element_under_a_read_and_moves_it_afterwards) {
   BuildPlaying();
-  elements[1]->readGate.Shut();
-  while (Take(0) != kNothing) continue;
-  ASSERT_TRUE(WaitUntil([&] { return elements[1]->readGate.SomebodyWaits(); }));
+  HoldReadOfPlayed();
   channel->SetElementMode(kMode, 150);  // runs into its time-out
   EXPECT_TRUE(elements[1]->Seeks().empty());
   elements[1]->readGate.Open();
-  ASSERT_TRUE(WaitUntil([&] { return !elements[1]->Seeks().empty(); }));
   ExpectFrames(250, 260);
 }
 
 TEST_F(ElementModeTest, a_stop_forgets_a_move_that_was_not_made) {
   BuildPlaying();
-  elements[1]->readGate.Shut();
-  while (Take(0) != kNothing) continue;
-  ASSERT_TRUE(WaitUntil([&] { return elements[1]->readGate.SomebodyWaits(); }));
+  HoldReadOfPlayed();
   channel->SetElementMode(kMode, 150);
   {
     CBlockedCall stop([&] { channel->Stop(); });

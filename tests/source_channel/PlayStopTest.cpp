@@ -217,7 +217,7 @@ TEST_F(PlayStopTest, hook_and_pool_may_be_replaced_during_play_by_a_host_that_ke
     EXPECT_TRUE(channel->SetSampleProcessor(MakeFake<CPoolHook>().Get()));
     EXPECT_EQ(Take(), i % 20);
   }
-  EXPECT_EQ(g_liveFakes, 1 + 2) << "the element, one pool and one hook";
+  EXPECT_TRUE(WaitUntil([] { return g_liveFakes == 1 + 2; })) << "the element, one pool and one hook";
   channel->RemoveSampleProcessor();
   EXPECT_TRUE(WaitUntil([] { return g_liveFakes == 1 + 1; }));
 }
