@@ -1,0 +1,120 @@
+// What a source channel gives with elements that cost nothing: samples a second beside a bare loop of the
+// 1 ms waits that pace its worker, and the processor time that worker and consumer take for a sample.
+
+#include <benchmark/benchmark.h>
+#include <sched.h>
+#include <time.h>
+
+#include <chrono>
+
+#include "contracts/CRkRef.h"
+#include "contracts/CRkUnknown.h"
+#include "module/RkClipPlay.h"
+#include "platform/CRkHandle.h"
+
+namespace {
+
+constexpr int kBlock = 500;
+constexpr int kCapacity = 24;
+
+class CInstantElement : public CRkUnknown<IRkClipElement> {
+ public:
+  BOOL Open(IRkPlayBufferPool*, UINT, const SRkClipFormat*) override { return TRUE; }
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override { return ReadSampleAt(m_next, sample); }
+  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
+    if (offset >= kFrames || !RkCreateAVPlaySample(sample)) return FALSE;
+    (*sample)->SetPosition(offset);
+    m_next = offset + 1;
+    return TRUE;
+  }
+  void SeekTo(UINT offset) override { m_next = offset; }
+  UINT GetLastPosition() override { return kFrames - 1; }
+  void Close() override {}
+  UINT GetFrameCount() override { return kFrames; }
+  void SetMode(UINT, BOOL*) override {}
+  UINT GetMode() override { return 0; }
+  void GetTrimInfo(IRkClipTrimInfo**) override {}
+  void SetTrimInfo(IRkClipTrimInfo*) override {}
+
+ private:
+  static constexpr UINT kFrames = 1000;
+  UINT m_next = 0;
+};
+
+// On one core or on all, with every thread that is started meanwhile.
+class CAffinity {
+ public:
+  explicit CAffinity(bool pinned) {
+    sched_getaffinity(0, sizeof(m_before), &m_before);
+    if (!pinned) return;
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    for (int core = 0; core < CPU_SETSIZE && CPU_COUNT(&one) == 0; ++core) {
+      if (CPU_ISSET(core, &m_before)) CPU_SET(core, &one);
+    }
+    sched_setaffinity(0, sizeof(one), &one);
+  }
+  ~CAffinity() { sched_setaffinity(0, sizeof(m_before), &m_before); }
+
+ private:
+  cpu_set_t m_before;
+};
+
+double ProcessSeconds() {
+  timespec spent{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &spent);
+  return static_cast<double>(spent.tv_sec) + 1e-9 * static_cast<double>(spent.tv_nsec);
+}
+
+// Seconds by the clock and of the processor, summed over blocks.
+struct SSpent {
+  double clock = 0;
+  double processor = 0;
+
+  template <class Work>
+  void Add(Work work) {
+    const double processorBefore = ProcessSeconds();
+    const auto before = std::chrono::steady_clock::now();
+    for (int i = 0; i < kBlock; ++i) work();
+    clock += std::chrono::duration<double>(std::chrono::steady_clock::now() - before).count();
+    processor += ProcessSeconds() - processorBefore;
+  }
+};
+
+CRkRef<IRkClipSourceChannel> MakeChannel() {
+  CRkRef<IRkClipSourceChannel> channel;
+  const SRkVideoResolution video = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
+  RkCreateClipSourceChannel(1, kCapacity, video, RkMakeWaveFormat(2, 48000, 16), nullptr, channel.Out());
+  channel->InsertElement(0, CRkRef<CInstantElement>::Adopt(new CInstantElement).Get());
+  return channel;
+}
+
+// Blocks of waits and blocks of samples in turn, so that both meet the same machine.
+void Throughput(benchmark::State& state) {
+  const CAffinity affinity(state.range(0) != 0);
+  const CRkHandle never = CRkHandle::ManualResetEvent();
+  SSpent waits, samples;
+  for (auto _ : state) {
+    waits.Add([&] { RkWait(never, 1); });
+    const auto channel = MakeChannel();
+    channel->Play(0, kRkRepeatEndless);
+    const auto take = [&] {
+      CRkRef<IRkAVPlaySample> sample;
+      if (!channel->GetSample(INFINITE, sample.Out())) state.SkipWithError("no sample");
+    };
+    for (int i = 0; i < kCapacity; ++i) take();  // what was read ahead does not count
+    samples.Add(take);
+  }
+  const double count = static_cast<double>(state.iterations()) * kBlock;
+  state.counters["waits/s"] = count / waits.clock;
+  state.counters["samples/s"] = count / samples.clock;
+  state.counters["samples/waits"] = waits.clock / samples.clock;
+  state.counters["cpu_us/sample"] = 1e6 * samples.processor / count;
+  state.counters["cpu_us/wait"] = 1e6 * waits.processor / count;
+}
+
+BENCHMARK(Throughput)->ArgName("pinned")->Arg(1)->Arg(0)->Iterations(6)->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
