@@ -16,8 +16,8 @@
 // Hears what a media element could not read. Called on the thread that reads, with no lock held.
 class IRkMediaReadSink : public IRkUnknown {
  public:
-  // The frame at this offset was delivered as the last good picture with silence (or black, before the
-  // first good one). `reason` is borrowed for the call.
+  // The frame at this offset was delivered as the last good picture (or black, before the first good
+  // one), with what there is of its sound and silence for the rest. `reason` is borrowed for the call.
   virtual void OnFrameSubstituted(UINT offset, const char* reason) = 0;
 };
 

@@ -61,7 +61,7 @@ TEST_F(CPictureTest, files_in_fragments_and_files_without_times_are_counted_in_f
   ExpectAllPictures(OpenAsItIs(fragments), RkReferencePictures(fragments));
 
   const std::string bare = Make("bare.h264", kMoving + kLongGop);
-  const std::string reference = RkReferencePictures(bare, "-vsync passthrough");
+  const std::string reference = RkReferencePictures(bare);
   const auto element = OpenAsItIs(bare);
   ExpectAllPictures(element, reference);
   ExpectPicture(At(element, 17), reference, 17);
@@ -93,7 +93,7 @@ TEST_F(CPictureTest, a_variable_rate_shows_at_every_time_the_picture_that_began_
     SRkClipFormat as = Describe(path).format;
     as.video.frameRate = RkFrameRate_25;
     const auto element = OpenAs(path, as);
-    const std::string reference = RkReferencePictures(path, "-vsync passthrough");
+    const std::string reference = RkReferencePictures(path);
     const std::vector<SFrame> frames = Rest(element);
     EXPECT_EQ(frames.size(), element->GetFrameCount());
     ASSERT_GE(frames.size(), 46u);  // the last of the ten pictures begins at 45

@@ -48,9 +48,10 @@ inline std::string RkRunFfmpeg(const std::string& arguments) {
   return RkRun("ffmpeg -nostdin -v error -y " + arguments);
 }
 
-// The pictures of a file as raw planes, and its first sound as raw samples, as the program decodes them.
+// Every picture of a file once, as raw planes, and its first sound as raw samples, as the program decodes
+// them.
 inline std::string RkReferencePictures(const std::string& path, const std::string& options = {}) {
-  return RkRunFfmpeg("-i '" + path + "' -map 0:v:0 " + options + " -f rawvideo -");
+  return RkRunFfmpeg("-i '" + path + "' -map 0:v:0 -fps_mode passthrough " + options + " -f rawvideo -");
 }
 inline std::string RkReferenceSound(const std::string& path, const std::string& options = "-f s16le") {
   return RkRunFfmpeg("-i '" + path + "' -map 0:a:0 " + options + " -");

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 extern "C" {
 #include <libavutil/mathematics.h>
@@ -83,22 +84,28 @@ bool CRkSoundConverter::Convert(const AVFrame& frame, int64_t skipSamples, std::
 }
 
 bool CRkSoundConverter::ConvertSilence(int64_t samples, std::vector<BYTE>* output) {
-  if (m_silence == nullptr) {
-    m_silence.reset(av_frame_clone(m_like.get()));
-    if (m_silence == nullptr) return false;
-    m_silence->nb_samples = kSilenceSamples;
-    if (av_frame_get_buffer(m_silence.get(), 0) < 0) {
-      m_silence.reset();
-      return false;
-    }
-    av_samples_set_silence(m_silence->extended_data, 0, kSilenceSamples, m_silence->ch_layout.nb_channels,
-                           static_cast<AVSampleFormat>(m_silence->format));
-  }
+  if (m_silence == nullptr && !_MakeSilence()) return false;
   for (int64_t left = samples; left > 0;) {
     const int64_t now = std::min<int64_t>(left, kSilenceSamples);
     if (!Convert(*m_silence, kSilenceSamples - now, output)) return false;
     left -= now;
   }
+  return true;
+}
+
+bool CRkSoundConverter::_MakeSilence() {
+  CRkAv<AVFrame> silence(av_frame_alloc());
+  if (silence == nullptr) return false;
+  silence->format = m_like->format;
+  silence->sample_rate = m_like->sample_rate;
+  silence->nb_samples = kSilenceSamples;
+  if (av_channel_layout_copy(&silence->ch_layout, &m_like->ch_layout) < 0 ||
+      av_frame_get_buffer(silence.get(), 0) < 0) {
+    return false;
+  }
+  av_samples_set_silence(silence->extended_data, 0, kSilenceSamples, silence->ch_layout.nb_channels,
+                         static_cast<AVSampleFormat>(silence->format));
+  m_silence = std::move(silence);
   return true;
 }
 

@@ -32,6 +32,7 @@ class CRkSoundConverter {
   bool Flush(std::vector<BYTE>* output);
 
  private:
+  bool _MakeSilence();
   bool _Feed(const uint8_t** data, int samples, std::vector<BYTE>* output);
 
   const SRkWaveFormatInfo m_format;
