@@ -1,5 +1,7 @@
 #include "host/ClipList.h"
 
+#include <algorithm>
+
 namespace rkplay {
 
 std::optional<ULONGLONG> ClipList::AnnouncedFrames() const {
@@ -9,6 +11,13 @@ std::optional<ULONGLONG> ClipList::AnnouncedFrames() const {
 
 UINT ClipList::PositionAfter(ULONGLONG delivered) const {
   return static_cast<UINT>((startFrame + delivered) % frameCount);
+}
+
+const ClipList::FileElement* ClipList::FileAt(UINT position) const {
+  const auto found = std::find_if(files.begin(), files.end(), [position](const FileElement& file) {
+    return position >= file.timelineStart && position - file.timelineStart < file.frameCount;
+  });
+  return found == files.end() ? nullptr : &*found;
 }
 
 ClipList::ReadErrorCount ClipList::CountReadErrors(ULONGLONG delivered) const {

@@ -15,6 +15,7 @@ struct ClipList {
   struct FileElement {
     std::string path;
     UINT timelineStart;
+    UINT frameCount;
     CRkRef<ReadErrors> errors;
   };
   struct ReadErrorCount {
@@ -34,6 +35,8 @@ struct ClipList {
   std::optional<ULONGLONG> AnnouncedFrames() const;
   // The position that comes after `delivered` frames.
   UINT PositionAfter(ULONGLONG delivered) const;
+  // The file that the frame at the position comes from; null for a pattern.
+  const FileElement* FileAt(UINT position) const;
   // How many of the frames delivered so far stood in for one that could not be read.
   ReadErrorCount CountReadErrors(ULONGLONG delivered) const;
   // Lets go of the elements.

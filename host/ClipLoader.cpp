@@ -82,7 +82,9 @@ class ListBuilder {
     const ULONGLONG begin = m_sourceFrames;
     m_sourceFrames += element->GetFrameCount();
     if (!_Trim(element, begin)) return;
-    if (errors) m_list.files.push_back({source.path, m_list.frameCount, std::move(errors)});
+    if (errors) {
+      m_list.files.push_back({source.path, m_list.frameCount, element->GetFrameCount(), std::move(errors)});
+    }
     const auto index = static_cast<UINT>(m_list.elements->GetCount());
     if (!m_list.elements->InsertElement(index, element.Get())) source.Refuse("the list becomes too long");
     m_list.frameCount = m_list.elements->GetTotalFrameCount();

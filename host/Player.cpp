@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "contracts/RkMediaElement.h"
 #include "contracts/RkPictureLayout.h"
 #include "host/PlayBufferPool.h"
 #include "host/StopSignal.h"
@@ -14,6 +15,8 @@ namespace {
 // Short waits, so that a stop or a take is never left standing.
 constexpr DWORD kSampleWaitMs = 50;
 constexpr DWORD kSwitchPollMs = 5;
+// Without a sample for so long, the file is looked at again.
+constexpr std::chrono::seconds kStall(1);
 
 // Read ahead per channel: enough to ride out a slow open, within a bound on memory for large pictures.
 constexpr size_t kReadAheadBytes = size_t{256} << 20;
@@ -72,7 +75,8 @@ Statistics Player::Run() {
   m_cuer->Stop();
   _StopTaker();
   _StopChannel();
-  for (const size_t list : m_cuer->Refused()) _Fail(list, "could not be cued");
+  for (const size_t list : m_cuer->Refused())
+    _Fail(list, m_programme.lists[list].title + ": could not be cued");
   m_output.Close(m_statistics.errors);
   m_statistics.stopSignal = StopSignal();
   m_statistics.lateFrames = m_pacer.LateFrames();
@@ -88,7 +92,7 @@ void Player::_Play() {
     if (m_ended) {
       m_cuer->WaitForChange(kSwitchPollMs);
     } else if (!_DeliverNext()) {
-      return _EndList(ListOutcome::Failed);
+      return;
     }
     if (!_Switch()) return;
   }
@@ -97,33 +101,70 @@ void Player::_Play() {
 
 bool Player::_StartFirstList() {
   const Clock::time_point since = Clock::now();
-  while (!m_cuer->IsReady()) {
-    if (StopSignal() != 0) return false;
-    m_cuer->WaitForChange(kSampleWaitMs);
-  }
-  if (!m_channel->Play()) return false;  // the channel refused every list
+  if (!_WaitForCue() || !m_channel->Play()) return false;  // Play fails when the channel refused every list
   _BeginList(since);
   return true;
 }
 
+bool Player::_WaitForCue() {
+  while (!m_cuer->IsReady()) {
+    if (StopSignal() != 0) return false;
+    m_cuer->WaitForChange(kSampleWaitMs);
+  }
+  return true;
+}
+
+// Slow decoding is no end: only a file that can no longer be read at all is given up.
 bool Player::_DeliverNext() {
   CRkRef<IRkAVPlaySample> sample;
-  if (!m_channel->GetSample(kSampleWaitMs, sample.Out())) return true;  // slow to decode
-  _Account(*sample.Get());
+  if (!m_channel->GetSample(kSampleWaitMs, sample.Out())) {
+    return Clock::now() - m_lastSample < kStall || !_DueFileIsLost() || _LeaveList();
+  }
+  m_lastSample = Clock::now();
+  if (!_IsDue(*sample.Get()) && _DueFileIsLost()) return _LeaveList();
   if (m_realtime) m_pacer.WaitForNextFrame();
-  if (!m_output.Write(*sample.Get())) return false;
-  ++m_statistics.lists[m_onAir].deliveredFrames;
+  if (!m_output.Write(*sample.Get())) {
+    _EndList(ListOutcome::Failed);
+    return false;
+  }
+  ListResult& result = m_statistics.lists[m_onAir];
+  if (++result.deliveredFrames == result.announcedFrames) {
+    m_unread = m_programme.lists[m_onAir].CountReadErrors(result.deliveredFrames);
+  }
   m_progress.FrameDelivered();
   return true;
 }
 
-void Player::_Account(IRkAVPlaySample& sample) {
+// Every frame must follow the one before, also from the end of a pass to the next.
+bool Player::_IsDue(IRkAVPlaySample& sample) {
   ListResult& result = m_statistics.lists[m_onAir];
-  if (!result.firstSampleWaitMs) result.firstSampleWaitMs = Milliseconds(Clock::now() - m_listSince);
+  if (!result.firstSampleWaitMs) result.firstSampleWaitMs = Milliseconds(m_lastSample - m_listSince);
   const UINT due = m_programme.lists[m_onAir].PositionAfter(result.deliveredFrames);
-  if (sample.GetPosition() == due || result.outcome == ListOutcome::Failed) return;
-  _Fail(m_onAir,
-        "frame " + std::to_string(sample.GetPosition()) + " came where " + std::to_string(due) + " was due");
+  if (sample.GetPosition() == due) return true;
+  if (result.outcome != ListOutcome::Failed) {
+    _Fail(m_onAir, m_programme.lists[m_onAir].title + ": frame " + std::to_string(sample.GetPosition()) +
+                       " came where " + std::to_string(due) + " was due");
+  }
+  return false;
+}
+
+// An element that cannot be opened again is passed over in silence: its file has to be looked at.
+bool Player::_DueFileIsLost() {
+  m_lastSample = Clock::now();  // not again for a while
+  const ClipList& list = m_programme.lists[m_onAir];
+  const auto* file = list.FileAt(list.PositionAfter(m_statistics.lists[m_onAir].deliveredFrames));
+  SRkMediaDescription description{};
+  std::string reason;
+  if (file == nullptr || RkDescribeMedia(file->path.c_str(), &description, reason)) return false;
+  _Fail(m_onAir, file->path + ": " + reason + ", the list is left");
+  return true;
+}
+
+bool Player::_LeaveList() {
+  _EndList(ListOutcome::Failed);
+  if (!_WaitForCue() || !m_channel->SwitchChannelAtOnce()) return false;  // no list is left
+  _BeginList(Clock::now());
+  return true;
 }
 
 // Without a taker a list that has ended waits only for the next one to be cued, and that counts as part of
@@ -151,6 +192,7 @@ void Player::_BeginList(Clock::time_point since) {
   m_onAir = m_cuer->OnAir();
   m_takeGranted = false;
   m_listSince = since;
+  m_lastSample = Clock::now();
   m_progress.ListBegins(m_onAir, m_programme.lists[m_onAir]);
 }
 
@@ -160,15 +202,15 @@ void Player::_EndList(ListOutcome cut) {
   ListResult& result = m_statistics.lists[m_onAir];
   const bool whole = result.announcedFrames == result.deliveredFrames;
   if (!whole && cut == ListOutcome::Taken && !list.IsEndless()) {
-    _Fail(m_onAir, "ended after " + std::to_string(result.deliveredFrames) + " of " +
+    _Fail(m_onAir, list.title + ": ended after " + std::to_string(result.deliveredFrames) + " of " +
                        std::to_string(*result.announcedFrames) + " frames");
   }
   if (result.outcome != ListOutcome::Failed) result.outcome = whole ? ListOutcome::Played : cut;
-  const ClipList::ReadErrorCount unread = list.CountReadErrors(result.deliveredFrames);
+  const auto unread = whole ? m_unread : list.CountReadErrors(result.deliveredFrames);
   result.readErrors = unread.frames;
   if (unread.frames != 0) {
-    m_statistics.errors.push_back(unread.first + " (" + std::to_string(unread.frames) +
-                                  " frames went out as the last good picture with silence)");
+    _Report(m_onAir, unread.first + " (" + std::to_string(unread.frames) +
+                         " frames went out as the last good picture with silence)");
   }
   list.Free();
 }
@@ -206,7 +248,11 @@ void Player::_StopChannel() {
 
 void Player::_Fail(size_t list, const std::string& reason) {
   m_statistics.lists[list].outcome = ListOutcome::Failed;
-  m_statistics.errors.push_back(m_programme.lists[list].title + ": " + reason);
+  _Report(list, reason);
+}
+
+void Player::_Report(size_t list, const std::string& reason) {
+  m_statistics.errors.push_back("list " + std::to_string(list + 1) + ": " + reason);
 }
 
 }  // namespace rkplay

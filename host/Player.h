@@ -34,15 +34,20 @@ class Player {
 
   void _Play();
   bool _StartFirstList();
-  bool _DeliverNext();  // false when it could not be written
-  bool _Switch();       // these two are false when the programme is over
+  // These are false when the programme is over.
+  bool _DeliverNext();
+  bool _LeaveList();
+  bool _Switch();
   bool _OfferTake();
-  void _Account(IRkAVPlaySample& sample);
+  bool _WaitForCue();
+  bool _IsDue(IRkAVPlaySample& sample);
+  bool _DueFileIsLost();
   void _BeginList(Clock::time_point since);
   void _EndList(ListOutcome cut);
   void _StopTaker();
   void _StopChannel();
   void _Fail(size_t list, const std::string& reason);
+  void _Report(size_t list, const std::string& reason);
 
   Programme& m_programme;
   const bool m_realtime;
@@ -55,8 +60,10 @@ class Player {
   Statistics m_statistics;
 
   size_t m_onAir = Cuer::kNone;
-  bool m_ended = false;        // the list on air has; no sample may be taken before the switch
-  bool m_takeGranted = false;  // for the end of the list on air
+  bool m_ended = false;               // the list on air has; no sample may be taken before the switch
+  bool m_takeGranted = false;         // for the end of the list on air
+  ClipList::ReadErrorCount m_unread;  // once the list on air has been delivered whole
+  Clock::time_point m_lastSample;
   Clock::time_point m_endedSince;
   Clock::time_point m_listSince;  // when its first sample began to be waited for
 };

@@ -10,8 +10,8 @@ namespace {
 ClipList DamagedList() {
   ClipList list;
   list.frameCount = 10;
-  list.files.push_back({"good", 0, CRkRef<ReadErrors>::Adopt(new ReadErrors)});
-  list.files.push_back({"bad", 4, CRkRef<ReadErrors>::Adopt(new ReadErrors)});
+  list.files.push_back({"good", 0, 4, CRkRef<ReadErrors>::Adopt(new ReadErrors)});
+  list.files.push_back({"bad", 4, 6, CRkRef<ReadErrors>::Adopt(new ReadErrors)});
   for (const UINT offset : {0u, 5u, 0u}) list.files[1].errors->OnFrameSubstituted(offset, "broken");
   return list;
 }

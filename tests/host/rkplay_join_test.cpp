@@ -106,4 +106,20 @@ TEST_F(RkplayJoin, a_truncated_file_keeps_its_length_and_is_reported) {
               pictures.substr(99 * kPictureBytes, kPictureBytes));
 }
 
+// The third list is cued only when the second goes on air.
+TEST_F(RkplayJoin, a_file_that_vanishes_before_its_turn_costs_its_list_and_no_other) {
+  MakeClip("gone.mov", "25", "0.4", kLongGop);
+  Process process(Command({"pattern:5", "pattern:5", "gone.mov", "pattern:7", "--manual", "--size", "100x62",
+                           "--stats", "stats.json"}));
+  ASSERT_TRUE(process.WaitForOutput("list 1/4  has ended"));
+  std::filesystem::remove(Path("gone.mov"));
+  process.Type("\n\n");
+  EXPECT_EQ(process.Wait(), 1);
+  EXPECT_EQ(process.Errors(), "rkplay: list 3: gone.mov: No such file or directory, the list is left\n");
+  const auto stats = nlohmann::json::parse(ReadFile("stats.json"));
+  EXPECT_EQ(stats["lists"][2]["outcome"], "failed");
+  EXPECT_EQ(stats["lists"][3]["outcome"], "played");
+  EXPECT_EQ(stats["deliveredFrames"], 17);
+}
+
 }  // namespace
