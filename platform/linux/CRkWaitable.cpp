@@ -1,7 +1,7 @@
 #include "platform/linux/CRkWaitable.h"
 
 template <class Step>
-bool CRkWaitable::Change(Step step) {
+bool CRkWaitable::ChangeBesideOthers(Step step) {
   State state = m_state.load();
   for (;;) {
     if ((state & kWaiterBit) == 0) {

@@ -6,10 +6,8 @@
 #include "platform/CRkCriticalSection.h"
 #include "platform/linux/CRkWaiter.h"
 
-class CRkWaitable;
-
 // A waiter's place in the queue of one object. Lives on the waiter's stack.
-struct [[gnu::visibility("hidden")]] CRkWaitLink {
+struct RK_HIDDEN CRkWaitLink {
   CRkWaiter* waiter;
   CRkWaitLink* previous;
   CRkWaitLink* next;
@@ -26,7 +24,7 @@ struct [[gnu::visibility("hidden")]] CRkWaitLink {
 //    left m_lock before the waiter could leave the queue.
 // A change tells as many waiters as there are units; who leaves with units and waiters left tells the
 // next. A told waiter looks for itself, so a unit may also go to somebody who did not have to wait.
-class [[gnu::visibility("hidden")]] CRkWaitable {
+class RK_HIDDEN CRkWaitable {
  public:
   // Doubles as the mark by which a handle is known.
   enum class EKind : std::uint32_t {
@@ -50,40 +48,28 @@ class [[gnu::visibility("hidden")]] CRkWaitable {
     auto* object = static_cast<CRkWaitable*>(handle);
     return object->IsEvent() || object->IsSemaphore() ? object : nullptr;
   }
-  bool IsEvent() const {
-    return m_kind == EKind::ManualResetEvent || m_kind == EKind::AutoResetEvent;
-  }
-  bool IsSemaphore() const {
-    return m_kind == EKind::Semaphore;
-  }
+  bool IsEvent() const { return m_kind == EKind::ManualResetEvent || m_kind == EKind::AutoResetEvent; }
+  bool IsSemaphore() const { return m_kind == EKind::Semaphore; }
 
   // Adds units to a semaphore. False, and no change, when they would pass the maximum.
-  bool Release(std::uint32_t units, std::uint32_t * previous);
+  bool Release(std::uint32_t units, std::uint32_t* previous);
   // An event's only unit: there afterwards, whether it was before or not.
   void Set();
   void Reset();
 
-  State Look() const {
-    return m_state.load();
-  }
-  static bool IsSignalled(State state) {
-    return (state & kCountMask) != 0;
-  }
+  State Look() const { return m_state.load(); }
+  static bool IsSignalled(State state) { return (state & kCountMask) != 0; }
   // Takes a unit of the object that a look found signalled; false when it has changed since.
   bool TakeIfStill(State seen);
 
   // The queue. Who joined leaves, by Leave or LeaveLocked, before its wait returns.
-  void Join(CRkWaitLink & link, CRkWaiter & waiter) RK_EXCLUDES(m_lock);
-  void Leave(CRkWaitLink & link) RK_EXCLUDES(m_lock);
+  void Join(CRkWaitLink& link, CRkWaiter& waiter) RK_EXCLUDES(m_lock);
+  void Leave(CRkWaitLink& link) RK_EXCLUDES(m_lock);
   // For a wait that holds the locks of all its objects.
-  void EnterLock() RK_ACQUIRE(m_lock) {
-    m_lock.Enter();
-  }
-  void LeaveLock() RK_RELEASE(m_lock) {
-    m_lock.Leave();
-  }
+  void EnterLock() RK_ACQUIRE(m_lock) { m_lock.Enter(); }
+  void LeaveLock() RK_RELEASE(m_lock) { m_lock.Leave(); }
   void TakeLocked() RK_REQUIRES(m_lock);
-  void LeaveLocked(CRkWaitLink & link, CRkWakeList & wakes) RK_REQUIRES(m_lock);
+  void LeaveLocked(CRkWaitLink& link, CRkWakeList& wakes) RK_REQUIRES(m_lock);
 
  private:
   static constexpr State kCountMask = 0xFFFFFFFF;
@@ -93,13 +79,19 @@ class [[gnu::visibility("hidden")]] CRkWaitable {
   // Steps the state, wherever that may be done now; tells waiters about new units. `step` alters the
   // state it is given, or leaves it and returns false.
   template <class Step>
-  bool Change(Step step) RK_EXCLUDES(m_lock);
-  template <class Step>
-  bool ChangeLocked(State state, Step step, CRkWakeList & wakes) RK_REQUIRES(m_lock);
-  State Taken(State state) const {
-    return m_kind == EKind::ManualResetEvent ? state : state - 1;
+  bool Change(Step step) RK_EXCLUDES(m_lock) {
+    State state = m_state.load();
+    if ((state & kWaiterBit) != 0) return ChangeBesideOthers(step);
+    State next = state;
+    if (!step(next)) return false;
+    return m_state.compare_exchange_strong(state, next) || ChangeBesideOthers(step);
   }
-  void TellWaiters(State state, CRkWakeList & wakes) RK_REQUIRES(m_lock);
+  template <class Step>
+  [[gnu::noinline]] bool ChangeBesideOthers(Step step) RK_EXCLUDES(m_lock);
+  template <class Step>
+  bool ChangeLocked(State state, Step step, CRkWakeList& wakes) RK_REQUIRES(m_lock);
+  State Taken(State state) const { return m_kind == EKind::ManualResetEvent ? state : state - 1; }
+  void TellWaiters(State state, CRkWakeList& wakes) RK_REQUIRES(m_lock);
 
   const EKind m_kind;
   const std::uint32_t m_maximum;

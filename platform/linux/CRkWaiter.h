@@ -7,16 +7,14 @@
 
 // The wake-ups that a change of an object has earned. They are sent when this list goes, which is after
 // the object's lock was left, so that a woken thread does not run into it.
-class [[gnu::visibility("hidden")]] CRkWakeList {
+class RK_HIDDEN CRkWakeList {
  public:
   CRkWakeList() = default;
   CRkWakeList(const CRkWakeList&) = delete;
   CRkWakeList& operator=(const CRkWakeList&) = delete;
-  ~CRkWakeList() {
-    Send();
-  }
+  ~CRkWakeList() { Send(); }
 
-  void Add(RkFutexWord * word) {
+  void Add(RkFutexWord* word) {
     if (m_count == m_words.size()) Send();
     m_words[m_count++] = word;
   }
@@ -32,25 +30,19 @@ class [[gnu::visibility("hidden")]] CRkWakeList {
 };
 
 // A thread in a wait. Told by the objects it waits on, under their locks, to look at them again.
-class [[gnu::visibility("hidden")]] CRkWaiter {
+class RK_HIDDEN CRkWaiter {
  public:
   explicit CRkWaiter(bool waitsForAll) : m_waitsForAll(waitsForAll) {}
 
-  bool WaitsForAll() const {
-    return m_waitsForAll;
-  }
+  bool WaitsForAll() const { return m_waitsForAll; }
 
-  void Tell(CRkWakeList & wakes) {
+  void Tell(CRkWakeList& wakes) {
     if (m_told.exchange(1) == 0) wakes.Add(&m_told);
   }
   // Before each look: what changes after it is told anew.
-  void Forget() {
-    m_told.exchange(0);
-  }
+  void Forget() { m_told.exchange(0); }
   // Sleeps until told, for all that changed since Forget.
-  ERkPark Park(const CRkDeadline& deadline) {
-    return RkFutexWait(m_told, 0, deadline);
-  }
+  ERkPark Park(const CRkDeadline& deadline) { return RkFutexWait(m_told, 0, deadline); }
 
  private:
   RkFutexWord m_told{0};

@@ -6,17 +6,18 @@
 
 #include "platform/RkPlatform.h"
 
+// Only the Windows names leave this library, so that its own calls are direct ones.
+#define RK_HIDDEN __attribute__((visibility("hidden")))
+
 // A 32-bit word that one thread sleeps on and any thread may wake. Wake-ups may be spurious.
 using RkFutexWord = std::atomic<std::uint32_t>;
 
 // The moment on the monotonic clock at which a wait gives up; INFINITE never does.
-class [[gnu::visibility("hidden")]] CRkDeadline {
+class RK_HIDDEN CRkDeadline {
  public:
   explicit CRkDeadline(DWORD timeoutMs);
   // Null for a wait without end.
-  const timespec* Moment() const {
-    return m_infinite ? nullptr : &m_moment;
-  }
+  const timespec* Moment() const { return m_infinite ? nullptr : &m_moment; }
 
  private:
   timespec m_moment{};
@@ -26,7 +27,6 @@ class [[gnu::visibility("hidden")]] CRkDeadline {
 enum class ERkPark { Woken, TimedOut, Failed };
 
 // Sleeps while the word holds `value`, at the latest until the deadline.
-[[gnu::visibility("hidden")]] ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value,
-                                                  const CRkDeadline& deadline);
+RK_HIDDEN ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value, const CRkDeadline& deadline);
 // Only the address counts: the word may be gone already.
-[[gnu::visibility("hidden")]] void RkFutexWake(RkFutexWord* word);
+RK_HIDDEN void RkFutexWake(RkFutexWord* word);

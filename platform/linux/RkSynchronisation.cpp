@@ -79,7 +79,15 @@ BOOL CloseHandle(HANDLE object) {
 }
 
 DWORD WaitForSingleObject(HANDLE object, DWORD timeoutMs) {
-  return WaitForMultipleObjects(1, &object, FALSE, timeoutMs);
+  CRkWaitable* waitable = CRkWaitable::FromHandle(object);
+  if (waitable == nullptr) {
+    SetLastError(ERROR_INVALID_HANDLE);
+    return WAIT_FAILED;
+  }
+  // The way of most waits, short enough for that.
+  const CRkWaitable::State seen = waitable->Look();
+  if (CRkWaitable::IsSignalled(seen) && waitable->TakeIfStill(seen)) return WAIT_OBJECT_0;
+  return CRkWait(&waitable, 1, false).Run(timeoutMs);
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* objects, BOOL waitAll, DWORD timeoutMs) {

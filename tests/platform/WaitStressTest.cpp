@@ -99,7 +99,7 @@ TEST(WaitStress, a_waiter_that_another_object_served_passes_its_wake_on) {
   CRkHandle own = CRkHandle::AutoResetEvent();
   CRkHandle turn = CRkHandle::AutoResetEvent();
   RunUnderWatchdog([&] {
-    constexpr int kRounds = 2000;
+    constexpr int kRounds = 100;
     for (int i = 0; i < kRounds; ++i) {
       std::atomic<DWORD> ids[2] = {0, 0};
       DWORD picked = WAIT_FAILED;
@@ -126,47 +126,64 @@ TEST(WaitStress, a_waiter_that_another_object_served_passes_its_wake_on) {
   });
 }
 
-// Units go round over four semaphores, moved by threads whose waits overlap in every way. There is
-// always somebody who may take any of them, so they stand still only when a wake was lost.
-TEST(WaitStress, overlapping_waits_lose_neither_wakes_nor_units) {
-  constexpr int kObjects = 4;
-  constexpr int kUnits = 2;
-  constexpr int kMoves = 20000;
-  std::array<CRkHandle, kObjects> places;
-  for (auto& place : places) place = CRkHandle::Semaphore(0, kUnits);
-  CRkHandle stop = CRkHandle::ManualResetEvent();
-  std::atomic<int> moves{0};
-  const auto putSomewhere = [&](int number) {
-    ReleaseSemaphore(places[number % kObjects], 1, nullptr);
-    if (++moves == kMoves) SetEvent(stop);
-  };
-  RunUnderWatchdog([&] {
+// Units go round over four semaphores, moved by threads whose waits overlap.
+class CUnitsGoRound {
+ public:
+  CUnitsGoRound(int units, int moves) : m_units(units), m_moves(moves) {
+    for (auto& place : m_places) place = CRkHandle::Semaphore(0, units);
+  }
+
+  // With timed waits, half of the threads wait for a moment only, for any or all of their places.
+  void Run(bool timedWaits) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t) {
-      // The even ones wait without end for two or three places, the odd ones for a moment: any or both.
-      threads.emplace_back([&, t] {
-        const HANDLE objects[] = {stop, places[t / 2 % 4], places[(t / 2 + 1) % 4], places[(t / 2 + 3) % 4]};
-        const bool endless = t % 2 == 0;
-        for (int i = t; !RkWait(stop, 0); ++i) {
-          if (endless) {
-            if (WaitForMultipleObjects(4 - t / 2 % 2, objects, FALSE, INFINITE) != 0) putSomewhere(i * 7 / 3);
-          } else if (i % 2 == 0) {
-            if (WaitForMultipleObjects(3, objects, FALSE, 1) - 1 < 2) putSomewhere(i);
-          } else if (WaitForMultipleObjects(2, objects + 1, TRUE, 1) == WAIT_OBJECT_0) {
-            putSomewhere(i);
-            putSomewhere(i / 2);
-          }
-        }
-      });
+      const bool timed = timedWaits && t % 2 == 0;
+      threads.emplace_back(timed ? &CUnitsGoRound::MoveTimed : &CUnitsGoRound::MoveEndless, this, t);
     }
-    for (int i = 0; i < kUnits; ++i) putSomewhere(i);
+    for (int i = 0; i < m_units; ++i) Put(i);
     for (auto& thread : threads) thread.join();
-  });
-  int left = 0;
-  for (auto& place : places) {
-    while (RkWait(place, 0)) ++left;
+    for (auto& place : m_places) {
+      while (RkWait(place, 0)) --m_units;
+    }
+    EXPECT_EQ(m_units, 0);
   }
-  EXPECT_EQ(left, kUnits);
+
+ private:
+  void Put(int number) {
+    ReleaseSemaphore(m_places[number % 4], 1, nullptr);
+    if (++m_done == m_moves) SetEvent(m_stop);
+  }
+  void MoveEndless(int t) {
+    const HANDLE objects[] = {m_stop, m_places[t % 4], m_places[(t + 1) % 4], m_places[(t + 3) % 4]};
+    const DWORD count = 3 + t / 4;
+    for (int i = t; WaitForMultipleObjects(count, objects, FALSE, INFINITE) != WAIT_OBJECT_0; i += 7) Put(i);
+  }
+  void MoveTimed(int t) {
+    const HANDLE objects[] = {m_places[t % 4], m_places[(t + 1) % 4]};
+    for (int i = t; !RkWait(m_stop, 0); ++i) {
+      const bool all = i % 2 == 0;
+      if (WaitForMultipleObjects(2, objects, all, 1) == WAIT_TIMEOUT) continue;
+      Put(i);
+      if (all) Put(i + 1);
+    }
+  }
+
+  int m_units;
+  const int m_moves;
+  std::atomic<int> m_done{0};
+  CRkHandle m_places[4];
+  CRkHandle m_stop = CRkHandle::ManualResetEvent();
+};
+
+// Somebody may take any of the units at any time, so they stand still only when a wake was lost.
+TEST(WaitStress, overlapping_waits_lose_no_wake) {
+  for (int units = 1; units < 4; ++units) {
+    RunUnderWatchdog([units] { CUnitsGoRound(units, 20000).Run(false); });
+  }
+}
+
+TEST(WaitStress, waits_that_time_out_and_waits_for_all_lose_no_unit) {
+  RunUnderWatchdog([] { CUnitsGoRound(3, 20000).Run(true); });
 }
 
 }  // namespace

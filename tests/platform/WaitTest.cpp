@@ -227,6 +227,18 @@ TEST(WaitAll, takes_nothing_early_and_everything_at_once) {
   EXPECT_TRUE(IsSignalled(event));
 }
 
+TEST(WaitAll, leaves_the_wake_to_the_next_in_the_queue) {
+  CRkHandle semaphore = CRkHandle::Semaphore(0, 1);
+  CRkHandle event = CRkHandle::AutoResetEvent();
+  CSleepingWait all({semaphore, event}, true);
+  CSleepingWait next({semaphore}, false);
+  ReleaseSemaphore(semaphore, 1, nullptr);
+  EXPECT_EQ(next.Result(), WAIT_OBJECT_0);
+  SetEvent(event);
+  ReleaseSemaphore(semaphore, 1, nullptr);
+  EXPECT_EQ(all.Result(), WAIT_OBJECT_0);
+}
+
 TEST(Waits, never_end_early_nor_for_nothing) {
   CRkHandle first = CRkHandle::AutoResetEvent();
   CRkHandle second = CRkHandle::AutoResetEvent();
