@@ -40,7 +40,7 @@ SMixed Mix(int bits, int channels, const std::vector<BYTE>& sound, std::vector<S
   SRkWaveFormatInfo targetFormat = RkMakeWaveFormat(2, 48000, 16);
   std::vector<BYTE> held = sound;
   const DWORD count = static_cast<DWORD>(sound.size() / sourceFormat.blockAlign);
-  SMixed mixed = {0, std::vector<short>(2 * room, 7)};
+  SMixed mixed = {0, std::vector<short>(size_t{2} * room + 1, 7)};
   SRkLockAudioSample source = {held.data(), count, count};
   SRkLockAudioSample target = {reinterpret_cast<BYTE*>(mixed.samples.data()), room, room};
   mixed.result = RkAudioUtils::MixAudioSampleTo16bitStereo(sourceFormat, source, targetFormat, target,
@@ -77,9 +77,8 @@ TEST(AudioBuffer, is_sized_in_whole_samples) {
   using RkAudioUtils::GetAudioBufferSize;
   EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(2, 48000, 16), 1000.0), 192000u);
   EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(6, 44100, 24), 10.1), 445u * 18);
-  // Five frames of 29.97 are 8008 samples, though the double falls short of them.
-  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(1, 48000, 8), 5 * RkFrameDurationMs(RkFrameRate_29_97)),
-            8008u);
+  // Seven frames of 24 are 14000 samples, though the double falls short of them.
+  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(1, 48000, 8), 7 * RkFrameDurationMs(RkFrameRate_24)), 14000u);
   EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(6, 48000, 24), 1e12), 0xFFFFFFFFu / 18 * 18);
   EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(2, 48000, 16), -1.0), 0u);
   EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(2, 48000, 20), 1000.0), 0u);
@@ -89,7 +88,7 @@ TEST(AudioBuffer, is_sized_in_whole_samples) {
 TEST(AudioBuffer, is_silent_in_the_middle_of_its_range) {
   for (const int bits : kAllBits) {
     const SRkWaveFormatInfo format = RkMakeWaveFormat(3, 48000, static_cast<WORD>(bits));
-    std::vector<BYTE> sound = Noise(format.blockAlign * 10u + 1);
+    std::vector<BYTE> sound = Noise(size_t{10} * format.blockAlign + 1);
     sound.back() = 0x55;
     RkAudioUtils::SilientAudioBuffer(format, sound.data(), 10);
     for (int sample = 0; sample < 30; ++sample) EXPECT_EQ(Level(&sound[sample * bits / 8], bits), 0);
@@ -104,8 +103,8 @@ TEST(AudioChannels, land_at_their_place_in_a_wider_frame_and_leave_the_others) {
       const size_t bytes = bits / 8;
       const SRkWaveFormatInfo from = RkMakeWaveFormat(channels, 48000, static_cast<WORD>(bits));
       const SRkWaveFormatInfo to = RkMakeWaveFormat(wide, 48000, static_cast<WORD>(bits));
-      std::vector<BYTE> source = Noise(from.blockAlign * 50u);
-      std::vector<BYTE> target = Noise(to.blockAlign * 50u);
+      std::vector<BYTE> source = Noise(size_t{50} * from.blockAlign);
+      std::vector<BYTE> target = Noise(size_t{50} * to.blockAlign);
       std::vector<BYTE> expected = target;
       for (size_t index = 0; index < 50; ++index)
         std::copy_n(&source[index * from.blockAlign], from.blockAlign,
@@ -134,8 +133,8 @@ TEST(AudioMix, is_the_rounded_and_saturated_sum_of_its_channels) {
   for (const int bits : kAllBits) {
     for (const int channels : {1, 2, 6, 8, 12}) {
       for (const auto& pattern : manyGains) {
-        std::vector<SRkAudioMixParam> gains;
-        for (int channel = 0; channel < channels; ++channel) gains.push_back(pattern[channel % 2]);
+        std::vector<SRkAudioMixParam> gains(channels);
+        for (int channel = 0; channel < channels; ++channel) gains[channel] = pattern[channel % 2];
         const std::vector<BYTE> sound = Noise(size_t{600} * channels * bits / 8);
         const SMixed mixed = Mix(bits, channels, sound, gains, 600, channels);
         ASSERT_EQ(mixed.result, 1);
@@ -160,10 +159,11 @@ TEST(AudioMix, is_the_rounded_and_saturated_sum_of_its_channels) {
 
 TEST(AudioMix, gives_what_both_sides_have_and_refuses_what_it_cannot_mix) {
   const std::vector<SRkAudioMixParam> gains(2, {1000, 1000});
-  const std::vector<BYTE> sound(2 * 2 * 10, 1);
+  const std::vector<BYTE> sound(40, 1);
   EXPECT_EQ(Mix(16, 2, sound, gains, 12, 2).samples[19], 514);
   EXPECT_EQ(Mix(16, 2, sound, gains, 12, 2).samples[20], 7);
   EXPECT_EQ(Mix(16, 2, sound, gains, 4, 2).samples[7], 514);
+  EXPECT_EQ(Mix(16, 2, sound, gains, 4, 2).samples[8], 7);
   EXPECT_EQ(Mix(16, 2, sound, gains, 4, 1).samples[7], 257);
   EXPECT_EQ(Mix(16, 2, sound, gains, 4, 9).samples[7], 514);
   EXPECT_EQ(Mix(16, 2, sound, gains, 4, 0).result, 0);

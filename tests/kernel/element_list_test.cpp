@@ -54,10 +54,10 @@ TEST(ElementList, finds_the_first_and_last_frame_of_every_element) {
   list->InsertElement(0, a.Get());
   list->InsertElement(1, b.Get());
   const struct {
-    UINT position;
     const Element& element;
+    UINT position;
     UINT offset;
-  } cases[] = {{0, a, 0}, {2, a, 2}, {3, b, 0}, {4, c, 0}, {7, c, 3}};
+  } cases[] = {{a, 0, 0}, {a, 2, 2}, {b, 3, 0}, {c, 4, 0}, {c, 7, 3}};
   for (const auto& expected : cases) {
     Element found;
     UINT offset = 99;
@@ -102,9 +102,9 @@ TEST(ElementList, tells_starts_anew_when_a_trimmed_element_precedes_what_it_hand
   RkCreateClipTrimInfo({{2, 4}}, trim.Out());
 
   a->SetTrimInfo(trim.Get());
-  EXPECT_EQ(list->GetTotalFrameCount(), 12u);
   EXPECT_EQ(Next(*list, a).Get(), b.Get());
   EXPECT_EQ(b->GetTimelineStart(), 2u);
+  EXPECT_EQ(list->GetTotalFrameCount(), 12u);
   a->SetTrimInfo(nullptr);
   Element found;
   EXPECT_TRUE(list->FindElementAtPosition(11, found.Out(), nullptr));

@@ -14,7 +14,7 @@ namespace {
 constexpr int kFullGain = 1000;
 constexpr int kMostChannels = 255;  // a sum of so many 24-bit numbers fits in 32 bits
 constexpr size_t kTargetBytes = 2 * sizeof(std::int16_t);
-constexpr DWORD kBlock = 256;  // samples of one side that are summed before they are rounded
+constexpr size_t kBlock = 256;  // samples of one side that are summed before they are rounded
 
 template <class T>
 T Read(const BYTE* data) {
@@ -58,7 +58,7 @@ struct SRkAnyGains {
   using Sum = std::int64_t;
   static Sum Weighted(std::int32_t sample, int gain) { return static_cast<Sum>(sample) * gain; }
   static Sum Rounded(Sum sum) {
-    constexpr Sum kUnit = 256 * kFullGain;
+    constexpr Sum kUnit = Sum{256} * kFullGain;
     const Sum raised = sum + kUnit / 2;
     return raised / kUnit - (raised % kUnit < 0);
   }
@@ -71,14 +71,14 @@ struct SRkMix {
 };
 
 template <class Load, class Gains>
-void SumSide(const SRkMix& mix, const BYTE* source, int SRkAudioMixParam::*side, DWORD count,
+void SumSide(const SRkMix& mix, const BYTE* source, int SRkAudioMixParam::*side, size_t count,
              typename Gains::Sum* sums) {
   std::fill_n(sums, count, 0);
   for (int channel = 0; channel < mix.channels; ++channel) {
     const int gain = mix.gains[channel].*side;
     if (gain == 0) continue;
     const BYTE* data = source + channel * Load::kBytes;
-    for (DWORD index = 0; index < count; ++index, data += mix.frameBytes)
+    for (size_t index = 0; index < count; ++index, data += mix.frameBytes)
       sums[index] += Gains::Weighted(Load::At(data), gain);
   }
 }
@@ -92,15 +92,15 @@ std::int16_t Saturated(typename Gains::Sum sum) {
 }
 
 template <class Load, class Gains>
-void MixFrames(const SRkMix& mix, const BYTE* source, BYTE* target, DWORD count) {
+void MixFrames(const SRkMix& mix, const BYTE* source, BYTE* target, size_t count) {
   typename Gains::Sum left[kBlock];
   typename Gains::Sum right[kBlock];
   std::int16_t mixed[2 * kBlock];
   while (count > 0) {
-    const DWORD block = std::min(count, kBlock);
+    const size_t block = std::min(count, kBlock);
     SumSide<Load, Gains>(mix, source, &SRkAudioMixParam::leftGain, block, left);
     SumSide<Load, Gains>(mix, source, &SRkAudioMixParam::rightGain, block, right);
-    for (DWORD index = 0; index < block; ++index) {
+    for (size_t index = 0; index < block; ++index) {
       mixed[2 * index] = Saturated<Gains>(left[index]);
       mixed[2 * index + 1] = Saturated<Gains>(right[index]);
     }
@@ -112,7 +112,7 @@ void MixFrames(const SRkMix& mix, const BYTE* source, BYTE* target, DWORD count)
 }
 
 template <class Load>
-void MixWith(const SRkMix& mix, const BYTE* source, BYTE* target, DWORD count) {
+void MixWith(const SRkMix& mix, const BYTE* source, BYTE* target, size_t count) {
   const auto isPlain = [](int gain) { return gain == 0 || gain == kFullGain; };
   const bool plain = std::all_of(mix.gains, mix.gains + mix.channels, [&](const SRkAudioMixParam& gains) {
     return isPlain(gains.leftGain) && isPlain(gains.rightGain);
@@ -123,7 +123,7 @@ void MixWith(const SRkMix& mix, const BYTE* source, BYTE* target, DWORD count) {
     MixFrames<Load, SRkAnyGains>(mix, source, target, count);
 }
 
-void Mix24(const SRkMix& mix, const BYTE* source, BYTE* target, DWORD count) {
+void Mix24(const SRkMix& mix, const BYTE* source, BYTE* target, size_t count) {
   if (count == 0) return;
   MixWith<SRkLoad24First>(mix, source, target, 1);
   MixWith<SRkLoad24>(mix, source + mix.frameBytes, target + kTargetBytes, count - 1);

@@ -89,11 +89,11 @@ void CRkPatternPicture::_StampNumber(UINT number, BYTE* luma) const {
   const size_t stride = RkPlaneLayout(m_video, 0).stride;
   const BYTE white = PlaneValue(0, 1, 1, 1, m_video.colorRange == RkColorRange_Full);
   for (int index = place.digits - 1; index >= 0; --index, number /= 10) {
-    BYTE* const corner = luma + place.y * stride + place.x + index * kRkDigitPitch * place.dot;
+    const int left = place.x + index * kRkDigitPitch * place.dot;
     for (int y = 0; y < place.Height(); ++y) {
-      for (int column = 0; column < kRkDigitWidth; ++column) {
-        if (RkIsDigitDot(number % 10, y / place.dot, column))
-          std::memset(corner + y * stride + column * place.dot, white, place.dot);
+      BYTE* dot = luma + (place.y + y) * stride + left;
+      for (int column = 0; column < kRkDigitWidth; ++column, dot += place.dot) {
+        if (RkIsDigitDot(number % 10, y / place.dot, column)) std::memset(dot, white, place.dot);
       }
     }
   }

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr DWORD kFrequency = 1000;
-constexpr DWORD kShortestPeriod = 4;  // samples; fewer would miss the crests
+constexpr DWORD kShortestPeriod = 4;    // samples; fewer would miss the crests
 constexpr double kAmplitude = 0.12589;  // -18 dBFS
 
 // As the bytes of one sample, low byte first.
