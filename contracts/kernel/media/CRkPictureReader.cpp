@@ -53,10 +53,12 @@ void CRkPictureReader::_Locate(int64_t number) {
       m_firstWhole = m_timeline->PictureOf(landing.pts);
       if (m_firstWhole <= number && _Advance(number)) return;
       if (m_firstWhole <= 0) break;
-      // A key picture's place in the file is told by its decoding time.
+      // A key picture's place in the file is told by its decoding time. Containers without an index may
+      // land just before the same one again: then further and further back.
       const int64_t earliest =
           landing.dts == AV_NOPTS_VALUE ? landing.pts : std::min(landing.pts, landing.dts);
-      timestamp = std::min(timestamp, earliest) - 1;
+      const int64_t halfSecond = av_rescale_q(1, {1, 2}, m_timeline->TimeBase());
+      timestamp = std::min(timestamp, earliest) - 1 - (step == 0 ? 0 : halfSecond << (step - 1));
     }
   }
   _Forget();
