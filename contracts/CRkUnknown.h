@@ -9,17 +9,13 @@ class CRkUnknown : public Interface {
   CRkUnknown(const CRkUnknown&) = delete;
   CRkUnknown& operator=(const CRkUnknown&) = delete;
 
-  UINT AddRef() override {
-    InterlockedIncrement(&m_references);
-    return References();
-  }
+  UINT AddRef() override { return static_cast<UINT>(InterlockedIncrement(&m_references)); }
 
   UINT Release() override {
-    if (InterlockedDecrement(&m_references) == 0) {
-      delete this;
-      return 0;
-    }
-    return References();
+    // After the decrement another thread may destroy the object: nothing of it is read any more.
+    const LONG now = InterlockedDecrement(&m_references);
+    if (now == 0) delete this;
+    return static_cast<UINT>(now);
   }
 
  protected:
@@ -27,11 +23,5 @@ class CRkUnknown : public Interface {
   ~CRkUnknown() override = default;
 
  private:
-  // Another thread may have changed the count since the step that the caller made.
-  UINT References() {
-    const LONG now = InterlockedCompareExchange(&m_references, 0, 0);
-    return now > 0 ? static_cast<UINT>(now) : 1u;
-  }
-
   LONG volatile m_references = 1;
 };
