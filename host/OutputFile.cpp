@@ -6,9 +6,16 @@
 #include "host/UsageError.h"
 
 namespace rkplay {
+namespace {
 
-OutputFile::OutputFile(const std::string& path) : m_path(path), m_file(std::fopen(path.c_str(), "wb")) {
+constexpr size_t kBufferBytes = size_t{1} << 20;
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path)
+    : m_path(path), m_buffer(kBufferBytes), m_file(std::fopen(path.c_str(), "wb")) {
   if (!m_file) throw UsageError(path + ": cannot be written: " + std::strerror(errno));
+  std::setvbuf(m_file.get(), m_buffer.data(), _IOFBF, m_buffer.size());
 }
 
 bool OutputFile::Write(const void* data, size_t bytes) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace rkplay {
 
@@ -31,6 +32,7 @@ class OutputFile {
   bool _FailWithErrno();
 
   std::string m_path;
+  std::vector<char> m_buffer;  // pictures come row by row
   std::unique_ptr<std::FILE, Closer> m_file;
   std::string m_error;
 };

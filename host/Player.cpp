@@ -205,13 +205,14 @@ void Player::_EndList(ListOutcome cut) {
     _Fail(m_onAir, list.title + ": ended after " + std::to_string(result.deliveredFrames) + " of " +
                        std::to_string(*result.announcedFrames) + " frames");
   }
-  if (result.outcome != ListOutcome::Failed) result.outcome = whole ? ListOutcome::Played : cut;
   const auto unread = whole ? m_unread : list.CountReadErrors(result.deliveredFrames);
   result.readErrors = unread.frames;
   if (unread.frames != 0) {
     _Report(m_onAir, unread.first + " (" + std::to_string(unread.frames) +
                          " frames went out as the last good picture with silence)");
   }
+  const ListOutcome played = unread.frames == 0 ? ListOutcome::Played : ListOutcome::Damaged;
+  if (result.outcome != ListOutcome::Failed) result.outcome = whole ? played : cut;
   list.Free();
 }
 

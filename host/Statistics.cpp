@@ -16,6 +16,8 @@ const char* NameOf(ListOutcome outcome) {
   switch (outcome) {
     case ListOutcome::Played:
       return "played";
+    case ListOutcome::Damaged:
+      return "damaged";
     case ListOutcome::Taken:
       return "taken";
     case ListOutcome::Stopped:

@@ -9,8 +9,8 @@
 
 namespace rkplay {
 
-// How a list went.
-enum class ListOutcome { NotPlayed, Played, Taken, Stopped, Failed };
+// How a list went. Damaged: whole, but with frames that could not be read.
+enum class ListOutcome { NotPlayed, Played, Damaged, Taken, Stopped, Failed };
 
 struct ListResult {
   std::string clip;

@@ -97,6 +97,7 @@ TEST_F(RkplayJoin, a_truncated_file_keeps_its_length_and_is_reported) {
   EXPECT_NE(result.errors.find("cut.mov: "), std::string::npos) << result.errors;
   const auto stats = nlohmann::json::parse(ReadFile("stats.json"));
   EXPECT_EQ(stats["deliveredFrames"], 105);
+  EXPECT_EQ(stats["lists"][0]["outcome"], "damaged");
   EXPECT_GT(stats["lists"][0]["readErrors"], 10);
   EXPECT_LT(stats["lists"][0]["readErrors"], 90);
   EXPECT_EQ(stats["lists"][1]["readErrors"], 0);
