@@ -35,17 +35,13 @@ RK_IN_FRONT HANDLE CreateSemaphoreW(SECURITY_ATTRIBUTES* attributes, LONG count,
   return CreationFails() ? nullptr : next(attributes, count, maximum, name);
 }
 
+// To the throwing forms, so that each allocation has the delete of its kind.
 RK_IN_FRONT void* operator new(size_t size, const std::nothrow_t&) noexcept {
-  if (CreationFails()) return nullptr;
-  try {
-    return operator new(size);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
+  return CreationFails() ? nullptr : operator new(size);
 }
 
 RK_IN_FRONT void* operator new[](size_t size, const std::nothrow_t&) noexcept {
-  return operator new(size, std::nothrow);
+  return CreationFails() ? nullptr : operator new[](size);
 }
 
 namespace {

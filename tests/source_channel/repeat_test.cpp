@@ -93,6 +93,11 @@ TEST_P(RepeatCountTest, more_passes_asked_for_during_play_are_played) {
   ExpectEndAfter(30);
   channel->SetRepeatCount(5);
   ExpectEndAfter(50);
+  ExpectEndAfter(60);  // goes on behind the end without counting
+  channel->SetRepeatCount(6);
+  ExpectEndAfter(70);
+  channel->SetRepeatCount(8);
+  ExpectEndAfter(90);
 }
 
 TEST_P(RepeatCountTest, fewer_passes_than_delivered_end_with_the_pass_under_way) {
