@@ -75,13 +75,15 @@ RK_KERNEL_API int RkCreateUserAudioSample(const SRkWaveFormatInfo& format, void*
 
 // ---- pool elements and video samples
 
+class IRkAVPlaySample;
 class IRkPoolElement;
 
-// Whoever lends out pool elements and keeps one reference to each.
+// Whoever lends out pool elements and keeps one reference to each. Both operations are called on the
+// thread that released the last reference besides the owner's.
 class IRkPoolElementOwner : public IRkUnknown {
  public:
-  virtual void Operation1() {}
-  // The last reference besides the owner's has gone. Called on the thread that released it.
+  // For play samples, which are lent out too but are no pool elements.
+  virtual void GiveBackPlaySample(IRkAVPlaySample* sample) { (void)sample; }
   virtual void GiveBack(IRkPoolElement* element) = 0;
 };
 
@@ -144,7 +146,8 @@ class IRkAVPlaySample : public IRkUnknown {
 // An empty sample at position kRkNoPosition.
 RK_KERNEL_API int RkCreateAVPlaySample(IRkAVPlaySample** sample);
 
-// A fixed number of samples that come back when their users have released them. Any thread may enter.
+// A fixed number of samples, of both kinds together, that come back when their users have released them.
+// Any thread may enter. The pool may be released while samples are out.
 class IRkAVPlaySamplePool : public IRkUnknown {
  public:
   // Both block for at most timeoutMs (0: not at all, INFINITE: until one is free) and give null when
@@ -157,10 +160,12 @@ RK_KERNEL_API int RkCreateAVPlaySamplePool(UINT count, IRkAVPlaySamplePool** poo
 
 // ---- reference clock
 
+// Ticks at absolute times of the monotonic clock, the first one frame after Start. Any thread may enter.
 class IRkSoftRefClock : public IRkUnknown {
  public:
+  // Begins anew at tick 1. A rate that is not above 0 stops the clock.
   virtual void Start(double framesPerSecond) = 0;
-  // Until the next tick, at most timeoutMs.
+  // Until the next tick, at most timeoutMs. Ticks that the caller has missed come at once, one a call.
   virtual void WaitTick(UINT timeoutMs) = 0;
   virtual void Stop() = 0;
 };
@@ -192,6 +197,7 @@ class IRkAudioDirectSound : public IRkUnknown {
   virtual void GetPlayPosition(double* position) = 0;
 };
 
-// bufferMs: span of the circular buffer. startBytes: how much must be written before Play starts.
+// bufferMs: span of the circular buffer. startBytes: how much must be written before Play starts. 0 where
+// there is no sound system; none is built in yet.
 RK_KERNEL_API int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND window, double bufferMs,
                                            DWORD startBytes, IRkAudioDirectSound** renderer);

@@ -65,6 +65,18 @@ void CRkAVPlaySample::_CopyVideoTo(IRkAVPlaySample* target) {
   target->SetVideoSample(CRkRef<IRkVideoSample>::Adopt(fresh).Get());
 }
 
+void CRkAVPlaySample::Clear() {
+  m_position = kRkNoPosition;
+  m_audio.clear();
+  m_attachment.Reset();
+  auto* const own = dynamic_cast<CRkVideoSample*>(m_video.Get());
+  if (own != nullptr && own->UserCount() == 1) {
+    own->Clear();
+  } else {
+    m_video.Reset();
+  }
+}
+
 int RkCreateAVPlaySample(IRkAVPlaySample** sample) {
   auto* const created = new (std::nothrow) CRkAVPlaySample;
   if (created == nullptr) return 0;

@@ -2,13 +2,13 @@
 
 #include <vector>
 
+#include "contracts/CRkPoolElement.h"
 #include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
 #include "contracts/RkKernel.h"
 
 // One frame of a clip on its way to the output. Owns references to its parts. One thread at a time uses
 // it; it passes from thread to thread by reference.
-class CRkAVPlaySample : public CRkUnknown<IRkAVPlaySample> {
+class CRkAVPlaySample : public CRkLentObject<IRkAVPlaySample> {
  public:
   CRkAVPlaySample() = default;
 
@@ -25,10 +25,14 @@ class CRkAVPlaySample : public CRkUnknown<IRkAVPlaySample> {
   // one it has if that is ours and nobody else holds it, else a new one (none when memory is out).
   void CopyTo(IRkAVPlaySample* target) override;
 
+  // As new, but for a video sample that nobody else holds, which stays for the next copy without planes.
+  void Clear();
+
  protected:
   ~CRkAVPlaySample() override = default;
 
  private:
+  void _GiveBack(IRkPoolElementOwner& owner) override { owner.GiveBackPlaySample(this); }
   void _CopyVideoTo(IRkAVPlaySample* target);
 
   CRkRef<IRkVideoSample> m_video;

@@ -20,6 +20,11 @@ void CRkVideoSample::CopyFrom(IRkVideoSample* source) {
   m_frameIndex = source->GetFrameIndex();
 }
 
+void CRkVideoSample::Clear() {
+  for (auto& buffer : m_buffers) buffer.Reset();
+  m_frameIndex = kRkNoPosition;
+}
+
 int RkCreateVideoSample(IRkVideoSample** video) {
   auto* const created = new (std::nothrow) CRkVideoSample;
   if (created == nullptr) return 0;

@@ -20,6 +20,8 @@ class CRkVideoSample : public CRkPoolElement<IRkVideoSample> {
 
   // Takes over the index and shares the planes of any video sample, in place of its own.
   void CopyFrom(IRkVideoSample* source);
+  // Lets go of the planes and the index.
+  void Clear();
 
  protected:
   ~CRkVideoSample() override = default;
