@@ -1,0 +1,179 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <string>
+#include <vector>
+
+#include "tests/support/RkFakes.h"
+#include "tests/support/RkLogRecorder.h"
+
+using Events = std::vector<std::string>;
+using Messages = std::vector<std::wstring>;
+
+// The waits of the channels, timed by the test instead of the clock.
+struct SWaits {
+  std::atomic<DWORD> switchPlayMs = kTestDeadlineMs;  // in place of 5000
+  std::atomic<DWORD> preRollMs = 1000;                // in place of 1000
+  std::atomic<int> switchPlays = 0;                   // waits begun by SwitchPlay: its request stands
+};
+extern SWaits g_waits;
+
+// A numbered element whose samples tell where they come from.
+class CNamedElement : public CFakeElement {
+ public:
+  CNamedElement(char name, UINT frames) : CFakeElement(frames), name(name) {}
+  const char name;
+
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
+    return Named(CFakeElement::ReadNextSample(sample), sample);
+  }
+  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
+    return Named(CFakeElement::ReadSampleAt(offset, sample), sample);
+  }
+
+ private:
+  BOOL Named(BOOL read, IRkAVPlaySample** sample) {
+    if (read) (*sample)->SetAttachment(this);
+    return read;
+  }
+};
+
+using Element = CRkRef<CNamedElement>;
+
+inline Element MakeElement(char name, UINT frames) {
+  return MakeFake<CNamedElement>(name, frames);
+}
+
+template <class Object>
+UINT References(const CRkRef<Object>& object) {
+  object->AddRef();
+  return object->Release();
+}
+
+// "B7": position 7, read from element B.
+inline std::string NameOf(IRkAVPlaySample& sample) {
+  CRkRef<IRkUnknown> source;
+  if (!sample.GetAttachment(0, source.Out())) return "?";
+  return dynamic_cast<CNamedElement&>(*source).name + std::to_string(sample.GetPosition());
+}
+
+// A host's list that hands out whatever it was given, in order; it can be held up half-way.
+class CScriptedList : public CFake<IRkClipElementList> {
+ public:
+  explicit CScriptedList(std::vector<Element> elements) : m_elements(std::move(elements)) {}
+  CGate nextGate;
+
+  int GetCount() override { return static_cast<int>(m_elements.size()); }
+  UINT GetTotalFrameCount() override { return 0; }
+  BOOL InsertElement(UINT, IRkClipElement*) override { return FALSE; }
+  BOOL RemoveElement(UINT) override { return FALSE; }
+  void RemoveAll() override {}
+  int IndexOf(IRkClipElement*) override { return -1; }
+  BOOL FindElementAtPosition(UINT, IRkClipElement**, UINT*) override { return FALSE; }
+  void GetFirstElement(IRkClipElement** element) override {
+    m_next = 0;
+    HandOut(element);
+  }
+  void GetNextElement(IRkClipElement*, IRkClipElement** next) override {
+    nextGate.Pass();
+    HandOut(next);
+  }
+
+ private:
+  void HandOut(IRkClipElement** element) {
+    if (m_next == m_elements.size()) return;
+    m_elements[m_next]->AddRef();
+    *element = m_elements[m_next++].Get();
+  }
+
+  const std::vector<Element> m_elements;
+  size_t m_next = 0;
+};
+
+// An output channel with a sink and small caches; at its end nothing that it was given may be alive.
+class OutputChannelTest : public testing::Test {
+ protected:
+  static constexpr UINT kPreRoll = 2;
+  static constexpr UINT kCapacity = 4;
+
+  void SetUp() override { Create(m_notify.Get()); }
+  void TearDown() override {
+    m_channel.Reset();
+    m_notify.Reset();
+    EXPECT_EQ(g_liveFakes, 0);
+    g_waits.switchPlayMs = kTestDeadlineMs;
+    g_waits.preRollMs = 1000;
+  }
+
+  void Create(IRkClipOutputChannelNotify* notify) {
+    ASSERT_TRUE(RkCreateClipOutputChannel(kPreRoll, kCapacity, kTestVideo, kTestAudio, nullptr, notify,
+                                          m_channel.Out()));
+  }
+
+  bool Cue(const std::vector<Element>& elements, int repeatCount = 1, UINT start = 0) {
+    const auto list = MakeFake<CScriptedList>(elements);
+    return m_channel->InsertClipElement(static_cast<IRkClipElementList*>(list.Get()), repeatCount, start);
+  }
+  bool Cue(char name, UINT frames, int repeatCount = 1, UINT start = 0) {
+    return Cue({MakeElement(name, frames)}, repeatCount, start);
+  }
+  // Puts a list on air.
+  void PlayList(const std::vector<Element>& elements, int repeatCount = 1) {
+    ASSERT_TRUE(Cue(elements, repeatCount));
+    ASSERT_TRUE(m_channel->Play());
+    m_notify->Take();
+  }
+
+  std::string TakeSample() {
+    CRkRef<IRkAVPlaySample> sample;
+    return m_channel->GetSample(kTestDeadlineMs, sample.Out()) ? NameOf(*sample) : "none";
+  }
+  std::string TakeSamples(int count) {
+    std::string names;
+    for (int i = 0; i < count; ++i) names += TakeSample() + " ";
+    return names;
+  }
+
+  UINT Switch() {
+    UINT status = 99;
+    m_channel->SwitchChannel(&status);
+    return status;
+  }
+
+  // Samples and switches in turn until no sample should be taken any more: "A0 A1 4 B0 B1 1 ", where
+  // every status but Playing is written down.
+  std::string PlayOut() {
+    std::string told;
+    for (int i = 0; i < 1000; ++i) {
+      told += TakeSample() + " ";
+      const UINT status = Switch();
+      if (status != RkSwitchStatus_Playing) told += std::to_string(status) + " ";
+      if (status == RkSwitchStatus_Ended || status == RkSwitchStatus_AwaitingSwitch) return told;
+    }
+    return told + "...";
+  }
+
+  // Another thread asks for a switch; on return its request stands. -1: refused.
+  std::future<int> RequestSwitch() {
+    const int before = g_waits.switchPlays;
+    auto answer = std::async(std::launch::async, [this] {
+      UINT position = 0;
+      return m_channel->SwitchPlay(&position) ? static_cast<int>(position) : -1;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays > before; }));
+    return answer;
+  }
+  // Leaves a request that nobody waits for any more.
+  void LeaveRequest() {
+    g_waits.switchPlayMs = 0;
+    UINT position = 77;
+    EXPECT_FALSE(m_channel->SwitchPlay(&position));
+    EXPECT_EQ(position, 77u);
+    g_waits.switchPlayMs = kTestDeadlineMs;
+  }
+
+  CRkRef<CFakeNotify> m_notify = MakeFake<CFakeNotify>();
+  CRkRef<IRkClipOutputChannel> m_channel;
+};

@@ -1,0 +1,150 @@
+#include "tests/output_channel/OutputChannelTest.h"
+
+namespace {
+
+class Control : public OutputChannelTest {};
+
+// ---- Play and Stop
+
+TEST_F(Control, play_puts_a_cued_list_on_air_and_leaves_a_playing_one_there) {
+  CLogRecorder log;
+  EXPECT_FALSE(m_channel->Play());
+  EXPECT_EQ(m_notify->Take(), Events{});
+  EXPECT_EQ(
+      log.Messages(L"CRkClipOutputChannel::Play"),
+      Messages{L"CRkClipOutputChannel::Play failed. The playing channel and waiting channel have not any "
+               L"element!\n"});
+
+  ASSERT_TRUE(Cue('A', 9));
+  EXPECT_TRUE(m_channel->Play());
+  EXPECT_EQ(m_notify->Take(), (Events{"loading", "free", "started"}));
+  EXPECT_EQ(TakeSample(), "A0");
+
+  ASSERT_TRUE(Cue('B', 9));
+  EXPECT_TRUE(m_channel->Play());
+  EXPECT_EQ(m_notify->Take(), (Events{"loading", "started"}));
+  EXPECT_EQ(TakeSample(), "A1");
+  EXPECT_EQ(log.Messages(L"CRkClipOutputChannel::Play").size(), 1u);
+}
+
+TEST_F(Control, stop_empties_every_channel_and_tells_so_each_time) {
+  const auto playing = MakeElement('A', 9);
+  const auto cued = MakeElement('B', 9);
+  PlayList({playing});
+  ASSERT_TRUE(Cue({cued}));
+  m_notify->Take();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_TRUE(m_channel->Stop());
+    EXPECT_EQ(m_notify->Take(), (Events{"free", "ended"}));
+  }
+  EXPECT_EQ(playing->closes + cued->closes, 2);
+  CRkRef<IRkAVPlaySample> none;
+  EXPECT_FALSE(m_channel->GetSample(0, none.Out()));
+  EXPECT_FALSE(m_channel->Play());
+  PlayList({playing});
+  EXPECT_EQ(TakeSample(), "A0");
+}
+
+// ---- a sink that calls back
+
+TEST_F(Control, a_sink_may_stop_the_channel_when_it_hears_of_the_end) {
+  m_notify->onEnd = [this](BOOL ended) {
+    if (ended) m_channel->Stop();
+  };
+  PlayList({MakeElement('A', 1)});
+  EXPECT_EQ(PlayOut(), "A0 1 ");
+  EXPECT_EQ(m_notify->Take(), (Events{"ended", "free", "ended"}));
+  EXPECT_TRUE(m_channel->Stop());
+  EXPECT_EQ(m_notify->Take(), (Events{"free", "ended"}));
+  m_notify->onEnd = nullptr;
+  PlayList({MakeElement('B', 1)});
+  EXPECT_EQ(PlayOut(), "B0 1 ");
+}
+
+TEST_F(Control, a_sink_may_cue_when_the_waiting_channel_is_free) {
+  char name = 'B';
+  m_notify->onFree = [&](BOOL free) {
+    if (free) Cue(name++, 9);
+  };
+  ASSERT_TRUE(Cue('A', 9));
+  EXPECT_TRUE(m_channel->Play());
+  EXPECT_EQ(m_notify->Take(), (Events{"loading", "free", "loading", "started"}));
+  EXPECT_TRUE(m_channel->SwitchChannelAtOnce());
+  EXPECT_EQ(m_notify->Take(), (Events{"free", "loading"}));
+  EXPECT_EQ(TakeSample(), "B0");
+  EXPECT_TRUE(m_channel->Stop());
+  EXPECT_EQ(m_notify->Take(), (Events{"free", "loading", "ended"}));
+  EXPECT_TRUE(m_channel->Play());  // what was cued while stopping
+  EXPECT_EQ(TakeSample(), "D0");
+  m_notify->onFree = nullptr;
+}
+
+// ---- switches on request
+
+TEST_F(Control, an_unanswered_request_fails_and_stands_until_the_next_look) {
+  PlayList({MakeElement('A', 9)});
+  ASSERT_TRUE(Cue('B', 9));
+  CLogRecorder log;
+  LeaveRequest();
+  EXPECT_EQ(
+      log.Messages(L"CRkClipOutputChannel::SwitchPlay"),
+      Messages{L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it happens!\n"});
+  EXPECT_EQ(TakeSample(), "A0");
+  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
+  EXPECT_EQ(TakeSample(), "B0");
+
+  // What came too late for one request does not answer the next.
+  log.Clear();
+  auto answer = RequestSwitch();
+  EXPECT_FALSE(log.Heard(L"Successed"));
+  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
+  EXPECT_EQ(answer.get(), 0);
+  EXPECT_TRUE(log.Heard(L"]CRkClipOutputChannel::SwitchPlay Successed!\n"));
+}
+
+TEST_F(Control, a_request_outlives_a_stop_and_a_switch_at_once) {
+  PlayList({MakeElement('A', 9)});
+  LeaveRequest();
+  EXPECT_TRUE(m_channel->Stop());
+  PlayList({MakeElement('B', 9)});
+  ASSERT_TRUE(Cue('C', 9));
+  EXPECT_TRUE(m_channel->SwitchChannelAtOnce());
+  UINT status = 99;
+  EXPECT_FALSE(m_channel->SwitchChannel(&status));
+  EXPECT_EQ(status, 2u);
+  EXPECT_TRUE(m_channel->SwitchChannel(&status));
+}
+
+TEST_F(Control, a_switch_at_once_needs_a_waiting_list_and_stops_the_old_one) {
+  const auto old = MakeElement('A', 9);
+  PlayList({old});
+  CLogRecorder log;
+  EXPECT_FALSE(m_channel->SwitchChannelAtOnce());
+  EXPECT_EQ(m_notify->Take(), Events{});
+  EXPECT_EQ(TakeSample(), "A0");
+  ASSERT_TRUE(Cue('B', 9));
+  m_notify->Take();
+  EXPECT_TRUE(m_channel->SwitchChannelAtOnce());
+  EXPECT_EQ(m_notify->Take(), Events{"free"});
+  EXPECT_EQ(old->closes, 1);
+  EXPECT_EQ(TakeSample(), "B0");
+  EXPECT_FALSE(log.Heard(L"CRkClipOutputChannel::SwitchChannel"));
+}
+
+TEST_F(Control, a_request_waits_until_the_load_it_would_take_is_done) {
+  PlayList({MakeElement('A', 9)}, kRkRepeatEndless);
+  const auto slow = MakeFake<CScriptedList>(std::vector{MakeElement('B', 1), MakeElement('b', 1)});
+  slow->nextGate.Shut();
+  auto load = std::async(std::launch::async, [&] {
+    return m_channel->InsertClipElement(static_cast<IRkClipElementList*>(slow.Get()), 1, 0);
+  });
+  ASSERT_TRUE(WaitUntil([&] { return slow->nextGate.SomebodyWaits(); }));
+  LeaveRequest();
+  auto status = std::async(std::launch::async, [&] { return Switch(); });
+  slow->nextGate.Open();
+  EXPECT_EQ(status.get(), RkSwitchStatus_Switched);
+  EXPECT_TRUE(load.get());
+  EXPECT_EQ(PlayOut(), "B0 b1 1 ");
+}
+
+}  // namespace

@@ -1,0 +1,159 @@
+#include <fstream>
+
+#include "tests/output_channel/OutputChannelTest.h"
+
+namespace {
+
+// Whether the thread sleeps in a wait or has ended.
+bool IsAsleep(DWORD threadId) {
+  std::string line;
+  std::getline(std::ifstream("/proc/self/task/" + std::to_string(threadId) + "/stat") >> std::ws, line);
+  const size_t name = line.rfind(')');
+  return name == std::string::npos || line.compare(name, 3, ") S") == 0;
+}
+
+// What happens when an operation meets another, made to meet at the worst moment.
+class Meeting : public OutputChannelTest {
+ protected:
+  // A load that goes no further than its element's Open until the gate is opened.
+  std::future<BOOL> BeginLoad(const Element& element) {
+    g_waits.preRollMs = kTestDeadlineMs;
+    element->openGate.Shut();
+    auto load = std::async(std::launch::async, [this, element] {
+      const BOOL loaded = m_channel->InsertClipElement(static_cast<IRkClipElement*>(element.Get()), 1, 0);
+      m_loadDone = true;
+      return loaded;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return element->openGate.SomebodyWaits(); }));
+    return load;
+  }
+
+  std::atomic<bool> m_loadDone = false;
+};
+
+TEST_F(Meeting, a_load_holds_up_neither_delivery_nor_an_idle_look_nor_the_playing_list) {
+  m_notify->autoSwitch = false;
+  PlayList({MakeElement('A', 4)});
+  const auto slow = MakeElement('B', 2);
+  auto load = BeginLoad(slow);
+  EXPECT_EQ(TakeSample(), "A0");
+  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
+  EXPECT_EQ(m_channel->GetElementMode(TRUE), 0u);
+  m_channel->SetElementMode(TRUE, 5, 1);
+  EXPECT_EQ(m_channel->GetElementMode(TRUE), 5u);
+  EXPECT_TRUE(m_channel->BeginSeek(5));
+  EXPECT_TRUE(m_channel->Seek(2, kTestDeadlineMs));
+  EXPECT_EQ(TakeSample(), "A2");
+  m_channel->EndSeek();
+  m_channel->SetVideoResolution(kTestVideo);
+  m_channel->SetWaveFormatInfo(kTestAudio);
+  m_channel->SetPlayBufferPool(nullptr);
+  m_channel->RemoveSampleProcessor();
+  EXPECT_EQ(PlayOut(), "A3 5 ");
+  EXPECT_EQ(Switch(), RkSwitchStatus_AwaitingSwitch);
+  EXPECT_FALSE(m_loadDone);
+
+  slow->openGate.Open();
+  EXPECT_TRUE(load.get());
+  m_notify->autoSwitch = true;
+  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
+  EXPECT_EQ(PlayOut(), "B0 B1 1 ");
+}
+
+TEST_F(Meeting, a_mode_for_the_waiting_list_meets_none_or_all_of_its_elements) {
+  const std::vector<Element> elements = {MakeElement('A', 3), MakeElement('B', 3), MakeElement('C', 3)};
+  const auto list = MakeFake<CScriptedList>(elements);
+  list->nextGate.Shut();
+  auto load = std::async(std::launch::async, [&] {
+    return m_channel->InsertClipElement(static_cast<IRkClipElementList*>(list.Get()), 1, 0);
+  });
+  ASSERT_TRUE(WaitUntil([&] { return list->nextGate.SomebodyWaits(); }));
+  std::atomic<DWORD> setter = 0;
+  auto mode = std::async(std::launch::async, [&] {
+    setter = GetCurrentThreadId();
+    m_channel->SetElementMode(FALSE, 7, kRkNoPosition);
+    return m_channel->GetElementMode(FALSE);
+  });
+  ASSERT_TRUE(WaitUntil([&] { return setter != 0 && IsAsleep(setter); }));
+  list->nextGate.Open();
+  EXPECT_TRUE(load.get());
+  EXPECT_EQ(mode.get(), 7u);
+  for (const auto& element : elements) EXPECT_EQ(element->GetMode(), 7u);
+}
+
+TEST_F(Meeting, the_banner_of_a_seek_does_not_wait_for_a_sample) {
+  const auto hook = MakeFake<CFakeHook>();
+  CGate third;
+  third.Shut();
+  hook->onSample = [&](IRkAVPlaySample* sample) {
+    if (sample->GetPosition() == 2) third.Pass();
+  };
+  m_channel->SetSampleProcessor(hook.Get());
+  PlayList({MakeElement('A', 9)});
+  EXPECT_EQ(TakeSamples(2), "A0 A1 ");
+  CLogRecorder log;
+  auto taken = std::async(std::launch::async, [&] { return TakeSample(); });
+  EXPECT_TRUE(WaitUntil([&] { return log.Heard(L"enter ------>CRkClipOutputChannel::GetSample"); }));
+  auto sought = std::async(std::launch::async, [&] { return m_channel->Seek(99, 0); });
+  EXPECT_TRUE(WaitUntil([&] { return log.Heard(L"enter ------>CRkClipOutputChannel::Seek"); }));
+  EXPECT_FALSE(log.Heard(L"leave ------>CRkClipOutputChannel::GetSample"));
+  third.Open();
+  EXPECT_EQ(taken.get(), "A2");
+  EXPECT_FALSE(sought.get());
+  m_channel->Stop();
+}
+
+// ---- settings
+
+// A host's object at whose first reference, which the setting takes for the first channel, roles change.
+template <class Base>
+class CMeddler : public Base {
+ public:
+  std::function<void()> meddle;
+  UINT AddRef() override {
+    if (const auto now = std::exchange(meddle, nullptr)) now();
+    return Base::AddRef();
+  }
+};
+
+TEST_F(Meeting, a_setting_reaches_each_of_the_three_channels_once_while_roles_change) {
+  for (int i = 0; i < 2; ++i) {
+    const auto pool = MakeFake<CMeddler<CFakePool>>();
+    const auto hook = MakeFake<CMeddler<CFakeHook>>();
+    ASSERT_TRUE(Cue('A', 1));
+    pool->meddle = [&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); };
+    EXPECT_TRUE(m_channel->SetPlayBufferPool(pool.Get()));
+    EXPECT_TRUE(WaitUntil([&] { return References(pool) == 4; }));
+    ASSERT_TRUE(Cue('B', 1));
+    hook->meddle = [&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); };
+    EXPECT_TRUE(m_channel->SetSampleProcessor(hook.Get()));
+    EXPECT_FALSE(m_channel->SetSampleProcessor(nullptr));
+    m_channel->Stop();  // its workers keep a reference for as long as they use one
+    EXPECT_EQ(References(pool), 4u);
+    EXPECT_EQ(References(hook), 4u);
+    m_channel->RemoveSampleProcessor();
+    EXPECT_EQ(References(hook), 1u);
+    EXPECT_TRUE(m_channel->SetPlayBufferPool(nullptr));
+    EXPECT_EQ(References(pool), 1u);
+  }
+}
+
+TEST_F(Meeting, the_next_load_of_either_channel_opens_with_the_new_settings) {
+  SRkVideoResolution video = kTestVideo;
+  video.width = 128;
+  const SRkWaveFormatInfo audio = RkMakeWaveFormat(6, 44100, 24);
+  m_channel->SetVideoResolution(video);
+  m_channel->SetWaveFormatInfo(audio);
+  const auto pool = MakeFake<CFakePool>();
+  m_channel->SetPlayBufferPool(pool.Get());
+  for (int i = 0; i < 2; ++i) {
+    const auto element = MakeElement('A', 2);
+    ASSERT_TRUE(Cue({element}));
+    ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
+    EXPECT_EQ(element->poolAtOpen, pool.Get());
+    EXPECT_EQ(element->FormatAtOpen().video.width, 128);
+    EXPECT_EQ(element->FormatAtOpen().audio.channels, 6);
+  }
+}
+
+}  // namespace

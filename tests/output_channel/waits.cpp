@@ -1,0 +1,16 @@
+#include <dlfcn.h>
+
+#include "tests/output_channel/OutputChannelTest.h"
+
+SWaits g_waits;
+
+// Stands before the platform's own: the channels in this program wait here.
+DWORD WaitForSingleObject(HANDLE object, DWORD timeoutMs) {
+  static const auto wait =
+      reinterpret_cast<decltype(&WaitForSingleObject)>(dlsym(RTLD_NEXT, "_Z19WaitForSingleObjectPvj"));
+  if (timeoutMs == 1000) return wait(object, g_waits.preRollMs);
+  if (timeoutMs != 5000) return wait(object, timeoutMs);
+  const DWORD asked = g_waits.switchPlayMs;
+  ++g_waits.switchPlays;
+  return wait(object, asked);
+}

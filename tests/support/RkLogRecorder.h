@@ -1,0 +1,64 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "contracts/RkLogAPI.h"
+
+// Hears the log from its construction to the end of its scope. Any thread may log meanwhile.
+class CLogRecorder {
+ public:
+  struct SLine {
+    ERkLogMsgLevel level;
+    DWORD thread;
+    std::wstring text;
+  };
+
+  CLogRecorder() { RkLog_SetSink(&Hear, this); }
+  ~CLogRecorder() { RkLog_SetSink(nullptr, nullptr); }
+  CLogRecorder(const CLogRecorder&) = delete;
+  CLogRecorder& operator=(const CLogRecorder&) = delete;
+
+  std::vector<SLine> Lines() {
+    std::lock_guard lock(m_mutex);
+    return m_lines;
+  }
+
+  void Clear() {
+    std::lock_guard lock(m_mutex);
+    m_lines.clear();
+  }
+
+  // The messages that this thread traced under a function's name. What precedes a message must be
+  // exactly its prefix; a line that is none (a banner) is passed over.
+  std::vector<std::wstring> Messages(const std::wstring& function) {
+    const std::wstring begin = L"[" + function + L",";
+    const std::wstring thread = L"][TID: " + std::to_wstring(GetCurrentThreadId()) + L"]";
+    std::vector<std::wstring> messages;
+    for (const SLine& line : Lines()) {
+      if (line.text.rfind(begin, 0) != 0) continue;
+      const size_t number = line.text.find_first_not_of(L"0123456789", begin.size());
+      if (number == begin.size() || line.text.compare(number, thread.size(), thread) != 0) continue;
+      messages.push_back(line.text.substr(number + thread.size()));
+    }
+    return messages;
+  }
+
+  bool Heard(const std::wstring& text) {
+    for (const SLine& line : Lines()) {
+      if (line.text.find(text) != std::wstring::npos) return true;
+    }
+    return false;
+  }
+
+ private:
+  static void Hear(void* context, ERkLogMsgLevel level, const wchar_t* line) {
+    auto& self = *static_cast<CLogRecorder*>(context);
+    std::lock_guard lock(self.m_mutex);
+    self.m_lines.push_back({level, GetCurrentThreadId(), line});
+  }
+
+  std::mutex m_mutex;
+  std::vector<SLine> m_lines;
+};
