@@ -4,6 +4,7 @@
 
 #include "contracts/RkCreateObject.h"
 #include "output_channel/CRkClipOutputChannel.h"
+#include "output_device/CRkSoftwareOutputDevice.h"
 #include "source_channel/CRkClipSourceChannel.h"
 #include "source_player/CRkClipSourcePlayer.h"
 
@@ -26,4 +27,10 @@ int RkCreateClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWave
                              IRkClipSourcePlayer** out) {
   return RkInitializeAndHandOut(new (std::nothrow) CRkClipSourcePlayer(resolution, format), out, pool,
                                 callback);
+}
+
+int RkCreateSoftwareOutputDevice(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format,
+                                 HWND window, int queueDepth, IRkSoftwareOutputDevice** out) {
+  return RkInitializeAndHandOut(new (std::nothrow) CRkSoftwareOutputDevice, out, resolution, format, window,
+                                queueDepth);
 }

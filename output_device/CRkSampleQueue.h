@@ -1,0 +1,37 @@
+#pragma once
+
+#include <deque>
+
+#include "contracts/CRkRef.h"
+#include "contracts/RkKernel.h"
+#include "platform/CRkCriticalSection.h"
+#include "platform/CRkHandle.h"
+
+// A bounded first-in, first-out queue that makes room by dropping its oldest item. It holds one reference
+// to each item.
+//
+// Threads: one producer, one consumer, and a control thread that flushes. The lock guards the list; it is
+// not held while the consumer waits for the semaphore, which counts the items.
+class CRkSampleQueue {
+ public:
+  CRkSampleQueue() = default;
+  ~CRkSampleQueue();
+  CRkSampleQueue(const CRkSampleQueue&) = delete;
+  CRkSampleQueue& operator=(const CRkSampleQueue&) = delete;
+
+  // Once, before any other operation; capacity at least 1. FALSE when there is no semaphore.
+  BOOL Create(int capacity);
+
+  // FALSE for null. `dropped` receives the item that had to go, if any, with the queue's reference.
+  BOOL Push(IRkUnknown* item, IRkUnknown** dropped);
+  // The oldest item, its reference for the caller; null when none came within the time.
+  IRkUnknown* Pop(DWORD timeoutMs);
+  void Flush();
+  int Count();
+
+ private:
+  int m_capacity = 0;
+  CRkHandle m_items;
+  CRkCriticalSection m_lock;
+  std::deque<IRkUnknown*> m_list RK_GUARDED_BY(m_lock);
+};

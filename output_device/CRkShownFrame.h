@@ -1,0 +1,43 @@
+#pragma once
+
+#include <atomic>
+
+#include "contracts/RkTypes.h"
+#include "platform/CRkCriticalSection.h"
+#include "platform/CRkHandle.h"
+
+// Which frame is due on screen now, in the numbering of the submitted frames, and how many those are.
+//
+// Threads: the pacing thread moves the frame on, the video thread reads it when the event says so, the
+// host counts what it submits. The display lock guards the shown frame and its base.
+class CRkShownFrame {
+ public:
+  BOOL Create();
+
+  // Before the threads start.
+  void Reset();
+  // First thing on the pacing thread: none is due until the clock has been read.
+  void BeginRun();
+
+  void AdvanceByOne();
+  // From a frame count of the clock. Once that has run past the frames that exist, the newest one is due
+  // and later ones follow the clock from there: the lost time is not made up.
+  void AdvanceTo(UINT clockFrame);
+  // At the end of play the last submitted frame is due.
+  void AdvanceToLast();
+
+  UINT Get();
+  bool IsLast() { return Get() + 1 >= Submitted(); }
+  UINT Submitted() const { return m_submitted; }
+  void CountSubmitted() { ++m_submitted; }
+  void ClearSubmitted() { m_submitted = 0; }
+
+  HANDLE Event() const { return m_event; }  // auto reset: the shown frame has changed
+
+ private:
+  std::atomic<UINT> m_submitted = 0;
+  CRkCriticalSection m_displayLock;
+  UINT m_shown RK_GUARDED_BY(m_displayLock) = 0;  // 0xFFFFFFFF before the first reading
+  UINT m_base RK_GUARDED_BY(m_displayLock) = 0;   // clock frame of submitted frame 0
+  CRkHandle m_event;
+};

@@ -1,0 +1,232 @@
+#include "output_device/CRkSoftwareOutputDevice.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "output_device/CRkPacingRun.h"
+#include "output_device/CRkVideoRun.h"
+
+namespace {
+
+constexpr int kWorkerPriority = 15;
+constexpr int kMinLead = 1;
+constexpr int kMaxLead = 5;
+constexpr double kRendererBufferMs = 1000.0;
+constexpr double kNotifyIntervalMs = 1000.0 / 62;
+constexpr DWORD kStopTimeoutMs = 5000;
+constexpr DWORD kCloseTimeoutMs = 2000;
+constexpr UINT kPlaneBuffers = 4;
+constexpr int kMostQueued = 0x3FFFFFFF;  // twice as many still fit a semaphore
+
+}  // namespace
+
+// Both threads are told before either is waited for, so that neither waits for the other.
+CRkSoftwareOutputDevice::~CRkSoftwareOutputDevice() {
+  m_heldElement.Reset();
+  for (const auto* thread : {&m_audioThread, &m_videoThread}) {
+    if (*thread) (*thread)->RequestStop();
+  }
+  for (const auto* thread : {&m_audioThread, &m_videoThread}) {
+    if (*thread) (*thread)->Close(kCloseTimeoutMs);
+  }
+}
+
+BOOL CRkSoftwareOutputDevice::_Initialize(const SRkVideoResolution& resolution,
+                                          const SRkWaveFormatInfo& format, HWND window, int queueDepth) {
+  if (!RkIsFrameRate(resolution.frameRate) || queueDepth < 1 || queueDepth > kMostQueued) return FALSE;
+  m_frameRate = resolution.frameRate;
+  if (!_CreateRenderer(format, window, queueDepth)) return FALSE;
+  const UINT poolSize = static_cast<UINT>(queueDepth) + 1;
+  return RkCreateAVPlaySamplePool(poolSize, m_samplePool.Out()) && _CreateQueues(queueDepth) &&
+         _CreateEvents() && _CreateThread(m_audioThread, &_ClockThreadProc) &&
+         _CreateThread(m_videoThread, &_VideoThreadProc);
+}
+
+// The renderer for 16-bit stereo, or the soft clock where there is nothing to hear.
+BOOL CRkSoftwareOutputDevice::_CreateRenderer(const SRkWaveFormatInfo& format, HWND window, int queueDepth) {
+  m_outputFormat = format;
+  const int sourceChannels = std::max(format.channels, 2);
+  if (format.channels > 0) {
+    m_outputFormat = RkMakeWaveFormat(2, format.samplesPerSecond, 16);
+    m_outputFormat.formatType = format.formatType;
+    m_audioLead = std::clamp(queueDepth - 1, kMinLead, kMaxLead);
+    const DWORD startBytes =
+        RkAudioUtils::GetAudioBufferSize(m_outputFormat, m_audioLead * RkFrameDurationMs(m_frameRate));
+    RkCreateAudioDirectSound(m_outputFormat, window, kRendererBufferMs, startBytes, m_audioRenderer.Out());
+  }
+  if (!m_audioRenderer) return RkCreateSoftRefClock(m_clock.Out());
+  m_audioRenderer->SetNotifyInterval(kNotifyIntervalMs);
+  return m_audioBuilder.Configure(m_outputFormat, sourceChannels, static_cast<ERkFrameRate>(m_frameRate));
+}
+
+BOOL CRkSoftwareOutputDevice::_CreateQueues(int queueDepth) {
+  return m_audioQueue.Create(queueDepth) &&
+         m_videoQueue.Create(m_audioRenderer ? 2 * queueDepth : queueDepth);
+}
+
+BOOL CRkSoftwareOutputDevice::_CreateEvents() {
+  m_stopEvent = CRkHandle::ManualResetEvent();
+  m_audioDoneEvent = CRkHandle::ManualResetEvent();
+  m_videoDoneEvent = CRkHandle::ManualResetEvent();
+  return m_shownFrame.Create() && m_stopEvent && m_audioDoneEvent && m_videoDoneEvent;
+}
+
+BOOL CRkSoftwareOutputDevice::_CreateThread(CRkRef<IRkWorkerThread>& thread, RkThreadProc proc) {
+  if (!RkCreateWorkerThread(kWorkerPriority, thread.Out())) return FALSE;
+  thread->SetThreadProc(proc, this);
+  thread->SetOption(TRUE);
+  thread->Create();
+  return TRUE;
+}
+
+BOOL CRkSoftwareOutputDevice::SetOutputCallback(IRkSoftwareOutputCallback* callback) {
+  return m_callback.Set(callback);
+}
+
+void CRkSoftwareOutputDevice::RemoveOutputCallback() {
+  m_callback.Set(nullptr);
+}
+
+BOOL CRkSoftwareOutputDevice::Play() {
+  if (m_playing) return TRUE;
+  m_shownFrame.ClearSubmitted();
+  if (const auto callback = m_callback.Get()) callback->OnPlay();
+  if (m_audioRenderer) m_audioRenderer->Reset();
+  if (m_clock) m_clock->Start(RkFramesPerSecond(m_frameRate));
+  m_shownFrame.Reset();
+  for (const HANDLE event : {HANDLE(m_stopEvent), HANDLE(m_audioDoneEvent), HANDLE(m_videoDoneEvent)}) {
+    ResetEvent(event);
+  }
+  m_audioThread->Start();
+  m_videoThread->Start();
+  if (m_audioRenderer) {
+    CRkRef<IRkAVPlaySample> held;
+    m_samplePool->GetAVPlaySample(0, held.Out());
+    m_heldElement = CRkRef<IRkUnknown>::Adopt(held.Detach());
+  } else {
+    CRkRef<IRkVideoSample> held;
+    m_samplePool->GetVideoSample(0, held.Out());
+    m_heldElement = CRkRef<IRkUnknown>::Adopt(held.Detach());
+  }
+  m_playing = TRUE;
+  return TRUE;
+}
+
+BOOL CRkSoftwareOutputDevice::Stop(BOOL clearVideo) {
+  if (!m_playing) return TRUE;
+  m_tagIsNewest = false;
+  m_heldElement.Reset();
+  ResetEvent(m_audioDoneEvent);
+  ResetEvent(m_videoDoneEvent);
+  SetEvent(m_stopEvent);
+  const HANDLE done[] = {m_audioDoneEvent, m_videoDoneEvent};
+  WaitForMultipleObjects(2, done, TRUE, kStopTimeoutMs);
+  _StopThread(*m_audioThread);
+  _StopThread(*m_videoThread);
+  if (m_clock) m_clock->Stop();
+  m_shownFrame.ClearSubmitted();
+  m_shownFrame.Reset();
+  m_playing = FALSE;
+  const auto callback = m_callback.Get();
+  if (clearVideo && callback) callback->OnVideoSample(nullptr);
+  if (callback) callback->OnStop();
+  if (m_audioRenderer) m_audioRenderer->Stop();
+  m_audioQueue.Flush();
+  m_videoQueue.Flush();
+  return TRUE;
+}
+
+void CRkSoftwareOutputDevice::_StopThread(IRkWorkerThread& thread) {
+  if (thread.IsIdle()) return;
+  thread.RequestStop();
+  thread.WaitForStop(kStopTimeoutMs);
+}
+
+BOOL CRkSoftwareOutputDevice::PutSample(IRkAVPlaySample* sample) {
+  if (sample == nullptr) return FALSE;
+  if (!m_playing) {
+    _ShowWhileStopped(*sample);
+  } else if (m_audioRenderer) {
+    _PutWithAudio(*sample);
+  } else {
+    _PutPicture(*sample);
+  }
+  return TRUE;
+}
+
+void CRkSoftwareOutputDevice::_ShowWhileStopped(IRkAVPlaySample& sample) {
+  const auto callback = m_callback.Get();
+  if (!callback) return;
+  CRkRef<IRkVideoSample> video;
+  sample.GetVideoSample(video.Out());
+  if (video) callback->OnVideoSample(video.Get());
+}
+
+// Waiting for a free pool sample is what holds the host to playing speed.
+void CRkSoftwareOutputDevice::_PutWithAudio(IRkAVPlaySample& sample) {
+  const UINT frame = m_shownFrame.Submitted();
+  CRkRef<IRkAVPlaySample> copy;
+  m_samplePool->GetAVPlaySample(INFINITE, copy.Out());
+  sample.CopyTo(copy.Get());
+  copy->SetPosition(frame);
+  _Push(m_audioQueue, copy.Get());
+  _QueueVideoOf(*copy, frame);
+  copy.Reset();
+  m_shownFrame.CountSubmitted();
+}
+
+// A run of samples without video queues one marker.
+void CRkSoftwareOutputDevice::_QueueVideoOf(IRkAVPlaySample& copy, UINT frame) {
+  CRkRef<IRkVideoSample> video;
+  copy.GetVideoSample(video.Out());
+  if (video) {
+    video->SetFrameIndex(frame);
+    _Push(m_videoQueue, video.Get());
+  } else if (!m_tagIsNewest) {
+    _Push(m_videoQueue, &m_noVideoTag);
+  }
+  m_tagIsNewest = !video;
+}
+
+void CRkSoftwareOutputDevice::_PutPicture(IRkAVPlaySample& sample) {
+  CRkRef<IRkVideoSample> source;
+  sample.GetVideoSample(source.Out());
+  if (source) {
+    CRkRef<IRkVideoSample> shared;
+    m_samplePool->GetVideoSample(INFINITE, shared.Out());
+    for (UINT i = 0; i < kPlaneBuffers; ++i) {
+      CRkRef<IRkUnknown> plane;
+      source->GetBuffer(i, plane.Out());
+      shared->SetBuffer(i, plane.Get());
+    }
+    shared->SetFrameIndex(m_shownFrame.Submitted());
+    _Push(m_videoQueue, shared.Get());
+  }
+  m_shownFrame.CountSubmitted();
+}
+
+void CRkSoftwareOutputDevice::_Push(CRkSampleQueue& queue, IRkUnknown* item) {
+  CRkRef<IRkUnknown> dropped;
+  queue.Push(item, dropped.Out());
+}
+
+UINT CRkSoftwareOutputDevice::_ClockThreadProc(void* context, HANDLE exitEvent) {
+  SetThreadDescription(GetCurrentThread(), L"RkDevicePacing");
+  auto& device = *static_cast<CRkSoftwareOutputDevice*>(context);
+  std::optional<CRkAudioFeed> feed;
+  if (device.m_audioRenderer) {
+    feed.emplace(*device.m_audioRenderer, device.m_audioBuilder, device.m_audioQueue, device.m_shownFrame,
+                 device.m_callback, RkFrameDurationMs(device.m_frameRate), device.m_audioLead);
+  }
+  CRkPacingRun(device.m_shownFrame, feed ? &*feed : nullptr, device.m_clock.Get())
+      .Run(exitEvent, device.m_stopEvent, device.m_videoDoneEvent, device.m_audioDoneEvent);
+  return 0;
+}
+
+UINT CRkSoftwareOutputDevice::_VideoThreadProc(void* context, HANDLE exitEvent) {
+  SetThreadDescription(GetCurrentThread(), L"RkDeviceVideo");
+  auto& device = *static_cast<CRkSoftwareOutputDevice*>(context);
+  CRkVideoRun(device.m_videoQueue, device.m_shownFrame, device.m_callback, &device.m_noVideoTag)
+      .Run(exitEvent, device.m_stopEvent, device.m_videoDoneEvent);
+  return 0;
+}

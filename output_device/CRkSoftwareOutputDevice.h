@@ -1,0 +1,92 @@
+#pragma once
+
+#include <atomic>
+
+#include "contracts/CRkPoolElement.h"
+#include "contracts/CRkRef.h"
+#include "contracts/CRkUnknown.h"
+#include "output_device/CRkAudioFrameBuilder.h"
+#include "output_device/CRkDeviceCallback.h"
+#include "output_device/CRkSampleQueue.h"
+#include "output_device/CRkShownFrame.h"
+#include "output_device/IRkSoftwareOutputDevice.h"
+
+// Plays submitted samples for monitoring. Owns its sample pool, which bounds what is in flight and holds
+// the host to playing speed, two queues, the renderer or soft clock, and two worker threads: the pacing
+// thread (CRkPacingRun with CRkAudioFeed) and the video thread (CRkVideoRun).
+//
+// Threads: the host's, one at a time, and the two workers, which run between Play and Stop. They meet in
+// the queues, the shown frame and the callback, each with a lock of its own; the device has none.
+//
+//                        audio mode                            pictures only
+//   chosen when          there are channels and a renderer     otherwise
+//   paced by             the renderer's play position          the soft clock's ticks
+//   PutSample queues     a copy, and its video or the marker   a video sample sharing the planes
+//   at Stop              queued audio is played out            the last frame is shown at once
+class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice> {
+ public:
+  CRkSoftwareOutputDevice() = default;
+  ~CRkSoftwareOutputDevice() override;
+
+  // Once, right after construction. FALSE for a frame rate outside the table, a queue depth below 1, or
+  // anything but the renderer that cannot be created.
+  BOOL _Initialize(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format, HWND window,
+                   int queueDepth);
+
+  BOOL SetOutputCallback(IRkSoftwareOutputCallback* callback) override;
+  void RemoveOutputCallback() override;
+  BOOL Play() override;
+  BOOL Stop(BOOL clearVideo) override;
+  BOOL IsPlaying() override { return m_playing; }
+  BOOL PutSample(IRkAVPlaySample* sample) override;
+
+ private:
+  // Queued in place of a picture when a sample has none. One exists; the device keeps its reference, so
+  // it is never destroyed before the device.
+  class _CRkTagVideoSample final : public CRkPoolElement<IRkVideoSample> {
+   public:
+    BOOL GetBuffer(UINT, IRkUnknown**) override { return FALSE; }
+    UINT GetFrameIndex() override { return kRkNoPosition; }
+    void SetBuffer(UINT, IRkUnknown*) override {}
+    void SetFrameIndex(UINT) override {}
+  };
+
+  static UINT _ClockThreadProc(void* context, HANDLE exitEvent);
+  static UINT _VideoThreadProc(void* context, HANDLE exitEvent);
+
+  BOOL _CreateRenderer(const SRkWaveFormatInfo& format, HWND window, int queueDepth);
+  BOOL _CreateQueues(int queueDepth);
+  BOOL _CreateEvents();
+  BOOL _CreateThread(CRkRef<IRkWorkerThread>& thread, RkThreadProc proc);
+  static void _StopThread(IRkWorkerThread& thread);
+
+  void _ShowWhileStopped(IRkAVPlaySample& sample);
+  void _PutWithAudio(IRkAVPlaySample& sample);
+  void _PutPicture(IRkAVPlaySample& sample);
+  void _QueueVideoOf(IRkAVPlaySample& copy, UINT frame);
+  static void _Push(CRkSampleQueue& queue, IRkUnknown* item);
+
+  int m_frameRate = RkFrameRate_25;
+  SRkWaveFormatInfo m_outputFormat = {};
+  int m_audioLead = 0;  // frames kept written ahead of the play position, 1 to 5; 0 without audio
+  std::atomic<BOOL> m_playing = FALSE;
+
+  CRkRef<IRkAudioDirectSound> m_audioRenderer;  // null: pictures only
+  CRkRef<IRkSoftRefClock> m_clock;              // null: with audio
+  CRkRef<IRkAVPlaySamplePool> m_samplePool;
+  CRkRef<IRkUnknown> m_heldElement;  // a pool sample that is out of use between Play and Stop
+  CRkRef<IRkWorkerThread> m_audioThread;
+  CRkRef<IRkWorkerThread> m_videoThread;
+
+  CRkHandle m_stopEvent;       // the threads are asked to finish; stays set until the next Play
+  CRkHandle m_audioDoneEvent;  // the pacing thread has finished
+  CRkHandle m_videoDoneEvent;  // the video thread has finished
+
+  CRkDeviceCallback m_callback;
+  CRkShownFrame m_shownFrame;
+  CRkAudioFrameBuilder m_audioBuilder;  // the pacing thread's
+  _CRkTagVideoSample m_noVideoTag;
+  bool m_tagIsNewest = false;  // the newest entry given to the video queue is the marker
+  CRkSampleQueue m_audioQueue;
+  CRkSampleQueue m_videoQueue;
+};

@@ -1,0 +1,63 @@
+#include "output_device/CRkVideoRun.h"
+
+namespace {
+
+constexpr DWORD kTakeTimeoutMs = 1;
+
+}  // namespace
+
+void CRkVideoRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
+  const HANDLE awaited[] = {exitEvent, m_shownFrame.Event(), stopEvent};
+  for (;;) {
+    switch (WaitForMultipleObjects(3, awaited, FALSE, INFINITE)) {
+      case WAIT_OBJECT_0:
+        return;
+      case WAIT_OBJECT_0 + 1:
+        FramePass();
+        break;
+      case WAIT_OBJECT_0 + 2:
+        if (m_queue.Count() == 0) {
+          SetEvent(doneEvent);
+          return;
+        }
+        SetEvent(m_shownFrame.Event());
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+void CRkVideoRun::FramePass() {
+  const UINT due = m_shownFrame.Get();
+  if (m_current && m_current->GetFrameIndex() < due) m_current.Reset();
+  if (!m_current && !_TakeFrames(due)) return;
+  if (!m_current) return;
+  _Show(m_current.Get());
+  if (m_current->GetFrameIndex() == due) m_current.Reset();
+}
+
+// Up to the first frame that is not late. False when the marker was reached: the pass ends with nothing
+// held.
+bool CRkVideoRun::_TakeFrames(UINT due) {
+  CRkRef<IRkVideoSample> passedOver;
+  while (IRkUnknown* const item = m_queue.Pop(kTakeTimeoutMs)) {
+    if (item == m_noPicture) {
+      _Show(nullptr);
+      item->Release();
+      return false;
+    }
+    auto frame = CRkRef<IRkVideoSample>::Adopt(static_cast<IRkVideoSample*>(item));
+    if (frame->GetFrameIndex() >= due) {
+      m_current = std::move(frame);
+      return true;
+    }
+    passedOver = std::move(frame);
+  }
+  m_current = std::move(passedOver);
+  return true;
+}
+
+void CRkVideoRun::_Show(IRkVideoSample* video) {
+  if (const auto callback = m_callback.Get()) callback->OnVideoSample(video);
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "tests/support/RkFakes.h"
+
+// Writes down what the device hands out: "play", "stop", "blank", "v<index>" and "a<bytes>".
+class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
+ public:
+  void OnPlay() override { Write("play"); }
+  void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) override {
+    SRkAudioSampleInfo info = {};
+    audio->GetInfo(&info);
+    Write("a" + std::to_string(info.dataLength));
+    if (extra != nullptr) ++attachments;
+  }
+  void OnVideoSample(IRkVideoSample* video) override {
+    Write(video != nullptr ? "v" + std::to_string(video->GetFrameIndex()) : "blank");
+  }
+  void OnStop() override { Write("stop"); }
+
+  std::atomic<int> attachments = 0;
+
+  std::vector<std::string> Take() {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_events, {});
+  }
+  bool Has(const std::string& event) {
+    std::lock_guard lock(m_mutex);
+    return std::count(m_events.begin(), m_events.end(), event) > 0;
+  }
+
+ private:
+  void Write(std::string event) {
+    std::lock_guard lock(m_mutex);
+    m_events.push_back(std::move(event));
+  }
+  std::mutex m_mutex;
+  std::vector<std::string> m_events;
+};
+
+// A renderer whose play position the test turns by hand.
+class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
+ public:
+  std::atomic<bool> plays = false;
+  std::atomic<bool> notifies = true;
+  std::atomic<double> positionMs = 0.0;
+  std::atomic<int> stops = 0;
+  std::atomic<double> stepMs = 0.0;  // how far it moves each time it is read
+
+  void Reset() override {
+    std::lock_guard lock(m_mutex);
+    m_writes.clear();
+  }
+  void Stop() override { ++stops; }
+  BOOL Play() override { return plays; }
+  void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) override {
+    SRkAudioSampleInfo info = {};
+    audio->GetInfo(&info);
+    std::lock_guard lock(m_mutex);
+    m_writes.emplace_back(writePosition, info.dataLength);
+  }
+  void SetNotifyInterval(double) override {}
+  BOOL WaitForNotify(UINT) override { return notifies; }
+  double GetBufferDuration() override { return 1000.0; }
+  void GetPlayPosition(double* position) override {
+    positionMs = positionMs + stepMs;
+    *position = positionMs;
+  }
+
+  std::vector<std::pair<ULONGLONG, DWORD>> Writes() {
+    std::lock_guard lock(m_mutex);
+    return m_writes;
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::vector<std::pair<ULONGLONG, DWORD>> m_writes;
+};
+
+inline CRkRef<IRkVideoSample> MakeVideo(UINT index) {
+  CRkRef<IRkVideoSample> video;
+  RkCreateVideoSample(video.Out());
+  video->SetFrameIndex(index);
+  return video;
+}
+
+// A block whose samples all have one value per channel: value, value + step, ...
+inline CRkRef<IRkAudioSample> MakeBlock(int channels, WORD bits, DWORD count, int value, int step,
+                                        DWORD rate = 48000) {
+  CRkRef<IRkAudioSample> block;
+  RkCreateUserAudioSample(RkMakeWaveFormat(channels, rate, bits), nullptr, count, block.Out());
+  block->SetSampleCount(count);
+  SRkLockAudioSample lock = {};
+  block->Lock(&lock);
+  for (DWORD i = 0; i < count * static_cast<DWORD>(channels); ++i) {
+    const int sample = value + step * static_cast<int>(i % static_cast<DWORD>(channels));
+    for (int byte = 0; byte < bits / 8; ++byte) {
+      lock.data[i * (bits / 8) + static_cast<DWORD>(byte)] = static_cast<BYTE>(sample >> (8 * byte));
+    }
+  }
+  block->Unlock();
+  return block;
+}
+
+inline CRkRef<IRkAVPlaySample> MakeSample(const std::vector<CRkRef<IRkAudioSample>>& blocks) {
+  CRkRef<IRkAVPlaySample> sample;
+  RkCreateAVPlaySample(sample.Out());
+  for (UINT i = 0; i < blocks.size(); ++i) sample->SetAudioSample(i, blocks[i].Get());
+  return sample;
+}

@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include "tests/output_device/DeviceFakes.h"
+
+namespace {
+
+using Events = std::vector<std::string>;
+
+// A soft clock that ticks when the test says so.
+class CHandClock : public CFake<IRkSoftRefClock> {
+ public:
+  std::atomic<int> running = 0;
+  std::atomic<UINT> ticks = 0;
+
+  void Start(double) override { ++running; }
+  void WaitTick(UINT) override {
+    WaitUntil([&] { return m_given < ticks || running == 0 || stopping; });
+    ++m_given;
+  }
+  void Stop() override { --running; }
+  std::atomic<bool> stopping = false;
+
+ private:
+  std::atomic<UINT> m_given = 0;
+};
+
+CRkRef<CScriptedRenderer> g_renderer;
+CRkRef<CHandClock> g_clock;
+SRkWaveFormatInfo g_rendererFormat = {};
+DWORD g_startBytes = 0;
+
+}  // namespace
+
+// In place of the kernel library's own.
+int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double, DWORD startBytes,
+                             IRkAudioDirectSound** renderer) {
+  if (!g_renderer) return 0;
+  g_rendererFormat = format;
+  g_startBytes = startBytes;
+  g_renderer->AddRef();
+  *renderer = g_renderer.Get();
+  return 1;
+}
+
+int RkCreateSoftRefClock(IRkSoftRefClock** clock) {
+  if (!g_clock) return 0;
+  g_clock->AddRef();
+  *clock = g_clock.Get();
+  return 1;
+}
+
+namespace {
+
+class output_device : public testing::Test {
+ protected:
+  ~output_device() override {
+    if (g_clock) g_clock->stopping = true;
+    m_device.Reset();
+    m_sink.Reset();
+    g_renderer.Reset();
+    g_clock.Reset();
+    EXPECT_EQ(g_liveFakes, 0);
+  }
+  void CreateWithAudio(int channels, int queueDepth) {
+    g_renderer = MakeFake<CScriptedRenderer>();
+    Create(RkMakeWaveFormat(channels, 48000, 24), queueDepth);
+  }
+  void CreateWithPicturesOnly(int queueDepth) {
+    g_clock = MakeFake<CHandClock>();
+    Create(RkMakeWaveFormat(2, 48000, 16), queueDepth);
+  }
+  void Create(const SRkWaveFormatInfo& audio, int queueDepth) {
+    ASSERT_TRUE(RkCreateSoftwareOutputDevice(kTestVideo, audio, nullptr, queueDepth, m_device.Out()));
+    EXPECT_TRUE(m_device->SetOutputCallback(m_sink.Get()));
+  }
+  void Put(bool withVideo) {
+    const auto sample = MakeSample({MakeBlock(2, 16, 1920, 1, 1)});
+    if (withVideo) sample->SetVideoSample(MakeVideo(77).Get());
+    EXPECT_TRUE(m_device->PutSample(sample.Get()));
+  }
+  // Lets the clock tick once and waits until that frame was seen or passed.
+  void TickAndAwait(const std::string& event) {
+    ++g_clock->ticks;
+    EXPECT_TRUE(WaitUntil([&] { return m_sink->Has(event); })) << event;
+  }
+
+  CRkRef<CFakeDeviceCallback> m_sink = MakeFake<CFakeDeviceCallback>();
+  CRkRef<IRkSoftwareOutputDevice> m_device;
+};
+
+TEST_F(output_device, refuses_what_it_cannot_play) {
+  g_clock = MakeFake<CHandClock>();
+  IRkSoftwareOutputDevice* device = nullptr;
+  SRkVideoResolution video = kTestVideo;
+  EXPECT_EQ(RkCreateSoftwareOutputDevice(video, kTestAudio, nullptr, 0, &device), 0);
+  video.frameRate = 8;
+  EXPECT_EQ(RkCreateSoftwareOutputDevice(video, kTestAudio, nullptr, 3, &device), 0);
+  g_clock.Reset();
+  EXPECT_EQ(RkCreateSoftwareOutputDevice(kTestVideo, kTestAudio, nullptr, 3, &device), 0);
+  EXPECT_EQ(device, nullptr);
+}
+
+TEST_F(output_device, asks_for_sixteen_bit_stereo_with_its_lead_written_before_it_plays) {
+  CreateWithAudio(6, 4);
+  EXPECT_EQ(g_rendererFormat.channels, 2);
+  EXPECT_EQ(g_rendererFormat.blockAlign, 4);
+  EXPECT_EQ(g_rendererFormat.bytesPerSecond, 192000U);
+  EXPECT_EQ(g_startBytes, 3U * 1920 * 4);
+}
+
+TEST_F(output_device, shows_a_submitted_picture_at_once_while_stopped) {
+  CreateWithPicturesOnly(3);
+  Put(true);
+  Put(false);
+  EXPECT_FALSE(m_device->PutSample(nullptr));
+  EXPECT_EQ(m_sink->Take(), Events{"v77"});
+  EXPECT_TRUE(m_device->Stop(TRUE));
+  EXPECT_EQ(m_sink->Take(), Events{});
+  EXPECT_FALSE(m_device->SetOutputCallback(nullptr));
+}
+
+TEST_F(output_device, shows_one_picture_a_tick_and_jumps_to_the_last_at_a_stop) {
+  CreateWithPicturesOnly(4);
+  m_device->Play();
+  m_device->Play();
+  for (int i = 0; i < 4; ++i) Put(true);
+  TickAndAwait("v0");
+  TickAndAwait("v1");
+  EXPECT_EQ(m_sink->Take(), (Events{"play", "v0", "v1"}));
+  g_clock->stopping = true;  // the tick that the pacing thread waits for comes
+  EXPECT_TRUE(m_device->Stop(TRUE));
+  const Events events = m_sink->Take();
+  ASSERT_GE(events.size(), 3U);
+  EXPECT_EQ((Events{events.end() - 3, events.end()}), (Events{"v3", "blank", "stop"}));
+  EXPECT_EQ(g_clock->running, 0);
+}
+
+TEST_F(output_device, holds_the_host_until_a_pool_sample_comes_back) {
+  CreateWithPicturesOnly(2);
+  m_device->Play();
+  Put(true);
+  Put(true);  // with the one that Play took the pool is empty
+  std::atomic<bool> third = false;
+  std::thread host([&] {
+    Put(true);
+    third = true;
+  });
+  TickAndAwait("v0");
+  EXPECT_TRUE(WaitUntil([&] { return third.load(); }));
+  host.join();
+}
+
+TEST_F(output_device, follows_the_renderer_and_plays_out_what_is_queued_at_a_stop) {
+  CreateWithAudio(2, 4);
+  m_device->Play();
+  for (int i = 0; i < 4; ++i) Put(true);
+  EXPECT_TRUE(WaitUntil([&] { return g_renderer->Writes().size() == 4; }));
+  g_renderer->positionMs = 40.0;
+  g_renderer->plays = true;
+  EXPECT_TRUE(WaitUntil([&] { return m_sink->Has("v1"); }));
+  g_renderer->stepMs = 40.0;
+  Put(true);
+  EXPECT_TRUE(m_device->Stop(FALSE));
+  const Events events = m_sink->Take();
+  EXPECT_EQ(events.back(), "stop");
+  EXPECT_TRUE(std::count(events.begin(), events.end(), "v4") > 0);
+  EXPECT_FALSE(m_device->IsPlaying());
+}
+
+TEST_F(output_device, a_run_of_samples_without_picture_blanks_once) {
+  CreateWithAudio(2, 4);
+  m_device->Play();
+  g_renderer->plays = true;
+  for (const bool withVideo : {false, false, true, false}) Put(withVideo);
+  g_renderer->stepMs = 40.0;
+  EXPECT_TRUE(m_device->Stop(FALSE));
+  const Events events = m_sink->Take();
+  EXPECT_EQ(std::count(events.begin(), events.end(), "blank"), 2);
+}
+
+TEST_F(output_device, released_while_playing_with_frames_queued_ends_soon_and_leaves_nothing) {
+  CreateWithPicturesOnly(4);
+  m_device->Play();
+  for (int i = 0; i < 4; ++i) Put(true);
+  g_clock->stopping = true;
+  m_device.Reset();
+  EXPECT_FALSE(m_sink->Has("stop"));
+}
+
+}  // namespace

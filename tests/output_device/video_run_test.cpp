@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include "output_device/CRkVideoRun.h"
+#include "tests/output_device/DeviceFakes.h"
+
+namespace {
+
+using Events = std::vector<std::string>;
+
+class video_run : public testing::Test {
+ protected:
+  video_run() {
+    EXPECT_TRUE(m_queue.Create(16) && m_shown.Create());
+    m_callback.Set(m_sink.Get());
+    for (int i = 0; i < 1000; ++i) m_shown.CountSubmitted();
+  }
+  void Queue(std::initializer_list<UINT> frames) {
+    for (const UINT frame : frames) Push(MakeVideo(frame).Get());
+  }
+  void Push(IRkUnknown* item) {
+    CRkRef<IRkUnknown> dropped;
+    m_queue.Push(item, dropped.Out());
+  }
+  Events Pass(UINT due) {
+    m_shown.AdvanceTo(due);
+    m_run.FramePass();
+    return m_sink->Take();
+  }
+
+  CRkRef<CFakeDeviceCallback> m_sink = MakeFake<CFakeDeviceCallback>();
+  CRkDeviceCallback m_callback;
+  CRkSampleQueue m_queue;
+  CRkShownFrame m_shown;
+  CRkRef<IRkVideoSample> m_marker = MakeVideo(0);
+  CRkVideoRun m_run{m_queue, m_shown, m_callback, m_marker.Get()};
+};
+
+TEST_F(video_run, shows_frames_that_are_in_time_once_each) {
+  Queue({0, 1, 2});
+  EXPECT_EQ(Pass(0), Events{"v0"});
+  EXPECT_EQ(Pass(1), Events{"v1"});
+  EXPECT_EQ(Pass(2), Events{"v2"});
+  EXPECT_EQ(Pass(3), Events{});
+}
+
+TEST_F(video_run, drops_late_frames_but_shows_the_newest_when_nothing_newer_is_there) {
+  Queue({7, 8, 9});
+  EXPECT_EQ(Pass(10), Events{"v9"});
+  Queue({9, 11});
+  EXPECT_EQ(Pass(11), Events{"v11"});
+}
+
+TEST_F(video_run, shows_an_early_frame_again_at_every_pass_until_its_turn_has_come) {
+  Queue({12, 13});
+  EXPECT_EQ(Pass(10), Events{"v12"});
+  EXPECT_EQ(Pass(11), Events{"v12"});
+  EXPECT_EQ(Pass(12), Events{"v12"});
+  EXPECT_EQ(Pass(13), Events{"v13"});
+}
+
+TEST_F(video_run, the_marker_blanks_the_picture_whatever_is_due) {
+  Queue({7, 8});
+  Push(m_marker.Get());
+  Queue({20});
+  EXPECT_EQ(Pass(10), Events{"blank"});
+  EXPECT_EQ(m_queue.Count(), 1);
+  EXPECT_EQ(m_marker->AddRef(), 2U);  // the queue's reference has gone
+  m_marker->Release();
+  EXPECT_EQ(Pass(10), Events{"v20"});
+}
+
+TEST_F(video_run, a_stop_goes_through_to_the_last_frame_and_ends_with_an_empty_queue) {
+  const CRkHandle exitEvent = CRkHandle::ManualResetEvent();
+  const CRkHandle stopEvent = CRkHandle::ManualResetEvent();
+  const CRkHandle doneEvent = CRkHandle::ManualResetEvent();
+  m_shown.AdvanceTo(25);
+  Queue({20, 21, 22, 23, 24, 25});
+  SetEvent(stopEvent);
+  m_run.Run(exitEvent, stopEvent, doneEvent);
+  EXPECT_EQ(m_sink->Take(), Events{"v25"});
+  EXPECT_TRUE(RkWait(doneEvent, 0));
+
+  ResetEvent(doneEvent);
+  Queue({26});
+  SetEvent(exitEvent);
+  m_run.Run(exitEvent, stopEvent, doneEvent);
+  EXPECT_FALSE(RkWait(doneEvent, 0));
+}
+
+TEST(shown_frame, follows_the_clock_and_is_anchored_anew_when_the_clock_outruns_the_frames) {
+  CRkShownFrame shown;
+  ASSERT_TRUE(shown.Create());
+  shown.BeginRun();
+  for (int i = 0; i < 40; ++i) shown.CountSubmitted();
+  EXPECT_EQ(shown.Get(), kRkNoPosition);
+  shown.AdvanceTo(30);
+  EXPECT_EQ(shown.Get(), 30U);
+  shown.AdvanceTo(50);
+  EXPECT_EQ(shown.Get(), 39U);
+  EXPECT_TRUE(shown.IsLast());
+  shown.CountSubmitted();
+  shown.AdvanceTo(51);
+  EXPECT_EQ(shown.Get(), 40U);
+  for (int i = 0; i < 10; ++i) shown.CountSubmitted();
+  shown.AdvanceTo(53);
+  EXPECT_EQ(shown.Get(), 42U);
+  shown.AdvanceToLast();
+  EXPECT_EQ(shown.Get(), 50U);
+}
+
+TEST(sample_queue, makes_room_by_handing_out_its_oldest_item) {
+  CRkSampleQueue queue;
+  ASSERT_TRUE(queue.Create(2));
+  const auto a = MakeVideo(1);
+  const auto b = MakeVideo(2);
+  const auto c = MakeVideo(3);
+  CRkRef<IRkUnknown> dropped;
+  EXPECT_FALSE(queue.Push(nullptr, dropped.Out()));
+  queue.Push(a.Get(), dropped.Out());
+  queue.Push(b.Get(), dropped.Out());
+  EXPECT_FALSE(dropped);
+  queue.Push(c.Get(), dropped.Out());
+  EXPECT_EQ(dropped.Get(), static_cast<IRkUnknown*>(a.Get()));
+  EXPECT_EQ(queue.Count(), 2);
+  CRkRef<IRkUnknown> taken = CRkRef<IRkUnknown>::Adopt(queue.Pop(0));
+  EXPECT_EQ(taken.Get(), static_cast<IRkUnknown*>(b.Get()));
+  queue.Flush();
+  EXPECT_EQ(queue.Pop(0), nullptr);
+}
+
+}  // namespace
