@@ -6,7 +6,7 @@ DWORD CRkWait::Run(DWORD timeoutMs) {
   if (!m_waiter.WaitsForAll() && TakeLowest(index)) return WAIT_OBJECT_0 + index;
   if (timeoutMs == 0 && !(m_waiter.WaitsForAll() && AllLookSignalled())) return WAIT_TIMEOUT;
 
-  const CRkDeadline deadline(timeoutMs);
+  const CRkWakeMoment deadline(timeoutMs);
   JoinQueues();
   for (ERkPark parked = ERkPark::Woken;;) {
     m_waiter.Forget();

@@ -42,7 +42,7 @@ class RK_HIDDEN CRkWaiter {
   // Before each look: what changes after it is told anew.
   void Forget() { m_told.exchange(0); }
   // Sleeps until told, for all that changed since Forget.
-  ERkPark Park(const CRkDeadline& deadline) { return RkFutexWait(m_told, 0, deadline); }
+  ERkPark Park(const CRkWakeMoment& deadline) { return RkFutexWait(m_told, 0, deadline); }
 
  private:
   RkFutexWord m_told{0};

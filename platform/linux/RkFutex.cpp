@@ -23,7 +23,7 @@ void LowerTimerSlack() {
 
 }  // namespace
 
-CRkDeadline::CRkDeadline(DWORD timeoutMs) : m_infinite(timeoutMs == INFINITE) {
+CRkWakeMoment::CRkWakeMoment(DWORD timeoutMs) : m_infinite(timeoutMs == INFINITE) {
   if (m_infinite) return;
   clock_gettime(CLOCK_MONOTONIC, &m_moment);
   m_moment.tv_sec += timeoutMs / 1000;
@@ -34,7 +34,7 @@ CRkDeadline::CRkDeadline(DWORD timeoutMs) : m_infinite(timeoutMs == INFINITE) {
   }
 }
 
-ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value, const CRkDeadline& deadline) {
+ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value, const CRkWakeMoment& deadline) {
   if (deadline.Moment() != nullptr) LowerTimerSlack();
   const long result = syscall(SYS_futex, &word, FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG, value,
                               deadline.Moment(), nullptr, FUTEX_BITSET_MATCH_ANY);

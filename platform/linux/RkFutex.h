@@ -13,9 +13,9 @@
 using RkFutexWord = std::atomic<std::uint32_t>;
 
 // The moment on the monotonic clock at which a wait gives up; INFINITE never does.
-class RK_HIDDEN CRkDeadline {
+class RK_HIDDEN CRkWakeMoment {
  public:
-  explicit CRkDeadline(DWORD timeoutMs);
+  explicit CRkWakeMoment(DWORD timeoutMs);
   // Null for a wait without end.
   const timespec* Moment() const { return m_infinite ? nullptr : &m_moment; }
 
@@ -27,6 +27,6 @@ class RK_HIDDEN CRkDeadline {
 enum class ERkPark { Woken, TimedOut, Failed };
 
 // Sleeps while the word holds `value`, at the latest until the deadline.
-RK_HIDDEN ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value, const CRkDeadline& deadline);
+RK_HIDDEN ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value, const CRkWakeMoment& deadline);
 // Only the address counts: the word may be gone already.
 RK_HIDDEN void RkFutexWake(RkFutexWord* word);
