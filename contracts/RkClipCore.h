@@ -57,7 +57,7 @@ class IRkClipElement : public IRkUnknown {
   virtual void SeekTo(UINT offset) = 0;  // the next ReadNextSample gives the sample at offset
   virtual UINT GetLastPosition() = 0;    // the position that the last sample carries
   virtual void Close() = 0;              // may be opened again
-  // Where the element begins on the timeline of the list it is in; 0 outside a list. Told by the list.
+  // Where the element begins on the timeline of its list: what a list told it last; 0 before that.
   virtual void SetTimelineStart(UINT position) { (void)position; }
   virtual UINT GetTimelineStart() { return 0; }
   virtual UINT GetFrameCount() = 0;

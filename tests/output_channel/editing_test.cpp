@@ -20,6 +20,18 @@ TEST_F(Editing, a_list_is_cued_in_its_order_with_one_notification) {
   EXPECT_EQ(PlayOut(), "C3 C4 A0 A1 B2 C3 C4 1 ");
 }
 
+TEST_F(Editing, a_cued_list_keeps_its_timeline_when_the_list_of_the_host_goes) {
+  CRkRef<IRkClipElementList> list;
+  ASSERT_TRUE(RkCreateClipElementList(list.Out()));
+  list->InsertElement(0, MakeElement('A', 3).Get());
+  list->InsertElement(1, MakeElement('B', 6).Get());
+  ASSERT_TRUE(m_channel->InsertClipElement(list.Get(), 1, 4));
+  list->RemoveAll();
+  list.Reset();
+  ASSERT_TRUE(m_channel->Play());
+  EXPECT_EQ(PlayOut(), "B4 B5 B6 B7 B8 1 ");
+}
+
 TEST_F(Editing, one_element_is_cued_as_a_list_of_its_own) {
   const auto element = MakeElement('A', 2);
   EXPECT_TRUE(m_channel->InsertClipElement(static_cast<IRkClipElement*>(element.Get()), 2, 1));

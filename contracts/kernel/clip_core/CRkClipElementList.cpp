@@ -15,10 +15,6 @@ UINT Saturated(ULONGLONG frames) {
 
 }  // namespace
 
-CRkClipElementList::~CRkClipElementList() {
-  CRkClipElementList::RemoveAll();
-}
-
 int CRkClipElementList::GetCount() {
   CRkScopedLock lock(m_lock);
   return static_cast<int>(m_elements.size());
@@ -45,7 +41,6 @@ BOOL CRkClipElementList::RemoveElement(UINT index) {
   if (index >= m_elements.size()) return FALSE;
   removed = std::move(m_elements[index]);
   m_elements.erase(m_elements.begin() + index);
-  removed->SetTimelineStart(0);
   _TellStarts(m_elements.size());
   return TRUE;
 }
@@ -54,7 +49,6 @@ void CRkClipElementList::RemoveAll() {
   Elements removed;
   CRkScopedLock lock(m_lock);
   removed.swap(m_elements);
-  for (const auto& element : removed) element->SetTimelineStart(0);
 }
 
 int CRkClipElementList::IndexOf(IRkClipElement* element) {

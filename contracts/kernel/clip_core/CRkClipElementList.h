@@ -16,7 +16,8 @@
 // leave an element with the start that it had before the later one.
 //
 // Frame counts are never kept, for trim information may change them at any time. Elements hear their
-// starts at every edit and again whenever one of them is handed out.
+// starts at every edit and again whenever one of them is handed out. An element that is taken out keeps
+// its start: it may be in another list, that of a channel which plays it.
 class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
  public:
   CRkClipElementList() = default;
@@ -34,7 +35,7 @@ class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
  private:
   using Elements = std::vector<CRkRef<IRkClipElement>>;
 
-  ~CRkClipElementList() override;
+  ~CRkClipElementList() override = default;
 
   // Tells the first `count` elements where they begin; gives the frames of all of them.
   ULONGLONG _TellStarts(size_t count) RK_REQUIRES(m_lock);
