@@ -4,7 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "contracts/CRkRef.h"
-#include "contracts/kernel/kernel/CRkSoftRefClock.h"
+#include "contracts/RkKernel.h"
+#include "contracts/kernel/kernel/RkTickTime.h"
 
 namespace {
 

@@ -1,33 +1,9 @@
 #include "contracts/kernel/kernel/CRkSoftRefClock.h"
 
 #include <algorithm>
-#include <cmath>
 #include <new>
 
-namespace {
-
-constexpr ULONGLONG kNanosecondsPerSecond = 1'000'000'000;
-
-SRkFrameRateFraction FractionOf(double framesPerSecond) {
-  for (int rate = 0; rate < kRkFrameRateCount; ++rate) {
-    if (framesPerSecond == RkFramesPerSecond(rate)) return kRkFrameRates[rate];
-  }
-  constexpr UINT kSteps = 1000;
-  const double steps = std::clamp(std::round(framesPerSecond * kSteps), 1.0, 4e9);
-  return {static_cast<UINT>(steps), kSteps};
-}
-
-}  // namespace
-
-std::chrono::nanoseconds RkTickTime(double framesPerSecond, ULONGLONG tick) {
-  const SRkFrameRateFraction rate = FractionOf(framesPerSecond);
-  // Whole runs of `numerator` ticks first, so that no product overflows.
-  const ULONGLONG perRun = rate.denominator * kNanosecondsPerSecond;
-  const ULONGLONG runs = tick / rate.numerator;
-  const ULONGLONG rest = tick % rate.numerator;
-  const double restNs = static_cast<double>(rest) * static_cast<double>(perRun) / rate.numerator;
-  return std::chrono::nanoseconds(runs * perRun + static_cast<ULONGLONG>(restNs));
-}
+#include "contracts/kernel/kernel/RkTickTime.h"
 
 void CRkSoftRefClock::Start(double framesPerSecond) {
   std::lock_guard lock(m_mutex);

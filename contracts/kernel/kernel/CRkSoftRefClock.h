@@ -7,11 +7,6 @@
 #include "contracts/CRkUnknown.h"
 #include "contracts/RkKernel.h"
 
-// Whole nanoseconds from the start of a clock to its tick of that number. Derived from the number, so
-// that hours at any rate end where they should: exact for the rates of the frame-rate table, and to a
-// thousandth of a frame per second for others.
-std::chrono::nanoseconds RkTickTime(double framesPerSecond, ULONGLONG tick);
-
 // Paces its caller by the monotonic clock. Any thread may enter. The mutex guards every field; waiting
 // leaves it, and Start and Stop wake who waits.
 class CRkSoftRefClock final : public CRkUnknown<IRkSoftRefClock> {
