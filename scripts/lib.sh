@@ -58,5 +58,5 @@ rk_build() {
   shift
   rk_configure "$preset"
   echo "Building preset $preset (output in build/$preset.log)" >&2
-  rk_logged "$preset" cmake --build --preset "$preset" ${1:+--target "$@"}
+  rk_logged "$preset" cmake --build --preset "$preset" ${1:+--target "$@"} -- -k 0
 }
