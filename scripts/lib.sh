@@ -40,7 +40,7 @@ rk_logged() {
   shift
   mkdir -p build
   "$@" > "$log" 2>&1 < /dev/null || {
-    grep -v '^\[[0-9]*/[0-9]*\] ' "$log" | tail -n 200 >&2
+    grep -v '^\[[0-9]*/[0-9]*\] ' "$log" | tail -n 200 >&2 || true
     rk_fail "failed: $* (the whole output is in $log)"
   }
 }
