@@ -15,7 +15,6 @@ constexpr std::size_t kNameBytes = 15;
 constexpr int kBestNice = -20;
 constexpr int kHighNice = -10;
 
-// The same value as on Windows; no object has this address.
 bool IsCurrentThread(HANDLE thread) {
   return thread == GetCurrentThread();
 }

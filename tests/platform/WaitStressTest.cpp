@@ -75,12 +75,14 @@ TEST(WaitStress, waits_for_all_that_share_objects_never_hold_a_part) {
   std::atomic<int> clashes{0};
   RunUnderWatchdog([&] {
     std::vector<std::thread> threads;
+    threads.reserve(3);
     for (int seat = 0; seat < 3; ++seat) {
       threads.emplace_back([&, seat] {
         const int right = (seat + 1) % 3;
         const HANDLE both[] = {fork[seat], fork[right]};
-        for (int i = 0; i < 5000; ++i) {
-          WaitForMultipleObjects(2, both, TRUE, INFINITE);
+        for (int i = 0; i < 20000; ++i) {
+          // Asleep in turn with at every moment, so that several are at the locks together.
+          while (WaitForMultipleObjects(2, both, TRUE, i % 4 == 0 ? INFINITE : 0) != WAIT_OBJECT_0) continue;
           clashes += users[seat]++ + users[right]++;
           --users[seat];
           --users[right];
