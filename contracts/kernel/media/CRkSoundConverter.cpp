@@ -13,6 +13,9 @@ extern "C" {
 namespace {
 
 constexpr int kSilenceSamples = 4096;
+// Damaged headers may claim rates that would blow up every frame without bound.
+constexpr int kMinSourceRate = 1000;
+constexpr int kMaxSourceRate = 1000000;
 
 AVSampleFormat AvSampleFormat(int bits) {
   if (bits == 8) return AV_SAMPLE_FMT_U8;
@@ -32,7 +35,7 @@ void LayoutOf(const AVFrame& frame, AVChannelLayout* layout) {
 
 bool CRkSoundConverter::Begin(const AVFrame& like) {
   m_sourceRate = like.sample_rate;
-  if (m_sourceRate <= 0) return false;
+  if (m_sourceRate < kMinSourceRate || m_sourceRate > kMaxSourceRate) return false;
   const int64_t outputRate = m_format.samplesPerSecond;
   const int64_t common = av_gcd(m_sourceRate, outputRate);
   m_sourceStep = m_sourceRate / common;

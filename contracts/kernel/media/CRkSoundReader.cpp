@@ -210,6 +210,6 @@ bool CRkSoundReader::_IsCoarse() const {
 // How far timestamps may be off without meaning a gap: two ticks, or a millisecond.
 int64_t CRkSoundReader::_Tolerance() const {
   const AVRational timeBase = m_decoder.TimeBase();
-  return std::max(av_rescale(2 * timeBase.num, m_converter.SourceRate(), timeBase.den),
+  return std::max(av_rescale(int64_t{2} * timeBase.num, m_converter.SourceRate(), timeBase.den),
                   int64_t{m_converter.SourceRate() / 1000});
 }

@@ -5,7 +5,7 @@
 namespace {
 
 // No picture that anyone plays is larger; damaged headers may claim so.
-constexpr int64_t kMaxPixels = 16384 * 8192;
+constexpr int64_t kMaxPixels = int64_t{16384} * 8192;
 // Failures of the decoder in a row, without a frame, after which it is given up.
 constexpr int kMaxDecodeErrors = 4096;
 

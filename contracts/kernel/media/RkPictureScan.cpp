@@ -116,7 +116,7 @@ int64_t StatedEnd(CRkPacketSource& source, int64_t origin) {
   }
   const double total = (hours * 60.0 + minutes) * 60.0 + seconds;
   if (!(total > 0.0 && total < 1e7)) return AV_NOPTS_VALUE;
-  return av_rescale_q(static_cast<int64_t>(total * 1e6), AV_TIME_BASE_Q, stream->time_base);
+  return av_rescale_q(static_cast<int64_t>(total * 1e6), AVRational{1, AV_TIME_BASE}, stream->time_base);
 }
 
 // The number of pictures as the container states it, at least those that were found.
@@ -154,6 +154,7 @@ bool TimelineFromIndex(CRkPacketSource& source, int64_t firstDecoded, CRkPicture
   if (head.untimed || head.times.empty() || !IsIndexComplete(source)) return false;
   std::vector<int64_t> decodeTimes;
   const int entries = avformat_index_get_entries_count(source.Stream());
+  decodeTimes.reserve(static_cast<size_t>(entries));
   for (int i = 0; i < entries; ++i) {
     decodeTimes.push_back(avformat_index_get_entry(source.Stream(), i)->timestamp);
   }
