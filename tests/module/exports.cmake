@@ -3,7 +3,8 @@ set(formats "SRkVideoResolution const&, SRkWaveFormatInfo const&")
 set(expected
   "RkCreateClipOutputChannel(unsigned int, unsigned int, ${formats}, IRkPlayBufferPool*, IRkClipOutputChannelNotify*, IRkClipOutputChannel**)"
   "RkCreateClipSourceChannel(unsigned int, unsigned int, ${formats}, IRkPlayBufferPool*, IRkClipSourceChannel**)"
-  "RkCreateClipSourcePlayer(${formats}, IRkPlayBufferPool*, IRkClipOutputCallback*, IRkClipSourcePlayer**)")
+  "RkCreateClipSourcePlayer(${formats}, IRkPlayBufferPool*, IRkClipOutputCallback*, IRkClipSourcePlayer**)"
+  "RkCreateSoftwareOutputDevice(${formats}, RkWindow*, int, IRkSoftwareOutputDevice**)")
 
 execute_process(COMMAND ${NM} --dynamic --defined-only --demangle ${LIBRARY}
   OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)

@@ -106,26 +106,22 @@ TEST_F(Meeting, the_banner_of_a_seek_does_not_wait_for_a_sample) {
 // ---- settings
 
 // A host's object at whose first reference, which the setting takes for the first channel, roles change.
-template <class Base>
-class CMeddler : public Base {
+class CMeddler : public CFakePool {
  public:
   std::function<void()> meddle;
   UINT AddRef() override {
     if (const auto now = std::exchange(meddle, nullptr)) now();
-    return Base::AddRef();
+    return CFakePool::AddRef();
   }
 };
 
 TEST_F(Meeting, a_setting_reaches_each_of_the_three_channels_once_while_roles_change) {
   for (int i = 0; i < 2; ++i) {
-    const auto pool = MakeFake<CMeddler<CFakePool>>();
-    const auto hook = MakeFake<CMeddler<CFakeHook>>();
+    const auto pool = MakeFake<CMeddler>();
+    const auto hook = MakeFake<CFakeHook>();
     ASSERT_TRUE(Cue('A', 1));
     pool->meddle = [&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); };
     EXPECT_TRUE(m_channel->SetPlayBufferPool(pool.Get()));
-    EXPECT_TRUE(WaitUntil([&] { return References(pool) == 4; }));
-    ASSERT_TRUE(Cue('B', 1));
-    hook->meddle = [&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); };
     EXPECT_TRUE(m_channel->SetSampleProcessor(hook.Get()));
     EXPECT_FALSE(m_channel->SetSampleProcessor(nullptr));
     m_channel->Stop();  // its workers keep a reference for as long as they use one
