@@ -94,7 +94,7 @@ void Throughput(benchmark::State& state) {
   const CAffinity affinity(state.range(0) != 0);
   const CRkHandle never = CRkHandle::ManualResetEvent();
   SSpent waits, samples;
-  for (auto _ : state) {
+  while (state.KeepRunning()) {
     waits.Add([&] { RkWait(never, 1); });
     const auto channel = MakeChannel();
     channel->Play(0, kRkRepeatEndless);

@@ -91,7 +91,6 @@ BOOL CRkClipSourceChannel::Play(UINT startPosition, int repeatCount) {
 
   // Takes back a restart that still waits for a slow read: it would begin as a second run of this number.
   m_thread->RequestStop();
-  m_cache->Flush();
   const int passes = ValidRepeatCount(repeatCount);
   {
     // Position and status are set before the worker starts, so that a quick consumer's are not undone.
@@ -103,6 +102,7 @@ BOOL CRkClipSourceChannel::Play(UINT startPosition, int repeatCount) {
     m_position = startPosition;
     m_status = RkSourceChannel_Playing;
   }
+  m_cache->Flush();
   m_orders.ResumeForNewRun();
   m_thread->Start();
   m_cache->WaitForCount(kPreRollTimeoutMs, static_cast<LONG>(_PreRollTarget(total, startPosition, passes)));
@@ -116,16 +116,18 @@ UINT CRkClipSourceChannel::_PreRollTarget(UINT total, UINT startPosition, int re
 }
 
 BOOL CRkClipSourceChannel::Stop() {
+  if (m_thread) m_thread->RequestStop();
+  {
+    // A consumer must not meet what the worker still puts behind the gap that a flush leaves.
+    CRkScopedLock lock(m_requestLock);
+    m_run = NextRun(m_run);
+  }
   // Emptying the cache frees a worker that is blocked on it; what that one still puts goes afterwards.
   if (m_cache) m_cache->Flush();
-  if (m_thread) {
-    m_thread->RequestStop();
-    m_thread->WaitForStop(kStopTimeoutMs);
-  }
+  if (m_thread) m_thread->WaitForStop(kStopTimeoutMs);
   if (m_cache) m_cache->Flush();
   {
     CRkScopedLock lock(m_requestLock);
-    m_run = NextRun(m_run);
     m_position = 0;
     m_status = RkSourceChannel_Stopped;
     m_repeatCount = 1;

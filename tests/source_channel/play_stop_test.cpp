@@ -84,7 +84,8 @@ TEST_F(PlayStopTest, nothing_is_left_after_a_stop_that_met_a_blocked_read) {
 }
 
 TEST_F(PlayStopTest, a_consumer_across_stop_and_play_gets_the_new_run_from_its_start_on) {
-  Build({1000}, 3);
+  constexpr UINT kNewStart = 50000;
+  Build({100000}, 3);
   for (int round = 0; round < 10; ++round) {
     std::atomic<bool> stopped = false;
     std::atomic<int> oldTaken = 0, newTaken = 0;
@@ -94,10 +95,10 @@ TEST_F(PlayStopTest, a_consumer_across_stop_and_play_gets_the_new_run_from_its_s
       while (newTaken < 5) {
         const bool begunAfterStop = stopped;
         const UINT taken = Take();
-        if (taken >= 500 && next < 500) next = 500;
-        EXPECT_TRUE(!begunAfterStop || taken >= 500) << taken;
+        if (taken >= kNewStart && next < kNewStart) next = kNewStart;
+        EXPECT_TRUE(!begunAfterStop || taken >= kNewStart) << taken;
         EXPECT_EQ(taken, next++);
-        ++(taken < 500 ? oldTaken : newTaken);
+        ++(taken < kNewStart ? oldTaken : newTaken);
       }
     });
     EXPECT_TRUE(WaitUntil([&] { return oldTaken > round % 4; }));
@@ -105,7 +106,7 @@ TEST_F(PlayStopTest, a_consumer_across_stop_and_play_gets_the_new_run_from_its_s
     EXPECT_EQ(Status(), RkSourceChannel_Stopped);
     EXPECT_EQ(Position(), 0u);
     stopped = true;
-    EXPECT_TRUE(channel->Play(500, -1));
+    EXPECT_TRUE(channel->Play(kNewStart, -1));
     consumer.join();
     channel->Stop();
   }
