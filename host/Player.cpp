@@ -5,7 +5,6 @@
 #include "contracts/RkMediaElement.h"
 #include "contracts/RkPictureLayout.h"
 #include "host/PlayBufferPool.h"
-#include "host/StopSignal.h"
 #include "host/UsageError.h"
 #include "module/RkClipPlay.h"
 
@@ -49,10 +48,11 @@ CRkRef<IRkClipOutputChannel> CreateChannel(const SRkClipFormat& format, Cuer& cu
 
 }  // namespace
 
-Player::Player(Programme& programme, const Options& options, FrameOutput& output)
+Player::Player(Programme& programme, const Options& options, FrameOutput& output, StopSignals& stopSignals)
     : m_programme(programme),
       m_realtime(options.realtime),
       m_output(output),
+      m_stopSignals(stopSignals),
       m_cuer(CRkRef<Cuer>::Adopt(new Cuer(programme.lists, options.manual))),
       m_channel(CreateChannel(programme.format, *m_cuer.Get())),
       m_pacer(programme.format.video.frameRate),
@@ -78,7 +78,7 @@ Statistics Player::Run() {
   for (const size_t list : m_cuer->Refused())
     _Fail(list, m_programme.lists[list].title + ": could not be cued");
   m_output.Close(m_statistics.errors);
-  m_statistics.stopSignal = StopSignal();
+  m_statistics.stopSignal = m_stopSignals.Asked();
   m_statistics.lateFrames = m_pacer.LateFrames();
   m_statistics.worstLateMs = Milliseconds(m_pacer.WorstLate());
   m_statistics.wallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
@@ -88,7 +88,7 @@ Statistics Player::Run() {
 void Player::_Play() {
   m_cuer->Start(m_channel.Get());
   if (!_StartFirstList()) return;
-  while (StopSignal() == 0) {
+  while (m_stopSignals.Asked() == 0) {
     if (m_ended) {
       m_cuer->WaitForChange(kSwitchPollMs);
     } else if (!_DeliverNext()) {
@@ -108,7 +108,7 @@ bool Player::_StartFirstList() {
 
 bool Player::_WaitForCue() {
   while (!m_cuer->IsReady()) {
-    if (StopSignal() != 0) return false;
+    if (m_stopSignals.Asked() != 0) return false;
     m_cuer->WaitForChange(kSampleWaitMs);
   }
   return true;

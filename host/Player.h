@@ -12,6 +12,7 @@
 #include "host/Pacer.h"
 #include "host/Progress.h"
 #include "host/Statistics.h"
+#include "host/StopSignals.h"
 #include "host/Taker.h"
 #include "output_channel/IRkClipOutputChannel.h"
 
@@ -25,7 +26,7 @@ namespace rkplay {
 class Player {
  public:
   // Throws UsageError when the channel cannot be created.
-  Player(Programme& programme, const Options& options, FrameOutput& output);
+  Player(Programme& programme, const Options& options, FrameOutput& output, StopSignals& stopSignals);
 
   Statistics Run();
 
@@ -52,6 +53,7 @@ class Player {
   Programme& m_programme;
   const bool m_realtime;
   FrameOutput& m_output;
+  StopSignals& m_stopSignals;
   CRkRef<Cuer> m_cuer;
   CRkRef<IRkClipOutputChannel> m_channel;
   std::optional<Taker> m_taker;  // manual only

@@ -8,7 +8,7 @@
 #include "host/ClipLoader.h"
 #include "host/Options.h"
 #include "host/Player.h"
-#include "host/StopSignal.h"
+#include "host/StopSignals.h"
 #include "host/UsageError.h"
 
 namespace rkplay {
@@ -32,7 +32,8 @@ int Play(const Options& options) {
   if (!options.logPath.empty() && !RkLog_SetFile(options.logPath.c_str())) {
     throw UsageError(options.logPath + ": cannot be written");
   }
-  Statistics statistics = Player(programme, options, output).Run();
+  StopSignals stopSignals;
+  Statistics statistics = Player(programme, options, output, stopSignals).Run();
   if (!options.logPath.empty()) RkLog_SetFile(nullptr);
 
   PrintSummary(statistics, stdout);
@@ -52,7 +53,6 @@ int main(int argumentCount, char** arguments) {
   try {
     const auto options = rkplay::ParseOptions(argumentCount, arguments);
     if (!options) return 0;
-    rkplay::CatchStopSignals();
     return rkplay::Play(*options);
   } catch (const rkplay::UsageError& error) {
     rkplay::PrintError(error.what());

@@ -1,0 +1,28 @@
+#include "host/StopSignals.h"
+
+#include <ctime>
+
+namespace rkplay {
+
+StopSignals::StopSignals() {
+  std::signal(SIGPIPE, SIG_IGN);
+  sigemptyset(&m_signals);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    std::signal(signal, SIG_DFL);  // a shell starts background programs with SIGINT ignored
+    sigaddset(&m_signals, signal);
+  }
+  pthread_sigmask(SIG_BLOCK, &m_signals, nullptr);
+}
+
+int StopSignals::Asked() {
+  constexpr timespec kNoWait{};
+  if (m_asked != 0) return m_asked;
+  const int signal = sigtimedwait(&m_signals, nullptr, &kNoWait);
+  if (signal > 0) {
+    m_asked = signal;
+    pthread_sigmask(SIG_UNBLOCK, &m_signals, nullptr);
+  }
+  return m_asked;
+}
+
+}  // namespace rkplay
