@@ -9,11 +9,12 @@ class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
   void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) override {
     SRkAudioSampleInfo info = {};
     audio->GetInfo(&info);
-    Write("a" + std::to_string(info.dataLength));
+    Write("a", info.dataLength);
     if (extra != nullptr) ++attachments;
   }
   void OnVideoSample(IRkVideoSample* video) override {
-    Write(video != nullptr ? "v" + std::to_string(video->GetFrameIndex()) : "blank");
+    if (video == nullptr) return Write("blank");
+    Write("v", video->GetFrameIndex());
   }
   void OnStop() override { Write("stop"); }
 
@@ -29,6 +30,10 @@ class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
   }
 
  private:
+  void Write(std::string kind, UINT number) {
+    kind += std::to_string(number);
+    Write(std::move(kind));
+  }
   void Write(std::string event) {
     std::lock_guard lock(m_mutex);
     m_events.push_back(std::move(event));
