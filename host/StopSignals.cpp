@@ -1,6 +1,7 @@
 #include "host/StopSignals.h"
 
 #include <ctime>
+#include <initializer_list>
 
 namespace rkplay {
 
