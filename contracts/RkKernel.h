@@ -17,9 +17,9 @@
 
 // ---- worker threads
 
-// Runs on the worker thread with the context given to SetThreadProc. stopEvent is not signalled when the
-// routine begins; it becomes so by RequestStop or Close, and the routine then returns soon. The result
-// carries no meaning.
+// Runs on the worker thread with the context given to SetThreadProc. stopEvent becomes signalled by a stop
+// that is asked for after the Start, which may be before the routine begins; the routine then returns
+// soon. The result carries no meaning.
 typedef UINT (*RkThreadProc)(void* context, HANDLE stopEvent);
 
 // A thread that runs one routine at a time, once per Start. Every operation may be called from any

@@ -10,6 +10,7 @@
 #include "contracts/RkMediaRecords.h"
 #include "output_channel/IRkClipOutputChannel.h"
 #include "output_device/IRkSoftwareOutputDevice.h"
+#include "source_channel/CRkClipSampleCache.h"
 #include "source_channel/IRkClipSourceChannel.h"
 #include "source_player/IRkClipSourcePlayer.h"
 
@@ -24,8 +25,9 @@
 // Every factory returns 1 and an object with one reference for the caller, or 0 and leaves `out`, which
 // must not be null, as it was. Formats are copied. Any thread may call.
 
-// preRollCount: samples that Play waits for. cacheCapacity: samples decoded ahead, at least 1; a pre-roll
-// above it makes every Play wait its full second. The pool may be null.
+// preRollCount: samples that Play waits for. cacheCapacity: samples decoded ahead, at least 1; with a
+// pre-roll that is not below it, the Play of a list that long may wait its full second. The pool may be
+// null.
 RK_CLIP_PLAY_API int RkCreateClipSourceChannel(UINT preRollCount, UINT cacheCapacity,
                                                const SRkVideoResolution& resolution,
                                                const SRkWaveFormatInfo& format, IRkPlayBufferPool* pool,

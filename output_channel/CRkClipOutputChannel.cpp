@@ -219,10 +219,22 @@ bool CRkClipOutputChannel::_IsAutoSwitch(std::optional<bool>& autoSwitch) {
 }
 
 void CRkClipOutputChannel::_TakeRequest() {
-  ResetEvent(m_switchRequest);
+  {
+    CRkScopedLock lock(m_requestLock);
+    ResetEvent(m_switchRequest);
+    m_takenRequest = m_lastRequest;
+  }
   UINT position = 0;
   _Playing().GetPosition(&position);
   m_switchPosition = position;
+}
+
+void CRkClipOutputChannel::_AnswerRequest() {
+  {
+    CRkScopedLock lock(m_requestLock);
+    m_answeredRequest = m_takenRequest;
+  }
+  SetEvent(m_switchDone);
 }
 
 BOOL CRkClipOutputChannel::_ServeRequest(UINT* status) {
@@ -243,7 +255,7 @@ BOOL CRkClipOutputChannel::_ServeRequest(UINT* status) {
     RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
                    L"CRkClipOutputChannel::SwitchChannel Error: the Waiting Channel does not exist!!!!\n");
   }
-  SetEvent(m_switchDone);
+  _AnswerRequest();
   return switched ? TRUE : FALSE;
 }
 
@@ -268,7 +280,7 @@ BOOL CRkClipOutputChannel::_PassOnAtEnd(UINT* status, bool autoSwitch) {
     *status = RkSwitchStatus_Ended;
     _NotifyPlayEnd(TRUE);
   }
-  if (!autoSwitch) SetEvent(m_switchDone);
+  if (!autoSwitch) _AnswerRequest();
   return switched ? TRUE : FALSE;
 }
 
@@ -295,9 +307,7 @@ BOOL CRkClipOutputChannel::SwitchChannelAtOnce() {
 BOOL CRkClipOutputChannel::SwitchPlay(UINT* position) {
   CRkScopedLock lock(m_switchPlayLock);
   CRkFunctionLog banner(L"------>CRkClipOutputChannel::SwitchPlay<------\n");
-  ResetEvent(m_switchDone);
-  SetEvent(m_switchRequest);
-  if (!_AwaitSwitch()) {
+  if (!_AwaitAnswerTo(_RaiseRequest())) {
     RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchPlay", __LINE__,
                    L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it "
                    L"happens!\n");
@@ -309,12 +319,19 @@ BOOL CRkClipOutputChannel::SwitchPlay(UINT* position) {
   return TRUE;
 }
 
-// An answer to an earlier request, one whose wait had run out, leaves the request of this call standing.
-bool CRkClipOutputChannel::_AwaitSwitch() {
+UINT CRkClipOutputChannel::_RaiseRequest() {
+  ResetEvent(m_switchDone);
+  CRkScopedLock lock(m_requestLock);
+  SetEvent(m_switchRequest);
+  return ++m_lastRequest;
+}
+
+// An answer to an earlier request, one whose wait had run out, is not the one.
+bool CRkClipOutputChannel::_AwaitAnswerTo(UINT request) {
   const CRkDeadline deadline(kSwitchPlayTimeoutMs);
   while (RkWait(m_switchDone, deadline.RemainingMs())) {
     ResetEvent(m_switchDone);
-    if (!_SwitchIsRequested()) return true;
+    if (m_answeredRequest == request) return true;
   }
   return false;
 }

@@ -15,10 +15,12 @@
 // only the roles of the first two are ever exchanged. Owns one reference to the notification sink.
 //
 // Threads: only the host's. Delivery, the seeks and the look of SwitchChannel hold the sample lock;
-// loading holds the control lock; whatever changes roles or stops the channels holds both.
-// Locks, in this order: switch-play lock (one SwitchPlay at a time; never together with the others),
-// control lock, sample lock. The sink is called with the locks of the operation held, which are
-// recursive, except that IsAutoSwitch is asked before they are taken.
+// loading, which stops and fills the Waiting channel, holds the control lock; whatever changes roles or
+// stops the Playing channel holds both.
+// Locks, in this order: switch-play lock (one SwitchPlay at a time; never together with the next two),
+// control lock, sample lock, and the request lock, which keeps a request's event and number together.
+// The sink is called with the locks of the operation held, which are recursive; IsAutoSwitch is asked
+// with none, or with both control and sample lock.
 // The roles are one index: settings, which take no lock, read it once and reach each channel once.
 //
 // One call of SwitchChannel, by the Playing channel's status S, the sink's answer A to IsAutoSwitch, a
@@ -81,8 +83,10 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
   bool _FindsSomethingToDo(UINT* status, std::optional<bool>& autoSwitch);
   bool _IsAutoSwitch(std::optional<bool>& autoSwitch);
   bool _SwitchIsRequested() const { return RkWait(m_switchRequest, 0); }
-  bool _AwaitSwitch();
+  UINT _RaiseRequest() RK_EXCLUDES(m_requestLock);
+  bool _AwaitAnswerTo(UINT request);
   void _TakeRequest() RK_REQUIRES(m_controlLock, m_sampleLock);
+  void _AnswerRequest() RK_REQUIRES(m_controlLock, m_sampleLock);
   BOOL _ServeRequest(UINT* status) RK_REQUIRES(m_controlLock, m_sampleLock);
   BOOL _PassOnAtEnd(UINT* status, bool autoSwitch) RK_REQUIRES(m_controlLock, m_sampleLock);
   void _ExchangeRoles() RK_REQUIRES(m_controlLock, m_sampleLock);
@@ -108,5 +112,9 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
   CRkHandle m_switchRequest;  // manual reset: raised by SwitchPlay
   CRkHandle m_switchDone;     // manual reset: SwitchChannel has handled a request
   std::atomic<UINT> m_switchPosition = 0;
+  CRkCriticalSection m_requestLock;
+  UINT m_lastRequest RK_GUARDED_BY(m_requestLock) = 0;
+  UINT m_takenRequest RK_GUARDED_BY(m_requestLock) = 0;
+  std::atomic<UINT> m_answeredRequest = 0;
   bool m_stopping RK_GUARDED_BY(m_controlLock) = false;  // inside Stop's own notifications
 };

@@ -58,7 +58,7 @@ BOOL CRkAudioFrameBuilder::Build(IRkAVPlaySample* sample, UINT frameIndex, IRkAu
       *audio = block.Detach();
       return TRUE;
     }
-    if (i == 0 && !_StartMix(info)) break;
+    if (i == 0 && !_StartMix(*block, info.format)) break;
     _Gather(*block, info.format, channel);
     channel += std::max(info.format.channels, 1);
   }
@@ -93,17 +93,21 @@ DWORD CRkAudioFrameBuilder::_WorkCapacity(DWORD samplesPerSecond) const {
   return static_cast<DWORD>(RkAudioUtils::GetAudioSampleCounts(samplesPerSecond, m_frameRate, 0, 2));
 }
 
-// Makes the mix sample ready for blocks like the first one: silent, as long as that block.
-bool CRkAudioFrameBuilder::_StartMix(const SRkAudioSampleInfo& first) {
+// Makes the mix sample ready for blocks like the first one: silent, as long as that block. False for an
+// empty block, whose frame is better silent than missing.
+bool CRkAudioFrameBuilder::_StartMix(IRkAudioSample& first, const SRkWaveFormatInfo& firstFormat) {
+  SRkLockAudioSample block = {};
+  first.Lock(&block);
+  first.Unlock();
   const SRkWaveFormatInfo format =
-      RkMakeWaveFormat(m_sourceChannels, first.format.samplesPerSecond, first.format.bitsPerSample);
+      RkMakeWaveFormat(m_sourceChannels, firstFormat.samplesPerSecond, firstFormat.bitsPerSample);
+  if (block.sampleCount == 0) return false;
   if (!m_mixSample || !SameFormat(format, m_mixFormat)) {
     const DWORD capacity = _WorkCapacity(format.samplesPerSecond);
     if (!RkCreateUserAudioSample(format, nullptr, capacity, m_mixSample.Out())) return false;
     m_mixFormat = format;
   }
-  const DWORD frameBytes = std::max<DWORD>(first.format.blockAlign, 1);
-  m_mixSample->SetSampleCount(first.dataLength / frameBytes);
+  m_mixSample->SetSampleCount(block.sampleCount);
   SRkLockAudioSample lock = {};
   m_mixSample->Lock(&lock);
   RkAudioUtils::SilientAudioBuffer(m_mixFormat, lock.data, lock.sampleCount);

@@ -24,9 +24,8 @@ class CRkAudioFrameBuilder {
  private:
   BOOL _GetSilence(DWORD sampleCount, IRkAudioSample** audio);
   DWORD _FrameSamples(UINT frameIndex) const;
-  bool _IsOutputFormat(const SRkWaveFormatInfo& format) const;
   DWORD _WorkCapacity(DWORD samplesPerSecond) const;
-  bool _StartMix(const SRkAudioSampleInfo& first);
+  bool _StartMix(IRkAudioSample& first, const SRkWaveFormatInfo& firstFormat);
   void _Gather(IRkAudioSample& block, const SRkWaveFormatInfo& format, int channel);
   BOOL _MixDown(IRkAudioSample** audio);
 

@@ -13,8 +13,8 @@ BOOL CRkSampleQueue::Create(int capacity) {
 BOOL CRkSampleQueue::Push(IRkUnknown* item, IRkUnknown** dropped) {
   if (item == nullptr) return FALSE;
   CRkScopedLock lock(m_lock);
-  item->AddRef();
   m_list.push_back(item);
+  item->AddRef();
   if (m_list.size() > static_cast<size_t>(m_capacity)) {
     *dropped = m_list.front();
     m_list.pop_front();

@@ -14,7 +14,7 @@ class CRkShownFrame {
  public:
   BOOL Create();
 
-  // Before the threads start.
+  // While the threads do not run.
   void Reset();
   // First thing on the pacing thread: none is due until the clock has been read.
   void BeginRun();

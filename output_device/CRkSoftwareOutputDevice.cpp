@@ -146,10 +146,8 @@ BOOL CRkSoftwareOutputDevice::PutSample(IRkAVPlaySample* sample) {
   if (sample == nullptr) return FALSE;
   if (!m_playing) {
     _ShowWhileStopped(*sample);
-  } else if (m_audioRenderer) {
-    _PutWithAudio(*sample);
   } else {
-    _PutPicture(*sample);
+    return m_audioRenderer ? _PutWithAudio(*sample) : _PutPicture(*sample);
   }
   return TRUE;
 }
@@ -163,16 +161,18 @@ void CRkSoftwareOutputDevice::_ShowWhileStopped(IRkAVPlaySample& sample) {
 }
 
 // Waiting for a free pool sample is what holds the host to playing speed.
-void CRkSoftwareOutputDevice::_PutWithAudio(IRkAVPlaySample& sample) {
+BOOL CRkSoftwareOutputDevice::_PutWithAudio(IRkAVPlaySample& sample) {
   const UINT frame = m_shownFrame.Submitted();
   CRkRef<IRkAVPlaySample> copy;
   m_samplePool->GetAVPlaySample(INFINITE, copy.Out());
+  if (!copy) return FALSE;
   sample.CopyTo(copy.Get());
   copy->SetPosition(frame);
   _Push(m_audioQueue, copy.Get());
   _QueueVideoOf(*copy, frame);
   copy.Reset();
   m_shownFrame.CountSubmitted();
+  return TRUE;
 }
 
 // A run of samples without video queues one marker.
@@ -188,12 +188,13 @@ void CRkSoftwareOutputDevice::_QueueVideoOf(IRkAVPlaySample& copy, UINT frame) {
   m_tagIsNewest = !video;
 }
 
-void CRkSoftwareOutputDevice::_PutPicture(IRkAVPlaySample& sample) {
+BOOL CRkSoftwareOutputDevice::_PutPicture(IRkAVPlaySample& sample) {
   CRkRef<IRkVideoSample> source;
   sample.GetVideoSample(source.Out());
   if (source) {
     CRkRef<IRkVideoSample> shared;
     m_samplePool->GetVideoSample(INFINITE, shared.Out());
+    if (!shared) return FALSE;
     for (UINT i = 0; i < kPlaneBuffers; ++i) {
       CRkRef<IRkUnknown> plane;
       source->GetBuffer(i, plane.Out());
@@ -203,6 +204,7 @@ void CRkSoftwareOutputDevice::_PutPicture(IRkAVPlaySample& sample) {
     _Push(m_videoQueue, shared.Get());
   }
   m_shownFrame.CountSubmitted();
+  return TRUE;
 }
 
 void CRkSoftwareOutputDevice::_Push(CRkSampleQueue& queue, IRkUnknown* item) {

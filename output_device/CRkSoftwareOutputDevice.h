@@ -61,8 +61,8 @@ class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice>
   static void _StopThread(IRkWorkerThread& thread);
 
   void _ShowWhileStopped(IRkAVPlaySample& sample);
-  void _PutWithAudio(IRkAVPlaySample& sample);
-  void _PutPicture(IRkAVPlaySample& sample);
+  BOOL _PutWithAudio(IRkAVPlaySample& sample);
+  BOOL _PutPicture(IRkAVPlaySample& sample);
   void _QueueVideoOf(IRkAVPlaySample& copy, UINT frame);
   static void _Push(CRkSampleQueue& queue, IRkUnknown* item);
 

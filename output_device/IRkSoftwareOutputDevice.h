@@ -32,6 +32,7 @@ class IRkSoftwareOutputDevice : public IRkUnknown {
   virtual BOOL Stop(BOOL clearVideo) = 0;
   virtual BOOL IsPlaying() = 0;
   // Copies the sample into the device's pool; blocks while that is exhausted, which holds the host to
-  // playing speed. While stopped, only shows the picture. FALSE for null.
+  // playing speed. While stopped, only shows the picture. FALSE for null, or
+  // without memory for the copy.
   virtual BOOL PutSample(IRkAVPlaySample* sample) = 0;
 };

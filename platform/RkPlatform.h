@@ -100,11 +100,13 @@ void DeleteCriticalSection(CRITICAL_SECTION* section);
 
 // Null on failure: no memory, or attributes or a name given (both must be null here).
 HANDLE CreateEventW(SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initiallySet, PCWSTR name);
+#define CreateEvent CreateEventW
 BOOL SetEvent(HANDLE event);
 BOOL ResetEvent(HANDLE event);
 
 // Null on failure; also for a maximum below 1 or an initial count outside 0..maximum.
 HANDLE CreateSemaphoreW(SECURITY_ATTRIBUTES* attributes, LONG initialCount, LONG maximumCount, PCWSTR name);
+#define CreateSemaphore CreateSemaphoreW
 // FALSE, and no change, for a count below 1 or one that would pass the maximum. `previous` may be null.
 BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LONG* previous);
 

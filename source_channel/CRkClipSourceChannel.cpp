@@ -133,7 +133,7 @@ BOOL CRkClipSourceChannel::Stop() {
     m_repeatCount = 1;
     m_loopCounter = 0;
   }
-  m_orders.ResumeForNewRun();
+  m_orders.Forget();
   return TRUE;
 }
 
@@ -207,14 +207,11 @@ void CRkClipSourceChannel::SetElementMode(UINT mode, UINT position) {
   // A running worker moves its element itself, so that nobody moves it under a read.
   const UINT offset = position == kRkNoPosition ? 0 : position;
   const auto current = _CurrentElement();
-  if (m_thread->IsIdle()) {
-    m_cache->Flush();
-    if (current) current->SeekTo(offset);
-  } else {
-    m_orders.PauseAndMove(current ? offset : kRkNoPosition);
-    m_cache->Flush();
-    _AwaitPause();
-  }
+  const bool workerIsIdle = m_thread->IsIdle() != FALSE;
+  m_orders.PauseAndMove(current && !workerIsIdle ? offset : kRkNoPosition);
+  m_cache->Flush();
+  if (current && workerIsIdle) current->SeekTo(offset);
+  _AwaitPause();
   m_orders.Resume();
 }
 

@@ -65,9 +65,9 @@ bool CRkClipSourceRun::_ReadNext() {
   return true;
 }
 
-// A list of one element repeats without closing it.
+// A list of this one element repeats without closing it.
 bool CRkClipSourceRun::_StartOver() {
-  if (m_channel.m_list->GetCount() != 1) return false;
+  if (m_channel.m_list->GetCount() != 1 || m_channel.m_list->IndexOf(m_element.Get()) != 0) return false;
   m_offset = 0;
   m_element->SeekTo(0);
   return true;

@@ -26,6 +26,12 @@ void CRkWorkerOrders::Resume() {
   m_orders.pauseBegun = false;
 }
 
+void CRkWorkerOrders::Forget() {
+  ResumeForNewRun();
+  CRkScopedLock lock(m_lock);
+  m_orders.position = kRkNoPosition;
+}
+
 void CRkWorkerOrders::ResumeForNewRun() {
   Resume();
   CRkScopedLock lock(m_lock);

@@ -29,6 +29,8 @@ class CRkWorkerOrders {
   // As Pause; the worker also moves its current element, then or, if it does not answer in time, later.
   void PauseAndMove(UINT offset);
   void Resume();
+  // At a stop: nothing that was asked for reaches the next run.
+  void Forget();
   // Also forgets a move of the run before.
   void ResumeForNewRun();
   void RequestPosition(UINT position);

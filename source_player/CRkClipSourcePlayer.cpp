@@ -78,37 +78,40 @@ void CRkClipSourcePlayer::_TakeOverRanges() {
 }
 
 BOOL CRkClipSourcePlayer::Play(UINT startPosition, BOOL loop) {
-  if (!m_clip) return FALSE;
-  if (GetState() == RkPlayer_Playing) return TRUE;
-  return _StartRun(startPosition, loop, CRkTrimWalk());
+  return _StartRun(startPosition, loop, CRkTrimWalk(), nullptr);
 }
 
 BOOL CRkClipSourcePlayer::PlayTrimmed(UINT startPosition, BOOL loop) {
-  if (!m_clip) return FALSE;
-  if (GetState() == RkPlayer_Playing) return TRUE;
-  m_clip->SetTrimInfo(m_trimInfo.Get());
-  return _StartRun(startPosition, loop, CRkTrimWalk(m_trimList));
+  return _StartRun(startPosition, loop, CRkTrimWalk(m_trimList), m_trimInfo.Get());
 }
 
-BOOL CRkClipSourcePlayer::_StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk) {
-  {
-    CRkScopedLock lock(m_lock);
-    m_position = startPosition;
-    m_state = RkPlayer_Playing;
-    m_nextRun.number += 1;
-    m_nextRun.counter = walk.Begin(startPosition);
-    m_nextRun.loop = loop != FALSE;
-    m_nextRun.walk = std::move(walk);
-    m_nextRun.clip = m_clip;
-  }
+// A callback that plays again while a Stop waits for it is refused.
+BOOL CRkClipSourcePlayer::_StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk,
+                                    IRkClipTrimInfo* trimInfo) {
+  CRkScopedLock lock(m_lock);
+  if (m_stopping || !m_clip) return FALSE;
+  if (m_state == RkPlayer_Playing) return TRUE;
+  m_position = startPosition;
+  m_state = RkPlayer_Playing;
+  m_nextRun.number += 1;
+  m_nextRun.counter = walk.Begin(startPosition);
+  m_nextRun.loop = loop != FALSE;
+  m_nextRun.walk = std::move(walk);
+  m_nextRun.clip = m_clip;
+  m_nextRun.trimInfo = CRkRef<IRkClipTrimInfo>::Retain(trimInfo);
   m_thread->Start();
   return TRUE;
 }
 
 void CRkClipSourcePlayer::Stop() {
-  m_thread->RequestStop();
+  {
+    CRkScopedLock lock(m_lock);
+    m_stopping = true;
+    m_thread->RequestStop();
+  }
   m_thread->WaitForStop(kStopTimeoutMs);
   CRkScopedLock lock(m_lock);
+  m_stopping = false;
   m_state = RkPlayer_Stopped;
 }
 
@@ -148,7 +151,9 @@ UINT CRkClipSourcePlayer::_ThreadProc(void* context, HANDLE stopEvent) {
 
 UINT CRkClipSourcePlayer::_PlayLoop(HANDLE stopEvent) {
   SRun run = _TakeRun();
+  if (!run.clip) return 1;
   SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED);
+  if (run.trimInfo) run.clip->SetTrimInfo(run.trimInfo.Get());
   if (m_callback) m_callback->OnPlayStart();
   while (_DeliverToEnd(run, stopEvent) && run.loop) {
     run.counter = 0;
@@ -159,11 +164,11 @@ UINT CRkClipSourcePlayer::_PlayLoop(HANDLE stopEvent) {
   return 1;
 }
 
-// Leaves the order without its clip: a run is taken once.
+// A run is taken once: the order is left without its clip.
 CRkClipSourcePlayer::SRun CRkClipSourcePlayer::_TakeRun() {
   CRkScopedLock lock(m_lock);
-  return {m_nextRun.number, m_nextRun.counter, m_nextRun.loop, std::move(m_nextRun.walk),
-          std::move(m_nextRun.clip)};
+  return {m_nextRun.number,          m_nextRun.counter,         m_nextRun.loop,
+          std::move(m_nextRun.walk), std::move(m_nextRun.clip), std::move(m_nextRun.trimInfo)};
 }
 
 // From the run's position to the end of the clip. False when the first sample could not be read or the
@@ -187,15 +192,10 @@ void CRkClipSourcePlayer::_Deliver(SRun& run, IRkAVPlaySample& sample) {
 
 // A host that sees the stopped state, or hears of the end, may already order the next run.
 void CRkClipSourcePlayer::_EndRun(const SRun& run) {
-  if (_IsLatestRun(run)) run.clip->SetTrimInfo(nullptr);
+  run.clip->SetTrimInfo(nullptr);
   {
     CRkScopedLock lock(m_lock);
     if (run.number == m_nextRun.number) m_state = RkPlayer_Stopped;
   }
   if (m_callback) m_callback->OnPlayEnd();
-}
-
-bool CRkClipSourcePlayer::_IsLatestRun(const SRun& run) {
-  CRkScopedLock lock(m_lock);
-  return run.number == m_nextRun.number;
 }

@@ -10,10 +10,14 @@
 // information; holds references to the pool and the callback for its whole life.
 //
 // Threads: the host's control thread, any thread that asks for position or state, and the worker, whose
-// run takes a copy of all it needs when it begins and so never meets a later control operation.
-// The lock guards position, state and the order of the next run; it is never held across a call.
-// A run has the number of the Play that ordered it. One that outlived its Stop leaves the state and the
-// clip's trim information alone when a later run owns them.
+// run takes its order over when it begins. The clip is lent its trim information by the run itself, from
+// its beginning to its end, so that no other run and no control operation meets it trimmed.
+// The lock guards position, state and the order of the next run. Nothing is called under it but the
+// worker thread's Start and RequestStop, which do not wait: a run is ordered before a Stop begins or not
+// at all. A run has the number of the Play that ordered it; one that outlived its Stop leaves the state
+// to the later run.
+// A callback or a clip that blocks for longer than a Stop waits (5 s) still has the clip when the Stop is
+// over: the host must not close or seek it, nor release the player, until the callback has returned.
 class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
  public:
   CRkClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format);
@@ -38,7 +42,8 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
     UINT counter = 0;  // position of the next sample on the timeline that the clip presents
     bool loop = false;
     CRkTrimWalk walk;
-    CRkRef<IRkClipElement> clip;
+    CRkRef<IRkClipElement> clip;  // null once the run was taken or called off
+    CRkRef<IRkClipTrimInfo> trimInfo;
   };
 
   static UINT _ThreadProc(void* context, HANDLE stopEvent);
@@ -47,9 +52,8 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
   bool _DeliverToEnd(SRun& run, HANDLE stopEvent);
   void _Deliver(SRun& run, IRkAVPlaySample& sample);
   void _EndRun(const SRun& run);
-  bool _IsLatestRun(const SRun& run) RK_EXCLUDES(m_lock);
 
-  BOOL _StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk);
+  BOOL _StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk, IRkClipTrimInfo* trimInfo);
   void _TakeOverRanges();
   void _Show(IRkAVPlaySample& sample, UINT position) RK_EXCLUDES(m_lock);
 
@@ -66,5 +70,6 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
   CRkCriticalSection m_lock;
   UINT m_position RK_GUARDED_BY(m_lock) = 0;  // of the sample shown last, on the source timeline
   UINT m_state RK_GUARDED_BY(m_lock) = RkPlayer_Stopped;
+  bool m_stopping RK_GUARDED_BY(m_lock) = false;  // a Stop waits: no run is ordered
   SRun m_nextRun RK_GUARDED_BY(m_lock);
 };

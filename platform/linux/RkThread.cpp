@@ -70,8 +70,10 @@ DWORD GetCurrentThreadId() {
   return static_cast<DWORD>(gettid());
 }
 
+// An address of its own, where the waits find no object of theirs.
 HANDLE GetCurrentThread() {
-  return reinterpret_cast<HANDLE>(std::intptr_t{-2});
+  static constinit std::uint64_t current = 0;
+  return &current;
 }
 
 BOOL SetThreadPriority(HANDLE thread, int priority) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-// One below the value that stands for no position, so that every position on the timeline is a valid one.
+// A total must not be the value that stands for no position.
 constexpr ULONGLONG kMaximumFrames = kRkNoPosition - 1;
 
 UINT Saturated(ULONGLONG frames) {

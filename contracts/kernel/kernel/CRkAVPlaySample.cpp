@@ -69,12 +69,7 @@ void CRkAVPlaySample::Clear() {
   m_position = kRkNoPosition;
   m_audio.clear();
   m_attachment.Reset();
-  auto* const own = dynamic_cast<CRkVideoSample*>(m_video.Get());
-  if (own != nullptr && own->UserCount() == 1) {
-    own->Clear();
-  } else {
-    m_video.Reset();
-  }
+  m_video.Reset();
 }
 
 int RkCreateAVPlaySample(IRkAVPlaySample** sample) {

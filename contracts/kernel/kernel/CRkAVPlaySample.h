@@ -25,7 +25,7 @@ class CRkAVPlaySample : public CRkLentObject<IRkAVPlaySample> {
   // one it has if that is ours and nobody else holds it, else a new one (none when memory is out).
   void CopyTo(IRkAVPlaySample* target) override;
 
-  // As new, but for a video sample that nobody else holds, which stays for the next copy without planes.
+  // As new: lets go of everything.
   void Clear();
 
  protected:
