@@ -174,30 +174,62 @@ RK_KERNEL_API int RkCreateSoftRefClock(IRkSoftRefClock** clock);
 
 // ---- audio renderer
 
+// Plays a stream of sound through a circular buffer. One thread writes, plays and stops it; every
+// operation may be called from any thread.
 class IRkAudioDirectSound : public IRkUnknown {
  public:
-  // Back to the start: play position 0, nothing written.
+  // Back to the start, cutting what still plays: play position 0, nothing written, no notification.
   virtual void Reset() = 0;
+  // Ends playback once all that was written has gone to the sound system. Waits for that, at most the
+  // length of what is written and a second. A second Stop does nothing.
   virtual void Stop() = 0;
   // Starts playback once enough has been written; non-zero when it plays. Asked repeatedly.
   virtual BOOL Play() = 0;
   virtual void Operation4() {}
-  // The position counts bytes since Reset and only grows.
+  // The position counts bytes since Reset and only grows. Sound that is due already is skipped, and so is
+  // what lies more than the buffer's span ahead of the play position.
   virtual void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) = 0;
   virtual void Operation6() {}
   virtual void Operation7() {}
   virtual void Operation8() {}
   virtual void Operation9() {}
   virtual void Operation10() {}
+  // Notifications come at this interval while the renderer plays; none for an interval not above 0.
   virtual void SetNotifyInterval(double milliseconds) = 0;
+  // TRUE when a notification came since the last call, or comes within timeoutMs. However many were
+  // missed, a late caller gets one.
   virtual BOOL WaitForNotify(UINT timeoutMs) = 0;
   virtual void Operation13() {}
   virtual double GetBufferDuration() = 0;  // milliseconds, after which the play position wraps to 0
-  // In milliseconds; on entry the value of the previous call.
+  // In milliseconds; on entry the value of the previous call. Never runs backwards but for the wrap, and
+  // goes on, playing silence, when nothing new is written or the sound system is gone.
   virtual void GetPlayPosition(double* position) = 0;
 };
 
-// bufferMs: span of the circular buffer. startBytes: how much must be written before Play starts. 0 where
-// there is no sound system; none is built in yet.
+// bufferMs: span of the circular buffer, taken in whole samples. startBytes: how much must be written
+// before Play starts. 0 when no sound system is chosen or it has no device, for a format it cannot play,
+// for a span that holds no sample and for startBytes that the span cannot hold.
 RK_KERNEL_API int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND window, double bufferMs,
                                            DWORD startBytes, IRkAudioDirectSound** renderer);
+
+enum ERkAudioSystem : int {
+  RkAudioSystem_System = 0,   // the machine's; Linux only
+  RkAudioSystem_Virtual = 1,  // a sound card in name only, paced by the monotonic clock
+  RkAudioSystem_None = 2,     // the creation of a renderer fails
+};
+
+// Hears what renderers play.
+class IRkAudioMonitor : public IRkUnknown {
+ public:
+  // At the creation of each renderer, on the creating thread. May keep a reference and ask
+  // GetPlayPosition from any thread but OnSound's.
+  virtual void OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo& format) = 0;
+  // What the sound system has been given, in order, silence included; on its thread, or on the one that
+  // stops the renderer. Must not block and must not call the renderer.
+  virtual void OnSound(const BYTE* data, DWORD bytes) = 0;
+};
+
+// What renderers created from now on play through; RkAudioSystem_System until it is called. An unknown
+// value is as none. `monitor` may be null; a reference is kept until the next choice, and by each renderer
+// while it lives. Any thread may call.
+RK_KERNEL_API void RkSelectAudioSystem(ERkAudioSystem system, IRkAudioMonitor* monitor);
