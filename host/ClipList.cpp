@@ -9,8 +9,8 @@ std::optional<ULONGLONG> ClipList::AnnouncedFrames() const {
   return static_cast<ULONGLONG>(frameCount) * static_cast<ULONGLONG>(repeatCount) - startFrame;
 }
 
-UINT ClipList::PositionAfter(ULONGLONG delivered) const {
-  return static_cast<UINT>((startFrame + delivered) % frameCount);
+UINT ClipList::PositionAfter(const PlayedStretch& played) const {
+  return static_cast<UINT>((played.start + played.frames) % frameCount);
 }
 
 const ClipList::FileElement* ClipList::FileAt(UINT position) const {
@@ -20,12 +20,13 @@ const ClipList::FileElement* ClipList::FileAt(UINT position) const {
   return found == files.end() ? nullptr : &*found;
 }
 
-ClipList::ReadErrorCount ClipList::CountReadErrors(ULONGLONG delivered) const {
+ClipList::ReadErrorCount ClipList::CountReadErrors(const std::vector<PlayedStretch>& played) const {
   ReadErrorCount count;
   for (const FileElement& file : files) {
     ULONGLONG frames = 0;
     for (const UINT offset : file.errors->Offsets()) {
-      frames += _TimesDelivered(file.timelineStart + offset, delivered);
+      for (const PlayedStretch& stretch : played)
+        frames += _TimesPlayed(file.timelineStart + offset, stretch);
     }
     if (frames != 0 && count.frames == 0) count.first = file.path + ": " + file.errors->FirstReason();
     count.frames += frames;
@@ -38,11 +39,11 @@ void ClipList::Free() {
   files.clear();
 }
 
-// The list goes round; the frames on air are those from startFrame on, unrolled.
-ULONGLONG ClipList::_TimesDelivered(UINT position, ULONGLONG delivered) const {
-  const ULONGLONG end = startFrame + delivered;
+// Of the list unrolled, the stretch is what lies from its start on.
+ULONGLONG ClipList::_TimesPlayed(UINT position, const PlayedStretch& played) const {
+  const ULONGLONG end = played.start + played.frames;
   const ULONGLONG rounds = position < end ? (end - position + frameCount - 1) / frameCount : 0;
-  return rounds == 0 || position >= startFrame ? rounds : rounds - 1;
+  return rounds == 0 || position >= played.start ? rounds : rounds - 1;
 }
 
 }  // namespace rkplay

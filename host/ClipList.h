@@ -10,6 +10,12 @@
 
 namespace rkplay {
 
+// Frames that went on air one after the other, the list going round.
+struct PlayedStretch {
+  UINT start;
+  ULONGLONG frames;
+};
+
 // One list, ready to be cued.
 struct ClipList {
   struct FileElement {
@@ -33,17 +39,17 @@ struct ClipList {
   bool IsEndless() const { return repeatCount == kRkRepeatEndless; }
   // Frames that playing it whole delivers; nothing for an endless list.
   std::optional<ULONGLONG> AnnouncedFrames() const;
-  // The position that comes after `delivered` frames.
-  UINT PositionAfter(ULONGLONG delivered) const;
+  // The position that comes after the stretch.
+  UINT PositionAfter(const PlayedStretch& played) const;
   // The file that the frame at the position comes from; null for a pattern.
   const FileElement* FileAt(UINT position) const;
-  // How many of the frames delivered so far stood in for one that could not be read.
-  ReadErrorCount CountReadErrors(ULONGLONG delivered) const;
+  // How many of the frames played stood in for one that could not be read.
+  ReadErrorCount CountReadErrors(const std::vector<PlayedStretch>& played) const;
   // Lets go of the elements.
   void Free();
 
  private:
-  ULONGLONG _TimesDelivered(UINT position, ULONGLONG delivered) const;
+  ULONGLONG _TimesPlayed(UINT position, const PlayedStretch& played) const;
 };
 
 }  // namespace rkplay

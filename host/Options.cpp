@@ -38,14 +38,25 @@ the first with a picture, sound from the first with sound.
 With --manual, Enter takes the next list once one has ended, and leaves an endless list at once. After
 the last list there is nothing to take: it ends by itself.
 
+Keys, in the window and on a terminal (also through a pipe, with --manual):
+  space            pause, and go on
+  left, right      pause, one frame back or forward
+  page up, down    one second back or forward
+  home, end        first frame, last frame
+  t                the next list at once
+  r                repeat the list on air, on and off
+  q                end
+  ?                this help
+
 Exit status:
-  0    every list was played whole
+  0    every list was played whole, or was left by a key
   1    something could not be played to its end, or an output file could not be written
   2    bad arguments, or a clip or output file that cannot be opened; nothing was played
   130  stopped by Ctrl-C (143: by SIGTERM), after the summary
 
 Examples:
   rkplay opener.mp4 news.mov closer.mp4 --realtime
+  rkplay --monitor=virtual --sound heard.wav opener.mp4 news.mov
   rkplay 'clip.mp4@50-100*3' pattern:100 --video out.y4m --audio out.wav
   rkplay 'pattern:*' show.m3u --manual --rate 29.97 --size 1280x720
 )";
@@ -138,6 +149,7 @@ std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
   app.add_option("CLIP", options.clips, kClipHelp)->required()->type_name("");
   AddFormatOptions(app, options.format);
   AddPlayOptions(app, options);
+  const MonitorArguments monitor(app);
   AddFileOptions(app, options);
   try {
     app.parse(argumentCount, arguments);
@@ -148,6 +160,7 @@ std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
     throw UsageError(error.what());
   }
   RefuseEmptyPaths(options, app);
+  options.monitor = monitor.Chosen(options.videoPath.empty() && options.audioPath.empty());
   return options;
 }
 

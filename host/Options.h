@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "contracts/RkTypes.h"
+#include "host/MonitorOptions.h"
 
 namespace rkplay {
 
@@ -26,6 +27,7 @@ struct Options {
   UINT startFrame = 0;
   bool realtime = false;
   bool manual = false;
+  std::optional<MonitorOptions> monitor;
   std::string videoPath;  // empty: not written; so for all four
   std::string audioPath;
   std::string logPath;

@@ -11,9 +11,10 @@
 namespace rkplay {
 namespace {
 
-// Short waits, so that a stop or a take is never left standing.
+// Short waits, so that a stop or a key is never left standing.
 constexpr DWORD kSampleWaitMs = 50;
 constexpr DWORD kSwitchPollMs = 5;
+constexpr DWORD kKeyPollMs = 50;
 // Without a sample for so long, the file is looked at again.
 constexpr std::chrono::seconds kStall(1);
 
@@ -48,13 +49,18 @@ CRkRef<IRkClipOutputChannel> CreateChannel(const SRkClipFormat& format, Cuer& cu
 
 }  // namespace
 
-Player::Player(Programme& programme, const Options& options, FrameOutput& output, StopSignals& stopSignals)
+Player::Player(Programme& programme, const Options& options, const Surroundings& surroundings)
     : m_programme(programme),
-      m_realtime(options.realtime),
-      m_output(output),
-      m_stopSignals(stopSignals),
+      m_isManual(options.manual),
+      m_realtime(options.realtime && surroundings.monitor == nullptr),
+      m_output(surroundings.output),
+      m_stopSignals(surroundings.stopSignals),
+      m_keys(surroundings.keys),
+      m_terminal(surroundings.terminal),
+      m_monitor(surroundings.monitor),
       m_cuer(CRkRef<Cuer>::Adopt(new Cuer(programme.lists, options.manual))),
       m_channel(CreateChannel(programme.format, *m_cuer.Get())),
+      m_transport(*m_channel.Get(), m_monitor),
       m_pacer(programme.format.video.frameRate),
       m_progress(programme.format.video.frameRate, programme.lists.size()) {
   m_statistics.format = programme.format;
@@ -65,16 +71,18 @@ Player::Player(Programme& programme, const Options& options, FrameOutput& output
     result.announcedFrames = list.AnnouncedFrames();
     m_statistics.lists.push_back(result);
   }
-  if (options.manual) m_taker.emplace(m_channel.Get());
 }
 
 Statistics Player::Run() {
   const Clock::time_point start = Clock::now();
   _Play();
-  m_progress.End();
   m_cuer->Stop();
-  _StopTaker();
   _StopChannel();
+  if (m_monitor != nullptr) {
+    m_monitor->Close(m_statistics.errors);
+    m_statistics.seen = m_monitor->Seen();
+  }
+  m_progress.End();
   for (const size_t list : m_cuer->Refused())
     _Fail(list, m_programme.lists[list].title + ": could not be cued");
   m_output.Close(m_statistics.errors);
@@ -89,12 +97,7 @@ void Player::_Play() {
   m_cuer->Start(m_channel.Get());
   if (!_StartFirstList()) return;
   while (m_stopSignals.Asked() == 0) {
-    if (m_ended) {
-      m_cuer->WaitForChange(kSwitchPollMs);
-    } else if (!_DeliverNext()) {
-      return;
-    }
-    if (!_Switch()) return;
+    if (!_ObeyKeys() || !_ServeTakesWhenDue() || !_Advance()) return;
   }
   _EndList(ListOutcome::Stopped);
 }
@@ -114,36 +117,60 @@ bool Player::_WaitForCue() {
   return true;
 }
 
+bool Player::_Advance() {
+  if (m_transport.IsPaused()) {
+    m_keys.Wait(kKeyPollMs);
+    return true;
+  }
+  if (!m_ended) return _DeliverNext();
+  m_cuer->WaitForChange(kSwitchPollMs);
+  return _SwitchAtEnd();
+}
+
 // Slow decoding is no end: only a file that can no longer be read at all is given up.
 bool Player::_DeliverNext() {
   CRkRef<IRkAVPlaySample> sample;
   if (!m_channel->GetSample(kSampleWaitMs, sample.Out())) {
-    return Clock::now() - m_lastSample < kStall || !_DueFileIsLost() || _LeaveList();
+    return Clock::now() - m_lastSample < kStall || !_DueFileIsLost() || _SwitchNow(ListOutcome::Failed);
   }
   m_lastSample = Clock::now();
-  if (!_IsDue(*sample.Get()) && _DueFileIsLost()) return _LeaveList();
-  if (m_realtime) m_pacer.WaitForNextFrame();
-  if (!m_output.Write(*sample.Get())) {
+  if (!_IsDue(*sample.Get()) && _DueFileIsLost()) return _SwitchNow(ListOutcome::Failed);
+  if (!_HandOn(*sample.Get())) {
     _EndList(ListOutcome::Failed);
     return false;
   }
-  ListResult& result = m_statistics.lists[m_onAir];
-  if (++result.deliveredFrames == result.announcedFrames) {
-    m_unread = m_programme.lists[m_onAir].CountReadErrors(result.deliveredFrames);
+  return _SwitchAtEnd();
+}
+
+bool Player::_HandOn(IRkAVPlaySample& sample) {
+  if (m_realtime) m_pacer.WaitForNextFrame();
+  m_position = sample.GetPosition();
+  if (!m_output.Write(sample)) return false;
+  if (m_monitor != nullptr && !m_monitor->Put(sample)) {
+    _Report(m_onAir, "the monitor took no more frames");
+    return false;
   }
-  m_progress.FrameDelivered();
+  ListResult& result = m_statistics.lists[m_onAir];
+  ++m_played.back().frames;
+  if (++result.deliveredFrames == result.announcedFrames) m_unread = _List().CountReadErrors(m_played);
+  _TellWhereItStands();
+  m_progress.FrameDelivered(m_position);
   return true;
+}
+
+UINT Player::_DuePosition() const {
+  return _List().PositionAfter(m_played.back());
 }
 
 // Every frame must follow the one before, also from the end of a pass to the next.
 bool Player::_IsDue(IRkAVPlaySample& sample) {
   ListResult& result = m_statistics.lists[m_onAir];
   if (!result.firstSampleWaitMs) result.firstSampleWaitMs = Milliseconds(m_lastSample - m_listSince);
-  const UINT due = m_programme.lists[m_onAir].PositionAfter(result.deliveredFrames);
+  const UINT due = _DuePosition();
   if (sample.GetPosition() == due) return true;
   if (result.outcome != ListOutcome::Failed) {
-    _Fail(m_onAir, m_programme.lists[m_onAir].title + ": frame " + std::to_string(sample.GetPosition()) +
-                       " came where " + std::to_string(due) + " was due");
+    _Fail(m_onAir, _List().title + ": frame " + std::to_string(sample.GetPosition()) + " came where " +
+                       std::to_string(due) + " was due");
   }
   return false;
 }
@@ -151,8 +178,7 @@ bool Player::_IsDue(IRkAVPlaySample& sample) {
 // An element that cannot be opened again is passed over in silence: its file has to be looked at.
 bool Player::_DueFileIsLost() {
   m_lastSample = Clock::now();  // not again for a while
-  const ClipList& list = m_programme.lists[m_onAir];
-  const auto* file = list.FileAt(list.PositionAfter(m_statistics.lists[m_onAir].deliveredFrames));
+  const auto* file = _List().FileAt(_DuePosition());
   SRkMediaDescription description{};
   std::string reason;
   if (file == nullptr || RkDescribeMedia(file->path.c_str(), &description, reason)) return false;
@@ -160,16 +186,9 @@ bool Player::_DueFileIsLost() {
   return true;
 }
 
-bool Player::_LeaveList() {
-  _EndList(ListOutcome::Failed);
-  if (!_WaitForCue() || !m_channel->SwitchChannelAtOnce()) return false;  // no list is left
-  _BeginList(Clock::now());
-  return true;
-}
-
-// Without a taker a list that has ended waits only for the next one to be cued, and that counts as part of
-// the change-over.
-bool Player::_Switch() {
+// Without a take to wait for, a list that has ended waits only for the next one to be cued, and that counts
+// as part of the change-over.
+bool Player::_SwitchAtEnd() {
   const Clock::time_point now = Clock::now();
   UINT status = RkSwitchStatus_Playing;
   const bool goesOn = m_channel->SwitchChannel(&status) != FALSE;
@@ -177,35 +196,50 @@ bool Player::_Switch() {
   m_ended = status == RkSwitchStatus_AwaitingSwitch;
   if (m_ended && !hadEnded) {
     m_endedSince = now;
-    if (m_taker) m_progress.AwaitsTake();
+    if (m_isManual) m_progress.AwaitsTake();
   }
   const bool switched = status == RkSwitchStatus_Switched;
-  if (switched || !goesOn) _EndList(ListOutcome::Taken);
-  if (switched) {
-    if (m_taker && hadEnded) m_pacer.Restart();
-    _BeginList(hadEnded && !m_taker ? m_endedSince : now);
-  }
-  return goesOn && (!m_taker || _OfferTake());
+  if (switched || !goesOn) _EndList(ListOutcome::Played);
+  if (switched) _BeginList(hadEnded ? m_endedSince : now);
+  return goesOn;
+}
+
+bool Player::_SwitchNow(ListOutcome cut) {
+  _EndList(cut);
+  const Clock::time_point since = Clock::now();
+  if (!_WaitForCue() || !m_channel->SwitchChannelAtOnce()) return false;  // no list is left
+  if (m_ended) m_pacer.Restart();
+  m_ended = false;
+  _BeginList(since);
+  return true;
 }
 
 void Player::_BeginList(Clock::time_point since) {
   m_onAir = m_cuer->OnAir();
-  m_takeGranted = false;
+  const ClipList& list = _List();
+  m_played = {{list.startFrame, 0}};
+  m_position = list.startFrame;
+  m_wasMoved = false;
+  m_repeats = list.IsEndless();
+  m_unread.reset();
   m_listSince = since;
   m_lastSample = Clock::now();
-  m_progress.ListBegins(m_onAir, m_programme.lists[m_onAir]);
+  if (m_wasRepeatChanged) m_channel->SetRepeatCount(list.repeatCount);
+  m_transport.ListBegins(list);
+  m_progress.ListBegins(m_onAir, list);
 }
 
-// `cut`: what it means if not every frame has been delivered. Only an endless list can be taken before.
+// `cut`: how it ends if not every frame of its length has been delivered.
 void Player::_EndList(ListOutcome cut) {
-  ClipList& list = m_programme.lists[m_onAir];
+  ClipList& list = _List();
   ListResult& result = m_statistics.lists[m_onAir];
-  const bool whole = result.announcedFrames == result.deliveredFrames;
-  if (!whole && cut == ListOutcome::Taken && !list.IsEndless()) {
+  const bool whole = cut == ListOutcome::Played && m_wasMoved ? true : m_unread.has_value();
+  if (!whole && cut == ListOutcome::Played) {
     _Fail(m_onAir, list.title + ": ended after " + std::to_string(result.deliveredFrames) + " of " +
-                       std::to_string(*result.announcedFrames) + " frames");
+                       (result.announcedFrames ? std::to_string(*result.announcedFrames) : "endless") +
+                       " frames");
   }
-  const auto unread = whole ? m_unread : list.CountReadErrors(result.deliveredFrames);
+  const auto unread = m_unread ? *m_unread : list.CountReadErrors(m_played);
   result.readErrors = unread.frames;
   if (unread.frames != 0) {
     _Report(m_onAir, unread.first + " (" + std::to_string(unread.frames) +
@@ -214,31 +248,6 @@ void Player::_EndList(ListOutcome cut) {
   const ListOutcome played = unread.frames == 0 ? ListOutcome::Played : ListOutcome::Damaged;
   if (result.outcome != ListOutcome::Failed) result.outcome = whole ? played : cut;
   list.Free();
-}
-
-// A list may be left once the next is cued, or none is: at its end, an endless one at any time.
-bool Player::_OfferTake() {
-  const bool mayLeave = m_ended || m_programme.lists[m_onAir].IsEndless();
-  if (!m_takeGranted && mayLeave && m_cuer->IsReady()) {
-    m_takeGranted = true;
-    m_taker->Grant();
-  }
-  if (!m_ended || !m_taker->InputEnded()) return true;
-  _EndList(ListOutcome::Played);
-  m_statistics.errors.emplace_back("the standard input has ended: nothing can take the next list");
-  return false;
-}
-
-// The taker may be inside a request, which only SwitchChannel ends.
-void Player::_StopTaker() {
-  if (!m_taker) return;
-  m_taker->RequestStop();
-  while (!m_taker->IsOver()) {
-    UINT status = RkSwitchStatus_Playing;
-    m_channel->SwitchChannel(&status);
-    m_cuer->WaitForChange(kSwitchPollMs);
-  }
-  m_taker.reset();
 }
 
 void Player::_StopChannel() {

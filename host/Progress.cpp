@@ -32,20 +32,34 @@ void Progress::ListBegins(size_t index, const ClipList& list) {
   const auto announced = list.AnnouncedFrames();
   m_list = "list " + std::to_string(index + 1) + "/" + std::to_string(m_listCount) + "  ";
   m_title = list.title;
-  m_total = announced ? Frames(m_frameRate, *announced) : "endless";
-  m_framesOfList = 0;
+  m_total = Frames(m_frameRate, list.frameCount);
+  m_position = list.startFrame;
   m_nextShow = Clock::now();
-  if (!m_isTerminal) _Show(m_list + "begins, " + m_total + "  " + m_title);
+  if (m_isTerminal) return;
+  _Show(m_list + "begins, " + (announced ? Frames(m_frameRate, *announced) : "endless") + "  " + m_title);
 }
 
-void Progress::FrameDelivered() {
+void Progress::FrameDelivered(UINT position) {
   ++m_framesInAll;
-  ++m_framesOfList;
-  if (Clock::now() >= m_nextShow) _Show(_Position());
+  m_position = position;
+  if (IsDue()) _Show(_Position());
+}
+
+void Progress::Paused(UINT position) {
+  m_position = position;
+  _Show(_Position() + "  paused");
 }
 
 void Progress::AwaitsTake() {
   _Show(m_list + "has ended, Enter takes the next");
+}
+
+void Progress::Say(const std::string& text) {
+  if (m_isLive) std::fputs("\r\x1b[K", stdout);
+  m_isLive = false;
+  std::printf("%s\n", text.c_str());
+  std::fflush(stdout);
+  m_nextShow = Clock::now();
 }
 
 void Progress::End() {
@@ -59,6 +73,7 @@ void Progress::_Show(const std::string& text) {
   m_nextShow = Clock::now() + (m_isTerminal ? Clock::duration(kTerminalInterval) : kPlainInterval);
   if (m_isTerminal) {
     std::printf("\r%s\x1b[K", text.substr(0, TerminalColumns() - 1).c_str());
+    m_isLive = true;
   } else {
     std::printf("%s\n", text.c_str());
   }
@@ -68,7 +83,7 @@ void Progress::_Show(const std::string& text) {
 std::string Progress::_Position() const {
   char speed[32];
   std::snprintf(speed, sizeof(speed), "  %.1fx  ", _Speed());
-  return m_list + Frames(m_frameRate, m_framesOfList) + " of " + m_total + speed + m_title;
+  return m_list + Frames(m_frameRate, m_position) + " of " + m_total + speed + m_note + m_title;
 }
 
 double Progress::_Speed() const {

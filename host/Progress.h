@@ -16,8 +16,16 @@ class Progress {
   Progress(int frameRate, size_t listCount);
 
   void ListBegins(size_t index, const ClipList& list);
-  void FrameDelivered();
+  // `position`: of the frame, in the list.
+  void FrameDelivered(UINT position);
+  // The frame on screen stands.
+  void Paused(UINT position);
   void AwaitsTake();
+  // Lines of their own; the live line goes on below.
+  void Say(const std::string& text);
+  // Added to the live line from now on.
+  void Note(const std::string& note) { m_note = note; }
+  bool IsDue() const { return Clock::now() >= m_nextShow; }
   // Leaves the live line behind before other output.
   void End();
 
@@ -38,7 +46,9 @@ class Progress {
   std::string m_list;  // of the current list: its number, its title, its length
   std::string m_title;
   std::string m_total;
-  ULONGLONG m_framesOfList = 0;
+  std::string m_note;
+  UINT m_position = 0;
+  bool m_isLive = false;  // the cursor stands behind a live line
 };
 
 }  // namespace rkplay

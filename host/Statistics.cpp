@@ -60,6 +60,25 @@ Json ToJson(const SRkClipFormat& format) {
           {"bitsPerSample", format.audio.bitsPerSample}};
 }
 
+Json ToJson(const Presentation& seen) {
+  return {{"shown", seen.shown},
+          {"passedOver", seen.passedOver},
+          {"repeated", seen.repeated},
+          {"silenceFrames", seen.silenceFrames},
+          {"medianOffsetMs", OrNull(seen.medianOffsetMs)},
+          {"worstOffsetMs", OrNull(seen.worstOffsetMs)}};
+}
+
+void PrintSeen(const Presentation& seen, std::FILE* out) {
+  std::fprintf(out, "shown         %llu frames, %llu passed over late, %llu shown more than once\n",
+               seen.shown, seen.passedOver, seen.repeated);
+  if (!seen.medianOffsetMs || !seen.worstOffsetMs) return;
+  std::fprintf(out,
+               "sound         ahead of the picture by %.1f ms (median), %.1f ms at worst; %llu frames of "
+               "silence\n",
+               *seen.medianOffsetMs, *seen.worstOffsetMs, seen.silenceFrames);
+}
+
 void PrintList(const ListResult& list, size_t number, std::FILE* out) {
   const std::string announced = list.announcedFrames ? std::to_string(*list.announcedFrames) : "endless";
   char wait[32] = "-";
@@ -122,6 +141,7 @@ void PrintSummary(const Statistics& statistics, std::FILE* out) {
     std::fprintf(out, "late frames   %llu, the latest by %.1f ms\n", statistics.lateFrames,
                  statistics.worstLateMs);
   }
+  if (statistics.seen) PrintSeen(*statistics.seen, out);
   std::fprintf(out, "worst stop    %.2f ms\n", statistics.worstStopMs);
   std::fflush(out);
 }
@@ -145,6 +165,7 @@ std::string ToJson(const Statistics& statistics) {
     json["lateFrames"] = statistics.lateFrames;
     json["worstLateMs"] = statistics.worstLateMs;
   }
+  if (statistics.seen) json["monitor"] = ToJson(*statistics.seen);
   // A file name may be no valid text.
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }

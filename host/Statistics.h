@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "contracts/RkMediaRecords.h"
+#include "host/PresentationMeter.h"
 
 namespace rkplay {
 
@@ -30,6 +31,7 @@ struct Statistics {
   bool realtime = false;
   ULONGLONG lateFrames = 0;
   double worstLateMs = 0;
+  std::optional<Presentation> seen;  // with a monitor
   int stopSignal = 0;
   std::vector<std::string> errors;  // one line each
 

@@ -86,7 +86,7 @@ bool WavWriter::Write(IRkAVPlaySample& sample) {
     return m_file.Fail("a frame came with sound of another format");
   }
   const LockedAudio audio(*blocks.front().Get());
-  return _Append(audio.Data(), audio.SampleCount());
+  return Append(audio.Data(), audio.SampleCount());
 }
 
 // Puts the channels of all blocks side by side.
@@ -108,10 +108,10 @@ bool WavWriter::_Interleave(const Blocks& blocks) {
     offset += info.format.blockAlign;
   }
   if (offset != m_format.blockAlign) return m_file.Fail("a frame came without all its channels");
-  return _Append(m_interleaved.data(), sampleCount);
+  return Append(m_interleaved.data(), sampleCount);
 }
 
-bool WavWriter::_Append(const BYTE* data, DWORD sampleCount) {
+bool WavWriter::Append(const BYTE* data, DWORD sampleCount) {
   const size_t bytes = static_cast<size_t>(sampleCount) * m_format.blockAlign;
   if (m_dataBytes + bytes > std::numeric_limits<DWORD>::max() - kHeaderBytes) {
     return m_file.Fail("a WAVE file cannot hold more than 4 GiB");

@@ -16,6 +16,8 @@ class WavWriter {
   WavWriter(const std::string& path, const SRkWaveFormatInfo& format);
 
   bool Write(IRkAVPlaySample& sample);
+  // Samples in the file's format, all channels of each.
+  bool Append(const BYTE* data, DWORD sampleCount);
   bool Close();
   const std::string& Error() const { return m_file.Error(); }
 
@@ -23,7 +25,6 @@ class WavWriter {
   using Blocks = std::vector<CRkRef<IRkAudioSample>>;
 
   bool _Interleave(const Blocks& blocks);
-  bool _Append(const BYTE* data, DWORD sampleCount);
 
   const SRkWaveFormatInfo m_format;
   OutputFile m_file;

@@ -33,7 +33,18 @@ int Play(const Options& options) {
     throw UsageError(options.logPath + ": cannot be written");
   }
   StopSignals stopSignals;
-  Statistics statistics = Player(programme, options, output, stopSignals).Run();
+  KeyQueue keys;
+  std::optional<Monitor> monitor;
+  if (options.monitor) monitor.emplace(*options.monitor, programme.format, keys);
+  if (const auto mute = monitor ? monitor->WhyMute() : std::nullopt) PrintError(*mute);
+  std::optional<TerminalKeys> terminal;
+  if (options.manual || TerminalKeys::IsTerminal()) terminal.emplace(keys);
+  Statistics statistics =
+      Player(programme, options,
+             {output, stopSignals, keys, terminal ? &*terminal : nullptr, monitor ? &*monitor : nullptr})
+          .Run();
+  terminal.reset();
+  monitor.reset();
   if (!options.logPath.empty()) RkLog_SetFile(nullptr);
 
   PrintSummary(statistics, stdout);

@@ -18,12 +18,13 @@ ClipList DamagedList() {
 
 TEST(ClipList, read_errors_count_as_often_as_their_frames_went_on_air) {
   ClipList list = DamagedList();
-  EXPECT_EQ(list.CountReadErrors(4).frames, 0u);
-  EXPECT_EQ(list.CountReadErrors(5).frames, 1u);
-  EXPECT_EQ(list.CountReadErrors(10).frames, 2u);
-  EXPECT_EQ(list.CountReadErrors(24).frames, 4u);
-  EXPECT_EQ(list.CountReadErrors(25).frames, 5u);
-  EXPECT_EQ(list.CountReadErrors(5).first, "bad: broken");
+  EXPECT_EQ(list.CountReadErrors({{0, 4}}).frames, 0u);
+  EXPECT_EQ(list.CountReadErrors({{0, 5}}).frames, 1u);
+  EXPECT_EQ(list.CountReadErrors({{0, 10}}).frames, 2u);
+  EXPECT_EQ(list.CountReadErrors({{0, 24}}).frames, 4u);
+  EXPECT_EQ(list.CountReadErrors({{0, 25}}).frames, 5u);
+  EXPECT_EQ(list.CountReadErrors({{0, 5}}).first, "bad: broken");
+  EXPECT_EQ(list.CountReadErrors({{4, 1}, {3, 2}, {9, 1}, {5, 4}}).frames, 3u);  // after jumps
 }
 
 TEST(ClipList, a_late_start_shortens_only_the_first_pass) {
@@ -31,10 +32,10 @@ TEST(ClipList, a_late_start_shortens_only_the_first_pass) {
   list.startFrame = 5;
   list.repeatCount = 2;
   EXPECT_EQ(list.AnnouncedFrames(), 15u);
-  EXPECT_EQ(list.PositionAfter(0), 5u);
-  EXPECT_EQ(list.PositionAfter(5), 0u);
-  EXPECT_EQ(list.CountReadErrors(4).frames, 0u);
-  EXPECT_EQ(list.CountReadErrors(15).frames, 3u);  // 9, then 4 and 9
+  EXPECT_EQ(list.PositionAfter({5, 0}), 5u);
+  EXPECT_EQ(list.PositionAfter({5, 5}), 0u);
+  EXPECT_EQ(list.CountReadErrors({{5, 4}}).frames, 0u);
+  EXPECT_EQ(list.CountReadErrors({{5, 15}}).frames, 3u);  // 9, then 4 and 9
 }
 
 TEST(ClipList, repeats_beyond_32_bits_are_counted) {

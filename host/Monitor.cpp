@@ -1,0 +1,145 @@
+#include "host/Monitor.h"
+
+#include <atomic>
+
+#include "contracts/CRkUnknown.h"
+#include "host/UsageError.h"
+#include "module/RkClipPlay.h"
+
+namespace rkplay {
+namespace {
+
+// Frames in the device: enough to ride out a busy machine, few enough that a pause follows its key.
+constexpr int kQueueDepth = 6;
+constexpr DWORD kShowTimeoutMs = 500;  // longer than any frame
+constexpr WORD kOutputBits = 16;
+constexpr int kOutputChannels = 2;
+
+// Travels with each frame's sound, to tell it from the silence that the device makes.
+class FrameMark final : public CRkUnknown<IRkUnknown> {};
+
+SRkWaveFormatInfo OutputFormat(const SRkWaveFormatInfo& audio) {
+  return RkMakeWaveFormat(kOutputChannels, audio.samplesPerSecond, kOutputBits);
+}
+
+ERkAudioSystem SystemFor(SoundChoice sound) {
+  switch (sound) {
+    case SoundChoice::System:
+      return RkAudioSystem_System;
+    case SoundChoice::Virtual:
+      return RkAudioSystem_Virtual;
+    case SoundChoice::None:
+      break;
+  }
+  return RkAudioSystem_None;
+}
+
+}  // namespace
+
+// The device's sink. Borrows the monitor's parts; the device lets it go before they end.
+class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
+ public:
+  Screen(PresentationMeter& meter, SoundTap& tap, Window* window)
+      : m_meter(meter), m_tap(tap), m_window(window) {}
+
+  void MarkNext(IRkAVPlaySample& sample) {
+    sample.SetAttachment(m_mark.Get());
+    ++m_submitted;
+  }
+
+  void OnPlay() override {
+    m_submitted = 0;
+    m_meter.RunBegins();
+  }
+  void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) override {
+    (void)audio;
+    m_meter.SoundWritten(extra == nullptr);
+  }
+  void OnVideoSample(IRkVideoSample* video) override {
+    if (video == nullptr) {
+      m_meter.NoPictureShown();
+      if (m_window != nullptr) m_window->Blank();
+      return;
+    }
+    const bool isNew =
+        !m_isRunning || m_meter.PictureShown(video->GetFrameIndex(), m_tap.PositionMs(), m_tap.SpanMs());
+    SetEvent(m_shown);
+    if (isNew && m_window != nullptr) m_window->Show(*video);
+  }
+  void OnStop() override { m_meter.RunEnds(m_submitted); }
+
+  // Until the frame put last has had its turn, or has none: the sound plays out by itself at a stop, but
+  // pictures alone would be passed over.
+  void WaitForLastPicture() const {
+    while (m_meter.Expected().value_or(m_submitted) < m_submitted && RkWait(m_shown, kShowTimeoutMs)) {
+    }
+  }
+
+  // Stills are shown on the host's thread, while the device does not play.
+  void SetRunning(bool running) { m_isRunning = running; }
+
+ private:
+  PresentationMeter& m_meter;
+  SoundTap& m_tap;
+  Window* const m_window;
+  const CRkRef<IRkUnknown> m_mark = CRkRef<IRkUnknown>::Adopt(new FrameMark);
+  const CRkHandle m_shown = CRkHandle::AutoResetEvent();
+  UINT m_submitted = 0;
+  std::atomic<bool> m_isRunning = false;
+};
+
+Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, KeyQueue& keys)
+    : m_meter(RkFrameDurationMs(format.video.frameRate)),
+      m_wantsSound(options.sound != SoundChoice::None && format.audio.channels > 0),
+      m_tap(CRkRef<SoundTap>::Adopt(new SoundTap(options.soundPath, OutputFormat(format.audio)))),
+      m_window(options.window ? std::make_unique<Window>(format.video, keys) : nullptr),
+      m_screen(CRkRef<Screen>::Adopt(new Screen(m_meter, *m_tap.Get(), m_window.get()))) {
+  RkSelectAudioSystem(SystemFor(options.sound), m_tap.Get());
+  if (!RkCreateSoftwareOutputDevice(format.video, format.audio, nullptr, kQueueDepth, m_device.Out())) {
+    throw UsageError("the output device cannot be created");
+  }
+  m_device->SetOutputCallback(m_screen.Get());
+}
+
+Monitor::~Monitor() {
+  RkSelectAudioSystem(RkAudioSystem_System, nullptr);
+  if (m_device) m_device->RemoveOutputCallback();
+}
+
+std::optional<std::string> Monitor::WhyMute() const {
+  if (!m_wantsSound || m_tap->HasRenderer()) return std::nullopt;
+  return "there is no sound card: the pictures go out alone";
+}
+
+bool Monitor::Put(IRkAVPlaySample& sample) {
+  if (!m_device->IsPlaying()) {
+    m_screen->SetRunning(true);
+    m_device->Play();
+  }
+  m_screen->MarkNext(sample);
+  return m_device->PutSample(&sample) != FALSE;
+}
+
+void Monitor::Pause() {
+  if (!m_device->IsPlaying()) return;
+  if (!m_tap->HasRenderer()) m_screen->WaitForLastPicture();
+  m_meter.RunPlaysOut();
+  m_device->Stop(FALSE);
+  m_screen->SetRunning(false);
+}
+
+void Monitor::ShowStill(IRkAVPlaySample& sample) {
+  m_device->PutSample(&sample);
+}
+
+void Monitor::SetTitle(const std::string& title) {
+  if (m_window) m_window->SetTitle(title);
+}
+
+void Monitor::Close(std::vector<std::string>& errors) {
+  Pause();
+  m_device.Reset();
+  m_tap->Close(errors);
+}
+
+}  // namespace rkplay

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "contracts/CRkRef.h"
+#include "host/Keys.h"
+#include "host/Options.h"
+#include "host/PresentationMeter.h"
+#include "host/SoundTap.h"
+#include "host/Window.h"
+#include "output_device/IRkSoftwareOutputDevice.h"
+
+namespace rkplay {
+
+// Shows what goes out: the software output device with a window, or with nobody watching, and what sound
+// there is. Putting a frame waits until the device has room, which paces the programme.
+//
+// One thread calls it; the device calls the screen on its own two.
+class Monitor {
+ public:
+  // Throws UsageError when the window, the sound's file or the device cannot be had.
+  Monitor(const MonitorOptions& options, const SRkClipFormat& format, KeyQueue& keys);
+  ~Monitor();
+  Monitor(const Monitor&) = delete;
+  Monitor& operator=(const Monitor&) = delete;
+
+  // Takes the sample over: it is given a mark of the monitor's.
+  bool Put(IRkAVPlaySample& sample);
+  // Plays out what has been put and stands still. Put goes on.
+  void Pause();
+  // While paused: the picture appears at once.
+  void ShowStill(IRkAVPlaySample& sample);
+  // What the window's title says.
+  void SetTitle(const std::string& title);
+  // Plays out and closes. Adds what went wrong.
+  void Close(std::vector<std::string>& errors);
+
+  // Nothing: there is sound, or none was wanted. Else why pictures go out alone.
+  std::optional<std::string> WhyMute() const;
+  bool HasWindow() const { return m_window != nullptr; }
+  Presentation Seen() const { return m_meter.Result(); }
+
+ private:
+  class Screen;
+
+  PresentationMeter m_meter;
+  const bool m_wantsSound;
+  CRkRef<SoundTap> m_tap;
+  std::unique_ptr<Window> m_window;  // null: nobody watches
+  CRkRef<Screen> m_screen;
+  CRkRef<IRkSoftwareOutputDevice> m_device;
+};
+
+}  // namespace rkplay

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace rkplay {
+
+enum class SoundChoice { System, Virtual, None };
+
+struct MonitorOptions {
+  bool window = false;  // else nobody watches
+  SoundChoice sound = SoundChoice::System;
+  std::string soundPath;  // with Virtual: what is heard, written; empty: it is not
+};
+
+// The options --monitor and --sound, for every command that has a monitor. Alive until the command line
+// has been parsed.
+class MonitorArguments {
+ public:
+  explicit MonitorArguments(CLI::App& app);
+
+  // What was asked for. Nothing was: a window where there is a display and byDefault says so. Throws
+  // UsageError.
+  std::optional<MonitorOptions> Chosen(bool byDefault) const;
+
+ private:
+  std::string m_monitor;  // empty: not given
+  std::string m_sound;
+};
+
+}  // namespace rkplay

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "contracts/CRkRef.h"
+#include "contracts/CRkUnknown.h"
+#include "contracts/RkKernel.h"
+#include "host/WavWriter.h"
+#include "platform/CRkCriticalSection.h"
+
+namespace rkplay {
+
+// Listens to the audio renderer of the output device: knows where it stands and, if asked to, writes what
+// is heard to a file.
+//
+// The sound system's thread enters OnSound, any thread the rest. The lock guards everything; the renderer
+// is asked without it.
+class SoundTap final : public CRkUnknown<IRkAudioMonitor> {
+ public:
+  // `format` is what the device plays. path may be empty: nothing is written. Throws UsageError.
+  SoundTap(const std::string& path, const SRkWaveFormatInfo& format);
+
+  // Nothing while there is no renderer.
+  std::optional<double> PositionMs() const;
+  double SpanMs() const;
+  bool HasRenderer() const;
+  // When the device has gone: lets the renderer go, completes the file, adds what went wrong.
+  void Close(std::vector<std::string>& errors);
+
+  void OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo& format) override;
+  void OnSound(const BYTE* data, DWORD bytes) override;
+
+ private:
+  ~SoundTap() override = default;
+
+  CRkRef<IRkAudioDirectSound> _Renderer() const;
+
+  const DWORD m_blockAlign;
+  mutable CRkCriticalSection m_lock;
+  CRkRef<IRkAudioDirectSound> m_renderer RK_GUARDED_BY(m_lock);
+  std::optional<WavWriter> m_file RK_GUARDED_BY(m_lock);
+};
+
+}  // namespace rkplay

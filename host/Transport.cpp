@@ -1,0 +1,50 @@
+#include "host/Transport.h"
+
+namespace rkplay {
+namespace {
+
+// A long group of pictures may have to be decoded to reach a frame.
+constexpr DWORD kReadTimeoutMs = 5000;
+
+}  // namespace
+
+void Transport::ListBegins(const ClipList& list) {
+  m_frameCount = list.frameCount;
+  m_isPaused = false;
+}
+
+bool Transport::HoldOn(UINT position) {
+  if (!m_isPaused) _Hold();
+  CRkRef<IRkAVPlaySample> sample;
+  if (!_Read(position, sample)) return false;
+  if (m_monitor != nullptr) m_monitor->ShowStill(*sample.Get());
+  return true;
+}
+
+// Reads the frame before, going round at the beginning: reading goes on behind it.
+bool Transport::GoOnFrom(UINT position) {
+  if (!m_isPaused) m_channel.BeginSeek(m_channel.GetElementMode(TRUE));
+  CRkRef<IRkAVPlaySample> before;
+  const bool stands = _Read((position + m_frameCount - 1) % m_frameCount, before);
+  m_channel.EndSeek();
+  m_isPaused = false;
+  return stands;
+}
+
+void Transport::_Hold() {
+  m_channel.BeginSeek(m_channel.GetElementMode(TRUE));
+  if (m_monitor != nullptr) m_monitor->Pause();
+  m_isPaused = true;
+}
+
+// A frame of an earlier request that came too late may still lie in front.
+bool Transport::_Read(UINT position, CRkRef<IRkAVPlaySample>& sample) {
+  if (!m_channel.Seek(position, kReadTimeoutMs)) return false;
+  while (m_channel.GetSample(0, sample.Out())) {
+    if (sample->GetPosition() == position) return true;
+    sample.Reset();
+  }
+  return false;
+}
+
+}  // namespace rkplay
