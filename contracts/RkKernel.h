@@ -174,8 +174,8 @@ RK_KERNEL_API int RkCreateSoftRefClock(IRkSoftRefClock** clock);
 
 // ---- audio renderer
 
-// Plays a stream of sound through a circular buffer. One thread writes, plays and stops it; every
-// operation may be called from any thread.
+// Plays a stream of sound through a circular buffer. One thread at a time drives it; GetPlayPosition and
+// WaitForNotify may be called from any.
 class IRkAudioDirectSound : public IRkUnknown {
  public:
   // Back to the start, cutting what still plays: play position 0, nothing written, no notification.
@@ -186,8 +186,8 @@ class IRkAudioDirectSound : public IRkUnknown {
   // Starts playback once enough has been written; non-zero when it plays. Asked repeatedly.
   virtual BOOL Play() = 0;
   virtual void Operation4() {}
-  // The position counts bytes since Reset and only grows. Sound that is due already is skipped, and so is
-  // what lies more than the buffer's span ahead of the play position.
+  // The position counts bytes since Reset and only grows. Sound that has been due already is skipped, what
+  // lies more than the buffer's span ahead is cut; a sample of another format is not played at all.
   virtual void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) = 0;
   virtual void Operation6() {}
   virtual void Operation7() {}
@@ -221,11 +221,12 @@ enum ERkAudioSystem : int {
 // Hears what renderers play.
 class IRkAudioMonitor : public IRkUnknown {
  public:
-  // At the creation of each renderer, on the creating thread. May keep a reference and ask
-  // GetPlayPosition from any thread but OnSound's.
+  // At the creation of each renderer, on the creating thread. May keep a reference, and must let go of it
+  // when the renderer is to end: each renderer has a reference to its monitor.
   virtual void OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo& format) = 0;
-  // What the sound system has been given, in order, silence included; on its thread, or on the one that
-  // stops the renderer. Must not block and must not call the renderer.
+  // What the sound system has been given, in order, silence included; nothing while it is gone. Comes on
+  // its thread, and the rest of a virtual one's on the thread that stops the renderer. Must not block; of
+  // the renderer it may only ask GetPlayPosition.
   virtual void OnSound(const BYTE* data, DWORD bytes) = 0;
 };
 

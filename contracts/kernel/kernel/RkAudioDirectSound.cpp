@@ -1,7 +1,35 @@
-#include "contracts/RkKernel.h"
+#include <memory>
+#include <new>
 
-// No sound system is built in yet: there is nothing to create a renderer on, and a device that asks for
-// one shows pictures only.
-int RkCreateAudioDirectSound(const SRkWaveFormatInfo&, HWND, double, DWORD, IRkAudioDirectSound**) {
-  return 0;
+#include "contracts/kernel/kernel/CRkAudioDirectSound.h"
+#include "contracts/kernel/kernel/CRkAudioSystemChoice.h"
+#include "contracts/kernel/kernel/CRkVirtualSoundOutput.h"
+#include "contracts/kernel/kernel/RkMonotonicTime.h"
+#ifndef _WIN32
+#include "contracts/kernel/kernel/CRkSdlSoundOutput.h"
+#endif
+
+namespace {
+
+std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system) {
+#ifndef _WIN32
+  if (system == RkAudioSystem_System)
+    return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) CRkSdlSoundOutput);
+#endif
+  if (system != RkAudioSystem_Virtual) return nullptr;
+  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) CRkVirtualSoundOutput);
+}
+
+}  // namespace
+
+int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double bufferMs, DWORD startBytes,
+                             IRkAudioDirectSound** renderer) {
+  auto choice = CRkAudioSystemChoice::Instance().Get();
+  auto output = MakeOutput(choice.system);
+  if (!output) return 0;
+  auto created = CRkAudioDirectSound::Create(format, bufferMs, startBytes, std::move(output),
+                                             std::move(choice.monitor), &RkMonotonicNow);
+  if (!created) return 0;
+  *renderer = created.Detach();
+  return 1;
 }
