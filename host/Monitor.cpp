@@ -50,9 +50,12 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   void OnPlay() override {
     m_submitted = 0;
     m_meter.RunBegins();
+    m_tap.RunBegins();
   }
   void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) override {
-    (void)audio;
+    SRkAudioSampleInfo info{};
+    audio->GetInfo(&info);
+    m_tap.SoundWritten(info.dataLength, extra == nullptr);
     m_meter.SoundWritten(extra == nullptr);
   }
   void OnVideoSample(IRkVideoSample* video) override {
@@ -68,8 +71,8 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   }
   void OnStop() override { m_meter.RunEnds(m_submitted); }
 
-  // Until the frame put last has had its turn, or has none: the sound plays out by itself at a stop, but
-  // pictures alone would be passed over.
+  // Until the frame put last has had its turn, or has none: at a stop the device shows what it still has
+  // too early, or passes it over.
   void WaitForLastPicture() const {
     while (m_meter.Expected().value_or(m_submitted) < m_submitted && RkWait(m_shown, kShowTimeoutMs)) {
     }
@@ -122,7 +125,7 @@ bool Monitor::Put(IRkAVPlaySample& sample) {
 
 void Monitor::Pause() {
   if (!m_device->IsPlaying()) return;
-  if (!m_tap->HasRenderer()) m_screen->WaitForLastPicture();
+  m_screen->WaitForLastPicture();
   m_meter.RunPlaysOut();
   m_device->Stop(FALSE);
   m_screen->SetRunning(false);

@@ -60,7 +60,7 @@ Player::Player(Programme& programme, const Options& options, const Surroundings&
       m_monitor(surroundings.monitor),
       m_cuer(CRkRef<Cuer>::Adopt(new Cuer(programme.lists, options.manual))),
       m_channel(CreateChannel(programme.format, *m_cuer.Get())),
-      m_transport(*m_channel.Get(), m_monitor),
+      m_transport(*m_channel.Get()),
       m_pacer(programme.format.video.frameRate),
       m_progress(programme.format.video.frameRate, programme.lists.size()) {
   m_statistics.format = programme.format;
@@ -225,7 +225,7 @@ void Player::_BeginList(Clock::time_point since) {
   m_listSince = since;
   m_lastSample = Clock::now();
   if (m_wasRepeatChanged) m_channel->SetRepeatCount(list.repeatCount);
-  m_transport.ListBegins(list);
+  m_transport.ListBegins(list.frameCount);
   m_progress.ListBegins(m_onAir, list);
 }
 

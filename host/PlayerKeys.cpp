@@ -77,10 +77,13 @@ void Player::_Move(Wish& wish, Key key) const {
 
 void Player::_Hold(const Wish& wish) {
   m_hasHeldMoved = wish.moves || (m_transport.IsPaused() && m_hasHeldMoved);
-  if (!m_transport.HoldOn(wish.position)) {
+  if (m_monitor != nullptr) m_monitor->Pause();
+  CRkRef<IRkAVPlaySample> sample;
+  if (!m_transport.HoldOn(wish.position, sample)) {
     m_progress.Say("frame " + std::to_string(wish.position) + " cannot be shown");
     return;
   }
+  if (m_monitor != nullptr) m_monitor->ShowStill(*sample.Get());
   m_position = wish.position;
   _TellWhereItStands();
   m_progress.Paused(m_position);

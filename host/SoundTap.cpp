@@ -29,6 +29,20 @@ CRkRef<IRkAudioDirectSound> SoundTap::_Renderer() const {
   return m_renderer;
 }
 
+void SoundTap::RunBegins() {
+  CRkScopedLock lock(m_lock);
+  m_written = m_soundEnd = m_heard = 0;
+  m_beyond.clear();
+}
+
+void SoundTap::SoundWritten(DWORD bytes, bool isSilence) {
+  CRkScopedLock lock(m_lock);
+  m_written += bytes;
+  if (isSilence) return;
+  m_soundEnd = m_written;
+  if (m_file) _WriteHeard();
+}
+
 void SoundTap::Close(std::vector<std::string>& errors) {
   CRkRef<IRkAudioDirectSound> renderer;
   CRkScopedLock lock(m_lock);
@@ -45,7 +59,18 @@ void SoundTap::OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo
 
 void SoundTap::OnSound(const BYTE* data, DWORD bytes) {
   CRkScopedLock lock(m_lock);
-  if (m_file) m_file->Append(data, bytes / m_blockAlign);
+  if (!m_file) return;
+  m_heard += bytes;
+  m_beyond.insert(m_beyond.end(), data, data + bytes);
+  _WriteHeard();
+}
+
+void SoundTap::_WriteHeard() {
+  const ULONGLONG beyond = m_heard > m_soundEnd ? m_heard - m_soundEnd : 0;
+  if (beyond >= m_beyond.size()) return;
+  const size_t known = m_beyond.size() - static_cast<size_t>(beyond);
+  m_file->Append(m_beyond.data(), static_cast<DWORD>(known / m_blockAlign));
+  m_beyond.erase(m_beyond.begin(), m_beyond.begin() + static_cast<std::ptrdiff_t>(known));
 }
 
 }  // namespace rkplay

@@ -8,22 +8,19 @@ constexpr DWORD kReadTimeoutMs = 5000;
 
 }  // namespace
 
-void Transport::ListBegins(const ClipList& list) {
-  m_frameCount = list.frameCount;
+void Transport::ListBegins(UINT frameCount) {
+  m_frameCount = frameCount;
   m_isPaused = false;
 }
 
-bool Transport::HoldOn(UINT position) {
-  if (!m_isPaused) _Hold();
-  CRkRef<IRkAVPlaySample> sample;
-  if (!_Read(position, sample)) return false;
-  if (m_monitor != nullptr) m_monitor->ShowStill(*sample.Get());
-  return true;
+bool Transport::HoldOn(UINT position, CRkRef<IRkAVPlaySample>& sample) {
+  _BeginSeek();
+  return _Read(position, sample);
 }
 
 // Reads the frame before, going round at the beginning: reading goes on behind it.
 bool Transport::GoOnFrom(UINT position) {
-  if (!m_isPaused) m_channel.BeginSeek(m_channel.GetElementMode(TRUE));
+  _BeginSeek();
   CRkRef<IRkAVPlaySample> before;
   const bool stands = _Read((position + m_frameCount - 1) % m_frameCount, before);
   m_channel.EndSeek();
@@ -31,9 +28,8 @@ bool Transport::GoOnFrom(UINT position) {
   return stands;
 }
 
-void Transport::_Hold() {
-  m_channel.BeginSeek(m_channel.GetElementMode(TRUE));
-  if (m_monitor != nullptr) m_monitor->Pause();
+void Transport::_BeginSeek() {
+  if (!m_isPaused) m_channel.BeginSeek(m_channel.GetElementMode(TRUE));
   m_isPaused = true;
 }
 

@@ -1,8 +1,6 @@
 #pragma once
 
 #include "contracts/CRkRef.h"
-#include "host/ClipList.h"
-#include "host/Monitor.h"
 #include "output_channel/IRkClipOutputChannel.h"
 
 namespace rkplay {
@@ -11,25 +9,23 @@ namespace rkplay {
 // player's thread alone uses it.
 class Transport {
  public:
-  // monitor: where single frames appear; may be null.
-  Transport(IRkClipOutputChannel& channel, Monitor* monitor) : m_channel(channel), m_monitor(monitor) {}
+  explicit Transport(IRkClipOutputChannel& channel) : m_channel(channel) {}
 
-  // A list goes on air, and plays.
-  void ListBegins(const ClipList& list);
+  // A list goes on air, and plays. frameCount: of one pass.
+  void ListBegins(UINT frameCount);
 
   bool IsPaused() const { return m_isPaused; }
-  // Holds the list, if it is not held already, on the frame at a position below its length. False when
-  // that frame cannot be read.
-  bool HoldOn(UINT position);
+  // Holds the list, if it is not held already, and reads the frame at a position below its length. False
+  // when that cannot be read.
+  bool HoldOn(UINT position, CRkRef<IRkAVPlaySample>& sample);
   // The list plays, and the next sample is the one at the position. False when it cannot be reached.
   bool GoOnFrom(UINT position);
 
  private:
-  void _Hold();
+  void _BeginSeek();
   bool _Read(UINT position, CRkRef<IRkAVPlaySample>& sample);
 
   IRkClipOutputChannel& m_channel;
-  Monitor* const m_monitor;
   UINT m_frameCount = 0;
   bool m_isPaused = false;
 };
