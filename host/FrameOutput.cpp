@@ -38,7 +38,9 @@ void FrameOutput::Close(std::vector<std::string>& errors) {
 
 void RefuseOverwriting(const Options& options, const std::vector<std::string>& inputPaths) {
   std::vector<std::string> outputs;
-  for (const std::string& path : {options.videoPath, options.audioPath, options.logPath, options.statsPath}) {
+  const std::string soundPath = options.monitor ? options.monitor->soundPath : "";
+  for (const std::string& path :
+       {options.videoPath, options.audioPath, soundPath, options.logPath, options.statsPath}) {
     if (path.empty()) continue;
     for (const std::string& input : inputPaths) {
       if (IsSameFile(path, input)) throw UsageError(path + ": is played and cannot be written");

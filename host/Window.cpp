@@ -45,7 +45,11 @@ bool Window::HasDisplay() {
   return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY");
 }
 
+// Without a display SDL would draw where nobody looks, so that has to be asked for by its driver's name.
 Window::Window(const SRkVideoResolution& format, KeyQueue& keys) : m_format(format), m_keys(keys) {
+  if (!HasDisplay() && !IsSet("SDL_VIDEODRIVER")) {
+    throw UsageError("--monitor: there is no display for a window (--monitor=virtual plays without)");
+  }
   m_thread = std::thread([this] { _Run(); });
   RkWait(m_opened, INFINITE);
   if (m_failure.empty()) return;
