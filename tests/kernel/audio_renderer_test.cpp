@@ -1,0 +1,264 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <limits>
+#include <vector>
+
+#include "contracts/kernel/kernel/CRkAudioDirectSound.h"
+#include "contracts/kernel/kernel/RkMonotonicTime.h"
+#include "tests/kernel/AudioRendererFakes.h"
+#include "tests/support/RkLogRecorder.h"
+
+namespace {
+
+constexpr DWORD kFrameBytes = 4;
+constexpr DWORD kPeriodBytes = 480 * kFrameBytes;  // 10 ms
+constexpr double kSpanMs = 100.0;
+constexpr DWORD kStartBytes = 2 * kPeriodBytes;
+constexpr LONGLONG kMs = 1'000'000;
+
+std::atomic<LONGLONG> g_now = 0;
+
+// What a test decides and sees of the sound system, which belongs to the renderer.
+struct SScript {
+  bool opens = true;
+  bool isVirtual = false;
+  std::atomic<bool> lost = false;
+  std::atomic<int> running = 0;
+  IRkSoundSource* source = nullptr;
+  std::vector<BYTE> taken;
+  size_t takenAtStop = 0;
+};
+
+class CScriptedOutput final : public IRkSoundOutput {
+ public:
+  explicit CScriptedOutput(SScript& script) : m_script(script) {}
+  bool Open(const SRkWaveFormatInfo&, IRkSoundSource& source) override {
+    m_script.source = &source;
+    return m_script.opens;
+  }
+  void Start() override { ++m_script.running; }
+  void Stop() override {
+    m_script.running = 0;
+    m_script.takenAtStop = m_script.taken.size();
+  }
+  bool IsLost() override { return m_script.lost; }
+  DWORD LatencyFrames() const override { return 0; }
+  bool IsVirtual() const override { return m_script.isVirtual; }
+
+ private:
+  SScript& m_script;
+};
+
+class audio_renderer : public testing::Test {
+ protected:
+  void Create(DWORD startBytes = kStartBytes) {
+    m_renderer = CRkAudioDirectSound::Create(
+        kTestFormat, kSpanMs, startBytes, std::make_unique<CScriptedOutput>(m_script),
+        CRkRef<IRkAudioMonitor>::Retain(m_monitor.Get()), [] { return g_now.load(); });
+    ASSERT_TRUE(m_renderer);
+  }
+  void Write(DWORD bytes) {
+    m_renderer->WriteSample(MakeSound(m_written, bytes).Get(), m_written);
+    m_written += bytes;
+  }
+  void Pull() {
+    const size_t begin = m_script.taken.size();
+    m_script.taken.resize(begin + kPeriodBytes);
+    m_script.source->Pull(m_script.taken.data() + begin, kPeriodBytes);
+  }
+  void PullAfter10Ms() {
+    g_now += 10 * kMs;
+    Pull();
+  }
+  double Position() {
+    double position = 0.0;
+    m_renderer->GetPlayPosition(&position);
+    return position;
+  }
+
+  SScript m_script;
+  CRkRef<CSoundRecorder> m_monitor = CRkRef<CSoundRecorder>::Adopt(new CSoundRecorder);
+  CRkRef<IRkAudioDirectSound> m_renderer;
+  ULONGLONG m_written = 0;
+};
+
+TEST_F(audio_renderer, plays_once_enough_is_written_and_then_silence) {
+  Create();
+  EXPECT_EQ(m_renderer->GetBufferDuration(), kSpanMs);
+  EXPECT_EQ(m_monitor->Created(), 1);
+  EXPECT_FALSE(m_renderer->Play());
+  Write(kStartBytes - kFrameBytes);
+  EXPECT_FALSE(m_renderer->Play());
+  EXPECT_EQ(m_script.running, 0);
+  Write(kFrameBytes);
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(m_renderer->Play());
+  EXPECT_EQ(m_script.running, 1);
+
+  for (int i = 0; i < 25; ++i) {
+    Pull();
+    EXPECT_NEAR(Position(), i * 10 % 100, 1e-6);  // wraps at the span
+    g_now += 10 * kMs;
+  }
+  EXPECT_EQ(m_script.taken, StreamThenSilence(kStartBytes, 25 * kPeriodBytes));
+  EXPECT_EQ(m_monitor->Heard(), m_script.taken);
+}
+
+TEST_F(audio_renderer, does_not_play_a_sample_of_another_format) {
+  Create(0);
+  CRkRef<IRkAudioSample> mono;
+  ASSERT_TRUE(RkCreateUserAudioSample(RkMakeWaveFormat(1, 48000, 16), nullptr, 480, mono.Out()));
+  mono->SetSampleCount(480);
+  m_renderer->WriteSample(mono.Get(), 0);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  EXPECT_EQ(m_script.taken, StreamThenSilence(0, kPeriodBytes));
+}
+
+TEST_F(audio_renderer, begins_anew_at_byte_0_after_a_reset) {
+  Create();
+  Write(4 * kPeriodBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  PullAfter10Ms();
+  m_renderer->Reset();  // cuts what is left
+  EXPECT_EQ(m_script.running, 0);
+  EXPECT_EQ(Position(), 0.0);
+  EXPECT_FALSE(m_renderer->Play());
+
+  m_written = 0;
+  m_script.taken.clear();
+  Write(kStartBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  EXPECT_EQ(m_script.running, 1);
+  Pull();
+  PullAfter10Ms();
+  PullAfter10Ms();
+  EXPECT_EQ(m_script.taken, StreamThenSilence(kStartBytes, 3 * kPeriodBytes));
+  EXPECT_NEAR(Position(), 20.0, 1e-6);
+}
+
+TEST_F(audio_renderer, hands_a_virtual_card_the_rest_at_once_when_it_stops) {
+  m_script.isVirtual = true;
+  Create();
+  Write(9 * kPeriodBytes + kFrameBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  for (int i = 0; i < 2; ++i) {
+    m_renderer->Stop();
+    EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, m_written));
+  }
+  EXPECT_EQ(m_script.running, 0);
+  EXPECT_FALSE(m_renderer->Play());
+  EXPECT_EQ(Position(), 0.0);
+  g_now += 50 * kMs;
+  EXPECT_EQ(Position(), 0.0);
+}
+
+TEST_F(audio_renderer, waits_at_a_stop_until_the_card_has_taken_the_last_byte) {
+  Create();
+  Write(9 * kPeriodBytes + kFrameBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  auto stopped = std::async(std::launch::async, [&] { m_renderer->Stop(); });
+  while (m_script.taken.size() < m_written) PullAfter10Ms();
+  stopped.get();
+  EXPECT_EQ(m_script.takenAtStop, 10 * kPeriodBytes);
+  EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, 10 * kPeriodBytes));
+}
+
+TEST_F(audio_renderer, waits_for_no_card_that_is_lost) {
+  Create();
+  Write(9 * kPeriodBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  m_script.lost = true;
+  m_renderer->Stop();
+  EXPECT_EQ(m_script.running, 0);
+  m_renderer->Reset();
+  m_renderer.Reset();  // nor at its end
+}
+
+TEST_F(audio_renderer, gives_a_late_caller_one_notification) {
+  Create(0);
+  m_renderer->SetNotifyInterval(1000.0 / 62);
+  g_now += 100 * kMs;
+  EXPECT_FALSE(m_renderer->WaitForNotify(0));
+  EXPECT_TRUE(m_renderer->Play());
+  EXPECT_FALSE(m_renderer->WaitForNotify(0));
+  for (const LONGLONG later : {17, 16, 160}) {
+    g_now += later * kMs;
+    EXPECT_TRUE(m_renderer->WaitForNotify(INFINITE));
+    EXPECT_FALSE(m_renderer->WaitForNotify(0));
+  }
+  m_renderer->Stop();
+  g_now += 100 * kMs;
+  EXPECT_FALSE(m_renderer->WaitForNotify(0));
+}
+
+TEST_F(audio_renderer, goes_on_by_the_clock_when_the_card_takes_no_sound_and_says_so_once) {
+  CLogRecorder log;
+  Create();
+  m_renderer->SetNotifyInterval(1000.0 / 62);
+  Write(10 * kPeriodBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  g_now += 501 * kMs;
+  EXPECT_NEAR(Position(), 10.0, 1e-6);
+  g_now += 5 * kMs;
+  EXPECT_NEAR(Position(), 15.0, 1e-6);
+  EXPECT_TRUE(m_renderer->WaitForNotify(0));
+  g_now += 40 * kMs;
+  EXPECT_NEAR(Position(), 55.0, 1e-6);
+  EXPECT_EQ(m_monitor->Heard().size(), kPeriodBytes);
+  EXPECT_EQ(log.Lines().size(), 1u);
+
+  // The card comes back where the clock has come to; what was due meanwhile is dropped.
+  g_now += 5 * kMs;
+  Pull();
+  std::vector<BYTE> expected = StreamThenSilence(10 * kPeriodBytes, 10 * kPeriodBytes);
+  expected.erase(expected.begin() + kPeriodBytes, expected.begin() + 6 * kPeriodBytes);
+  expected.resize(2 * kPeriodBytes);
+  EXPECT_EQ(m_script.taken, expected);
+  PullAfter10Ms();
+  EXPECT_NEAR(Position(), 70.0, 1e-6);
+
+  m_script.lost = true;  // unplugged: known at once
+  for (int i = 1; i <= 50; ++i) {
+    g_now += 2 * kMs;
+    EXPECT_NEAR(Position(), (70 + 2 * i) % 100, 1e-6);
+  }
+  EXPECT_EQ(log.Lines().size(), 1u);
+}
+
+TEST_F(audio_renderer, takes_a_virtual_card_that_wakes_late_for_no_lost_one) {
+  m_script.isVirtual = true;
+  Create();
+  Write(3 * kPeriodBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  g_now += 2000 * kMs;
+  EXPECT_NEAR(Position(), 10.0, 1e-6);
+  for (int i = 0; i < 2; ++i) Pull();
+  EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, m_written));
+}
+
+TEST_F(audio_renderer, is_not_created_for_what_it_cannot_play) {
+  const auto creates = [this](const SRkWaveFormatInfo& format, double bufferMs, DWORD startBytes) {
+    return static_cast<bool>(CRkAudioDirectSound::Create(
+        format, bufferMs, startBytes, std::make_unique<CScriptedOutput>(m_script), {}, &RkMonotonicNow));
+  };
+  EXPECT_TRUE(creates(kTestFormat, 10.0, kPeriodBytes));
+  EXPECT_FALSE(creates(kTestFormat, 10.0, kPeriodBytes + 1));
+  for (const double bufferMs : {0.0, -1.0, 0.001, 1e300, std::numeric_limits<double>::quiet_NaN()})
+    EXPECT_FALSE(creates(kTestFormat, bufferMs, 0)) << bufferMs;
+  EXPECT_FALSE(creates(RkMakeWaveFormat(0, 48000, 16), 10.0, 0));
+  EXPECT_FALSE(creates(RkMakeWaveFormat(2, 0, 16), 10.0, 0));
+  EXPECT_FALSE(creates(RkMakeWaveFormat(2, 48000, 20), 10.0, 0));
+  SRkWaveFormatInfo floats = RkMakeWaveFormat(2, 48000, 32);
+  floats.formatType = 3;
+  EXPECT_FALSE(creates(floats, 10.0, 0));
+  m_script.opens = false;
+  EXPECT_FALSE(creates(kTestFormat, 10.0, 0));
+}
+
+}  // namespace
