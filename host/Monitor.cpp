@@ -1,6 +1,8 @@
 #include "host/Monitor.h"
 
+#include <array>
 #include <atomic>
+#include <utility>
 
 #include "contracts/CRkUnknown.h"
 #include "host/UsageError.h"
@@ -42,9 +44,10 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   Screen(PresentationMeter& meter, SoundTap& tap, Window* window)
       : m_meter(meter), m_tap(tap), m_window(window) {}
 
-  void MarkNext(IRkAVPlaySample& sample) {
+  void MarkNext(IRkAVPlaySample& sample, std::string caption) {
     sample.SetAttachment(m_mark.Get());
-    ++m_submitted;
+    CRkScopedLock lock(m_captionLock);
+    m_captions[m_submitted++ % m_captions.size()] = std::move(caption);
   }
 
   void OnPlay() override {
@@ -67,7 +70,9 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
     const bool isNew =
         !m_isRunning || m_meter.PictureShown(video->GetFrameIndex(), m_tap.PositionMs(), m_tap.SpanMs());
     SetEvent(m_shown);
-    if (isNew && m_window != nullptr) m_window->Show(*video);
+    if (!isNew || m_window == nullptr) return;
+    m_window->Show(*video);
+    if (m_isRunning) m_window->SetTitle(_CaptionOf(video->GetFrameIndex()));
   }
   void OnStop() override { m_meter.RunEnds(m_submitted); }
 
@@ -82,6 +87,11 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   void SetRunning(bool running) { m_isRunning = running; }
 
  private:
+  std::string _CaptionOf(UINT frame) {
+    CRkScopedLock lock(m_captionLock);
+    return m_captions[frame % m_captions.size()];
+  }
+
   PresentationMeter& m_meter;
   SoundTap& m_tap;
   Window* const m_window;
@@ -89,6 +99,8 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   const CRkHandle m_shown = CRkHandle::AutoResetEvent();
   UINT m_submitted = 0;
   std::atomic<bool> m_isRunning = false;
+  CRkCriticalSection m_captionLock;
+  std::array<std::string, 2 * kQueueDepth> m_captions RK_GUARDED_BY(m_captionLock);  // by frame
 };
 
 Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, KeyQueue& keys)
@@ -114,12 +126,12 @@ std::optional<std::string> Monitor::WhyMute() const {
   return "there is no sound card: the pictures go out alone";
 }
 
-bool Monitor::Put(IRkAVPlaySample& sample) {
+bool Monitor::Put(IRkAVPlaySample& sample, std::string caption) {
   if (!m_device->IsPlaying()) {
     m_screen->SetRunning(true);
     m_device->Play();
   }
-  m_screen->MarkNext(sample);
+  m_screen->MarkNext(sample, std::move(caption));
   return m_device->PutSample(&sample) != FALSE;
 }
 
@@ -131,12 +143,9 @@ void Monitor::Pause() {
   m_screen->SetRunning(false);
 }
 
-void Monitor::ShowStill(IRkAVPlaySample& sample) {
+void Monitor::ShowStill(IRkAVPlaySample& sample, const std::string& caption) {
   m_device->PutSample(&sample);
-}
-
-void Monitor::SetTitle(const std::string& title) {
-  if (m_window) m_window->SetTitle(title);
+  if (m_window) m_window->SetTitle(caption);
 }
 
 void Monitor::Close(std::vector<std::string>& errors) {

@@ -27,14 +27,13 @@ class Monitor {
   Monitor(const Monitor&) = delete;
   Monitor& operator=(const Monitor&) = delete;
 
-  // Takes the sample over: it is given a mark of the monitor's.
-  bool Put(IRkAVPlaySample& sample);
+  // Takes the sample over: it is given a mark of the monitor's. The caption goes to the window's title when
+  // the picture appears.
+  bool Put(IRkAVPlaySample& sample, std::string caption);
   // Plays out what has been put and stands still. Put goes on.
   void Pause();
   // While paused: the picture appears at once.
-  void ShowStill(IRkAVPlaySample& sample);
-  // What the window's title says.
-  void SetTitle(const std::string& title);
+  void ShowStill(IRkAVPlaySample& sample, const std::string& caption);
   // Plays out and closes. Adds what went wrong.
   void Close(std::vector<std::string>& errors);
 

@@ -146,14 +146,14 @@ bool Player::_HandOn(IRkAVPlaySample& sample) {
   if (m_realtime) m_pacer.WaitForNextFrame();
   m_position = sample.GetPosition();
   if (!m_output.Write(sample)) return false;
-  if (m_monitor != nullptr && !m_monitor->Put(sample)) {
+  if (m_monitor != nullptr && !m_monitor->Put(sample, _Caption("playing"))) {
     _Report(m_onAir, "the monitor took no more frames");
     return false;
   }
   ListResult& result = m_statistics.lists[m_onAir];
   ++m_played.back().frames;
   if (++result.deliveredFrames == result.announcedFrames) m_unread = _List().CountReadErrors(m_played);
-  _TellWhereItStands();
+  _NoteWhatWasSeen();
   m_progress.FrameDelivered(m_position);
   return true;
 }

@@ -77,7 +77,8 @@ class Player {
   bool _DueFileIsLost();
   void _BeginList(Clock::time_point since);
   void _EndList(ListOutcome cut);
-  void _TellWhereItStands();
+  std::string _Caption(const char* state) const;
+  void _NoteWhatWasSeen();
   void _StopChannel();
   void _Fail(size_t list, const std::string& reason);
   void _Report(size_t list, const std::string& reason);

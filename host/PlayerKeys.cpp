@@ -83,9 +83,8 @@ void Player::_Hold(const Wish& wish) {
     m_progress.Say("frame " + std::to_string(wish.position) + " cannot be shown");
     return;
   }
-  if (m_monitor != nullptr) m_monitor->ShowStill(*sample.Get());
   m_position = wish.position;
-  _TellWhereItStands();
+  if (m_monitor != nullptr) m_monitor->ShowStill(*sample.Get(), _Caption("paused"));
   m_progress.Paused(m_position);
 }
 
@@ -136,11 +135,13 @@ bool Player::_ServeTakesWhenDue() {
   return false;
 }
 
-void Player::_TellWhereItStands() {
-  if (m_monitor == nullptr) return;
-  const std::string position = Timecode(m_programme.format.video.frameRate, m_position);
-  m_monitor->SetTitle(_List().title + "  " + position + (m_transport.IsPaused() ? "  paused" : "  playing"));
-  if (!m_progress.IsDue()) return;
+std::string Player::_Caption(const char* state) const {
+  return "list " + std::to_string(m_onAir + 1) + "  " + _List().title + "  " +
+         Timecode(m_programme.format.video.frameRate, m_position) + "  " + state;
+}
+
+void Player::_NoteWhatWasSeen() {
+  if (m_monitor == nullptr || !m_progress.IsDue()) return;
   const Presentation seen = m_monitor->Seen();
   char note[96];
   std::snprintf(note, sizeof(note), "shown %llu, late %llu, repeated %llu, silence %llu, sound %+.1f ms  ",
