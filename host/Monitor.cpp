@@ -118,7 +118,9 @@ Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, Key
 
 Monitor::~Monitor() {
   RkSelectAudioSystem(RkAudioSystem_System, nullptr);
-  if (m_device) m_device->RemoveOutputCallback();
+  m_device.Reset();
+  std::vector<std::string> unheard;  // errors are told by Close
+  m_tap->Close(unheard);             // renderer and tap hold each other
 }
 
 std::optional<std::string> Monitor::WhyMute() const {

@@ -1,48 +1,53 @@
 #include "output_device/CRkSampleQueue.h"
 
+#include <new>
+
 CRkSampleQueue::~CRkSampleQueue() {
   Flush();
 }
 
 BOOL CRkSampleQueue::Create(int capacity) {
-  m_capacity = capacity;
+  CRkScopedLock lock(m_lock);
+  m_capacity = static_cast<size_t>(capacity);
+  m_ring.reset(new (std::nothrow) IRkUnknown*[m_capacity]);
   m_items = CRkHandle::Semaphore(0, capacity);
-  return m_items ? TRUE : FALSE;
+  return m_ring && m_items ? TRUE : FALSE;
 }
 
 BOOL CRkSampleQueue::Push(IRkUnknown* item, IRkUnknown** dropped) {
   if (item == nullptr) return FALSE;
   CRkScopedLock lock(m_lock);
-  m_list.push_back(item);
+  const bool isFull = m_count == m_capacity;
+  if (isFull) *dropped = _TakeOldest();
+  m_ring[(m_oldest + m_count) % m_capacity] = item;
+  ++m_count;
   item->AddRef();
-  if (m_list.size() > static_cast<size_t>(m_capacity)) {
-    *dropped = m_list.front();
-    m_list.pop_front();
-  } else {
-    ReleaseSemaphore(m_items, 1, nullptr);
-  }
+  if (!isFull) ReleaseSemaphore(m_items, 1, nullptr);
   return TRUE;
+}
+
+IRkUnknown* CRkSampleQueue::_TakeOldest() {
+  IRkUnknown* const oldest = m_ring[m_oldest];
+  m_oldest = (m_oldest + 1) % m_capacity;
+  --m_count;
+  return oldest;
 }
 
 IRkUnknown* CRkSampleQueue::Pop(DWORD timeoutMs) {
   if (!RkWait(m_items, timeoutMs)) return nullptr;
   CRkScopedLock lock(m_lock);
-  if (m_list.empty()) return nullptr;  // flushed since the wait
-  IRkUnknown* const oldest = m_list.front();
-  m_list.pop_front();
-  return oldest;
+  return m_count > 0 ? _TakeOldest() : nullptr;  // none when flushed since the wait
 }
 
 void CRkSampleQueue::Flush() {
   CRkScopedLock lock(m_lock);
-  for (IRkUnknown* const item : m_list) {
+  while (m_count > 0) {
     RkWait(m_items, 0);
-    item->Release();
+    _TakeOldest()->Release();
   }
-  m_list.clear();
 }
 
 int CRkSampleQueue::Count() {
   CRkScopedLock lock(m_lock);
-  return static_cast<int>(m_list.size());
+  return static_cast<int>(m_count);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <deque>
+#include <memory>
 
 #include "contracts/CRkRef.h"
 #include "contracts/RkKernel.h"
@@ -19,7 +19,7 @@ class CRkSampleQueue {
   CRkSampleQueue(const CRkSampleQueue&) = delete;
   CRkSampleQueue& operator=(const CRkSampleQueue&) = delete;
 
-  // Once, before any other operation; capacity at least 1. FALSE when there is no semaphore.
+  // Once, before any other operation; capacity at least 1. FALSE without memory or a semaphore.
   BOOL Create(int capacity);
 
   // FALSE for null. `dropped` receives the item that had to go, if any, with the queue's reference.
@@ -30,8 +30,13 @@ class CRkSampleQueue {
   int Count();
 
  private:
-  int m_capacity = 0;
+  IRkUnknown* _TakeOldest() RK_REQUIRES(m_lock);
+
+  size_t m_capacity = 0;
   CRkHandle m_items;
   CRkCriticalSection m_lock;
-  std::deque<IRkUnknown*> m_list RK_GUARDED_BY(m_lock);
+  // A ring, so that nothing is allocated per item.
+  std::unique_ptr<IRkUnknown*[]> m_ring RK_GUARDED_BY(m_lock);
+  size_t m_oldest RK_GUARDED_BY(m_lock) = 0;
+  size_t m_count RK_GUARDED_BY(m_lock) = 0;
 };

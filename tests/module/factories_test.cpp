@@ -85,6 +85,12 @@ class Factories : public testing::Test {
                                return AsRoot<IRkClipSourcePlayer>(
                                    out, [this](auto** made) { return CreatePlayer(made); });
                              }};
+  const SFactory m_device = {"output device", 0, [](IRkUnknown** out) {
+                               return AsRoot<IRkSoftwareOutputDevice>(out, [](auto** made) {
+                                 return RkCreateSoftwareOutputDevice(kTestVideo, kTestAudio, nullptr, 3,
+                                                                     made);
+                               });
+                             }};
 };
 
 TEST_F(Factories, an_object_lives_by_its_references_and_gives_back_what_it_was_given) {
@@ -110,6 +116,9 @@ TEST_F(Factories, a_failure_at_any_point_of_a_creation_leaves_nothing_alive) {
   source.Reset();
   EXPECT_GT(FailEachCreation(m_output), 3 * ofOneSource) << "the third source channel was not reached";
   EXPECT_GT(FailEachCreation(m_player), 1);
+  RkSelectAudioSystem(RkAudioSystem_None,
+                      nullptr);  // with a sound system the device lives without a renderer
+  EXPECT_GT(FailEachCreation(m_device), 10);
 }
 
 TEST_F(Factories, what_a_class_cannot_work_with_is_refused) {

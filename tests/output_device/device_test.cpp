@@ -178,6 +178,65 @@ TEST_F(output_device, a_run_of_samples_without_picture_blanks_once) {
   EXPECT_EQ(std::count(events.begin(), events.end(), "blank"), 2);
 }
 
+TEST_F(output_device, ends_without_a_renderer_that_starts_or_one_that_notifies) {
+  CreateWithAudio(2, 4);
+  m_device->Play();
+  for (int i = 0; i < 9; ++i) Put(true);  // nothing plays: what is put is written at once
+  EXPECT_TRUE(m_device->Stop(FALSE));
+  EXPECT_TRUE(m_sink->Has("v8"));
+  EXPECT_GE(g_renderer->Writes().size(), 5u);  // but for what the queue still held
+
+  g_renderer->notifies = false;
+  g_renderer->plays = true;
+  m_sink->Take();
+  m_device->Play();
+  for (int i = 0; i < 3; ++i) Put(true);
+  g_renderer->stepMs = 40.0;
+  EXPECT_TRUE(m_device->Stop(FALSE));
+  EXPECT_TRUE(m_sink->Has("v2"));
+  EXPECT_EQ(m_sink->Take().back(), "stop");
+}
+
+TEST_F(output_device, every_run_numbers_its_frames_from_0) {
+  CreateWithPicturesOnly(3);
+  for (int run = 0; run < 2; ++run) {
+    m_device->Play();
+    Put(true);
+    Put(true);
+    TickAndAwait("v0");
+    TickAndAwait("v1");
+    ++g_clock->ticks;  // the one that the pacing thread may wait for
+    EXPECT_TRUE(m_device->Stop(FALSE));
+    EXPECT_EQ(m_sink->Take(), (Events{"play", "v0", "v1", "stop"}));
+  }
+}
+
+TEST_F(output_device, its_callback_may_take_itself_off_and_be_set_again) {
+  class CShyCallback : public CFakeDeviceCallback {
+   public:
+    void OnVideoSample(IRkVideoSample* video) override {
+      CFakeDeviceCallback::OnVideoSample(video);
+      device->RemoveOutputCallback();
+      removed = true;
+    }
+    IRkSoftwareOutputDevice* device = nullptr;
+    std::atomic<bool> removed = false;
+  };
+  CreateWithPicturesOnly(4);
+  const auto shy = MakeFake<CShyCallback>();
+  shy->device = m_device.Get();
+  m_device->SetOutputCallback(shy.Get());
+  m_device->Play();
+  for (int i = 0; i < 4; ++i) Put(true);
+  ++g_clock->ticks;
+  EXPECT_TRUE(WaitUntil([&] { return shy->removed.load(); }));
+  EXPECT_EQ(shy->Take(), (Events{"play", "v0"}));
+  m_device->SetOutputCallback(m_sink.Get());
+  TickAndAwait("v1");
+  EXPECT_EQ(shy->Take(), Events{});
+  g_clock->stopping = true;
+}
+
 TEST_F(output_device, released_while_playing_with_frames_queued_ends_soon_and_leaves_nothing) {
   CreateWithPicturesOnly(4);
   m_device->Play();
