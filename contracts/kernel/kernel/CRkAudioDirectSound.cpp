@@ -24,8 +24,8 @@ BYTE SilentByte(const SRkWaveFormatInfo& format) {
 // Whole samples in the span; 0 for none and for what no buffer can hold.
 DWORD SpanFrames(const SRkWaveFormatInfo& format, double bufferMs) {
   const double frames = std::floor(bufferMs * format.samplesPerSecond / 1000.0);
-  const double most = static_cast<double>(std::numeric_limits<LONG>::max() / format.blockAlign);
-  return frames >= 1.0 && frames <= most ? static_cast<DWORD>(frames) : 0;
+  const bool fits = frames * format.blockAlign <= std::numeric_limits<LONG>::max();
+  return frames >= 1.0 && fits ? static_cast<DWORD>(frames) : 0;
 }
 
 }  // namespace

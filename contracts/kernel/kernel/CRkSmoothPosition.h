@@ -6,12 +6,10 @@
 // Counts samples (of all channels at once) since the start; moments are nanoseconds of the monotonic
 // clock, given by the caller. Pure arithmetic; the owner locks.
 //
-//   handed over  :          |____960____|____1440___|      each pull comes when its samples are nearly due
-//   heard        : ..480 /  ~/~ /      a line through the pulls, never above what is handed over
-//
-// A pull that comes early or late moves the line by a fraction of its error only, so that the jitter of
-// the sound system's thread is not seen in the position. Lose ends the bound: the clock alone leads, until
-// the next pull. The position never runs backwards.
+// Between two pulls the position runs along a line by the clock, but never above what has been handed
+// over. A pull that comes early or late moves the line by a fraction of its error only, so that the jitter
+// of the sound system's thread is not seen in the position. Lose ends the bound: the clock alone leads,
+// until the next pull. The position never runs backwards.
 class CRkSmoothPosition {
  public:
   explicit CRkSmoothPosition(DWORD framesPerSecond) : m_framesPerNanosecond(framesPerSecond / 1e9) {}
