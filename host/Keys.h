@@ -26,6 +26,14 @@ enum class Key {
 
 extern const char kKeysHelp[];
 
+// Single frames are for looking at: they hold what plays.
+constexpr bool HoldsOnFrame(Key key) {
+  return key == Key::FrameBack || key == Key::FrameForward;
+}
+
+// Where a key that moves leads from a position, within the frames there are; nothing for other keys.
+std::optional<UINT> MovedBy(Key key, UINT position, UINT frameCount, int frameRate);
+
 // Keys on their way to the thread that obeys them. Any thread puts them in; one takes them out.
 class KeyQueue {
  public:

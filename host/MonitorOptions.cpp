@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "host/UsageError.h"
-#include "host/Window.h"
 
 namespace rkplay {
 namespace {
@@ -32,23 +31,27 @@ void ChooseSound(const std::string& sound, MonitorOptions& monitor) {
 
 }  // namespace
 
+const char kMonitorHelp[] =
+    "Monitors:\n"
+    "  --monitor, --monitor=window   pictures in a window, where there is a display; sound by the machine's "
+    "card\n"
+    "  --monitor=virtual             the same without window and card: it tells what would be seen and "
+    "heard\n"
+    "  --monitor=none                nobody watches\n"
+    "  --sound                       system: the machine's sound card; virtual: a card in name only; none;\n"
+    "                                a .wav file: a card in name only, and what it plays is written\n";
+
 MonitorArguments::MonitorArguments(CLI::App& app) {
-  const char* const group = "Monitor";
-  app.add_flag("--monitor{window}", m_monitor,
-               "window: pictures in a window; virtual: the same without one; none. A window is the rule "
-               "where there is a display and no file is written")
+  app.add_flag("--monitor{window}", m_monitor, "window, virtual or none: see below")
       ->type_name("[=KIND]")
-      ->group(group);
-  app.add_option("--sound", m_sound,
-                 "system: the machine's sound card; virtual: a sound card in name only; none; or a .wav file "
-                 "that takes what would be heard. The rule: system with a window, else virtual")
+      ->group("Monitor");
+  app.add_option("--sound", m_sound, "system, virtual, none or a .wav file: see below")
       ->type_name("KIND")
-      ->group(group);
+      ->group("Monitor");
 }
 
-std::optional<MonitorOptions> MonitorArguments::Chosen(bool byDefault) const {
-  std::string kind = m_monitor;
-  if (kind.empty()) kind = byDefault && Window::HasDisplay() ? "window" : "none";
+std::optional<MonitorOptions> MonitorArguments::Chosen(const std::string& rule) const {
+  const std::string& kind = m_monitor.empty() ? rule : m_monitor;
   if (kind == "none") {
     if (!m_sound.empty()) throw UsageError("--sound: there is no monitor to play it (--monitor=virtual)");
     return std::nullopt;

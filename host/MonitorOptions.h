@@ -17,15 +17,18 @@ struct MonitorOptions {
   std::string soundPath;  // with Virtual: what is heard, written; empty: it is not
 };
 
+// For the foot of a help text.
+extern const char kMonitorHelp[];
+
 // The options --monitor and --sound, for every command that has a monitor. Alive until the command line
 // has been parsed.
 class MonitorArguments {
  public:
   explicit MonitorArguments(CLI::App& app);
 
-  // What was asked for. Nothing was: a window where there is a display and byDefault says so. Throws
+  // What was asked for; where nothing was, the kind that is the rule: window, virtual or none. Throws
   // UsageError.
-  std::optional<MonitorOptions> Chosen(bool byDefault) const;
+  std::optional<MonitorOptions> Chosen(const std::string& rule) const;
 
  private:
   std::string m_monitor;  // empty: not given

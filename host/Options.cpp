@@ -7,6 +7,7 @@
 #include "host/FrameRate.h"
 #include "host/Number.h"
 #include "host/UsageError.h"
+#include "host/Window.h"
 
 namespace rkplay {
 namespace {
@@ -20,6 +21,9 @@ constexpr char kDescription[] =
     "Plays clip lists through an output channel, one after the other without a gap.";
 
 constexpr char kClipHelp[] = "A clip list, NAME[@IN-OUT][*N]: see below";
+
+constexpr char kMonitorRule[] =
+    "The rule is a window where there is a display and no pictures or sound are written, else none.\n\n";
 
 constexpr char kFooter[] = R"(Clip lists, NAME[@IN-OUT][*N]:
   NAME      a media file;
@@ -144,7 +148,7 @@ std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
   Options options;
   CLI::App app(kDescription, "rkplay");
   app.get_formatter()->column_width(28);
-  app.footer(kFooter);
+  app.footer(std::string(kMonitorHelp) + kMonitorRule + kFooter);
   app.set_version_flag("--version", "rkplay " RKPLAY_VERSION);
   app.add_option("CLIP", options.clips, kClipHelp)->required()->type_name("");
   AddFormatOptions(app, options.format);
@@ -160,7 +164,8 @@ std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
     throw UsageError(error.what());
   }
   RefuseEmptyPaths(options, app);
-  options.monitor = monitor.Chosen(options.videoPath.empty() && options.audioPath.empty());
+  const bool writesFiles = !options.videoPath.empty() || !options.audioPath.empty();
+  options.monitor = monitor.Chosen(Window::HasDisplay() && !writesFiles ? "window" : "none");
   return options;
 }
 

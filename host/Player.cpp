@@ -154,7 +154,7 @@ bool Player::_HandOn(IRkAVPlaySample& sample) {
   ++m_played.back().frames;
   if (++result.deliveredFrames == result.announcedFrames) m_unread = _List().CountReadErrors(m_played);
   _NoteWhatWasSeen();
-  m_progress.FrameDelivered(m_position);
+  m_progress.FramesDelivered(1, m_position);
   return true;
 }
 

@@ -58,21 +58,11 @@ Player::Wish Player::_ReadKeys() {
   return wish;
 }
 
-// Single frames are for looking at: they hold the list.
 void Player::_Move(Wish& wish, Key key) const {
   const int rate = m_programme.format.video.frameRate;
-  const auto second = static_cast<long long>(RkFramesPerSecond(rate) + 0.5);
-  const long long last = static_cast<long long>(_List().frameCount) - 1;
-  long long position = wish.position;
-  if (key == Key::FrameBack) --position;
-  if (key == Key::FrameForward) ++position;
-  if (key == Key::SecondBack) position -= second;
-  if (key == Key::SecondForward) position += second;
-  if (key == Key::First) position = 0;
-  if (key == Key::Last) position = last;
-  wish.position = static_cast<UINT>(std::clamp(position, 0ll, last));
+  wish.position = MovedBy(key, wish.position, _List().frameCount, rate).value_or(wish.position);
   wish.moves = true;
-  wish.paused = wish.paused || key == Key::FrameBack || key == Key::FrameForward;
+  wish.paused = wish.paused || HoldsOnFrame(key);
 }
 
 void Player::_Hold(const Wish& wish) {

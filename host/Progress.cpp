@@ -39,8 +39,8 @@ void Progress::ListBegins(size_t index, const ClipList& list) {
   _Show(m_list + "begins, " + (announced ? Frames(m_frameRate, *announced) : "endless") + "  " + m_title);
 }
 
-void Progress::FrameDelivered(UINT position) {
-  ++m_framesInAll;
+void Progress::FramesDelivered(ULONGLONG count, UINT position) {
+  m_framesInAll += count;
   m_position = position;
   if (IsDue()) _Show(_Position());
 }

@@ -16,8 +16,8 @@ class Progress {
   Progress(int frameRate, size_t listCount);
 
   void ListBegins(size_t index, const ClipList& list);
-  // `position`: of the frame, in the list.
-  void FrameDelivered(UINT position);
+  // `position`: of the last of them, in the list.
+  void FramesDelivered(ULONGLONG count, UINT position);
   // The frame on screen stands.
   void Paused(UINT position);
   void AwaitsTake();

@@ -21,6 +21,10 @@ class ReadErrors final : public CRkUnknown<IRkMediaReadSink> {
     if (m_firstReason.empty()) m_firstReason = reason;
   }
 
+  bool Has(UINT offset) const {
+    CRkScopedLock lock(m_lock);
+    return m_offsets.count(offset) != 0;
+  }
   std::set<UINT> Offsets() const {
     CRkScopedLock lock(m_lock);
     return m_offsets;

@@ -69,16 +69,6 @@ Json ToJson(const Presentation& seen) {
           {"worstOffsetMs", OrNull(seen.worstOffsetMs)}};
 }
 
-void PrintSeen(const Presentation& seen, std::FILE* out) {
-  std::fprintf(out, "shown         %llu frames, %llu passed over late, %llu shown more than once\n",
-               seen.shown, seen.passedOver, seen.repeated);
-  if (!seen.medianOffsetMs || !seen.worstOffsetMs) return;
-  std::fprintf(out,
-               "sound         ahead of the picture by %.1f ms (median), %.1f ms at worst; %llu frames of "
-               "silence\n",
-               *seen.medianOffsetMs, *seen.worstOffsetMs, seen.silenceFrames);
-}
-
 void PrintList(const ListResult& list, size_t number, std::FILE* out) {
   const std::string announced = list.announcedFrames ? std::to_string(*list.announcedFrames) : "endless";
   char wait[32] = "-";
@@ -123,6 +113,16 @@ double Statistics::Speed() const {
 int Statistics::ExitCode() const {
   if (!errors.empty()) return 1;
   return stopSignal == 0 ? 0 : 128 + stopSignal;
+}
+
+void PrintSeen(const Presentation& seen, std::FILE* out) {
+  std::fprintf(out, "shown         %llu frames, %llu passed over late, %llu shown more than once\n",
+               seen.shown, seen.passedOver, seen.repeated);
+  if (!seen.medianOffsetMs || !seen.worstOffsetMs) return;
+  std::fprintf(out,
+               "sound         ahead of the picture by %.1f ms (median), %.1f ms at worst; %llu frames of "
+               "silence\n",
+               *seen.medianOffsetMs, *seen.worstOffsetMs, seen.silenceFrames);
 }
 
 void PrintSummary(const Statistics& statistics, std::FILE* out) {

@@ -45,6 +45,7 @@ struct Statistics {
   int ExitCode() const;
 };
 
+void PrintSeen(const Presentation& seen, std::FILE* out);
 void PrintSummary(const Statistics& statistics, std::FILE* out);
 std::string ToJson(const Statistics& statistics);
 

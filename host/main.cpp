@@ -1,13 +1,15 @@
-// rkplay: plays clip lists through an output channel.
+// rkplay: plays clip lists through an output channel; previews one clip.
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "contracts/RkLogAPI.h"
 #include "host/ClipLoader.h"
 #include "host/Options.h"
 #include "host/Player.h"
+#include "host/PreviewCommand.h"
+#include "host/PrintError.h"
 #include "host/StopSignals.h"
 #include "host/UsageError.h"
 
@@ -15,13 +17,6 @@ namespace rkplay {
 namespace {
 
 constexpr int kUsageStatus = 2;
-
-// One line, whatever a file name may hold.
-void PrintError(std::string line) {
-  std::replace_if(
-      line.begin(), line.end(), [](unsigned char letter) { return letter < ' '; }, '?');
-  std::fprintf(stderr, "rkplay: %s\n", line.c_str());
-}
 
 int Play(const Options& options) {
   Programme programme = LoadProgramme(options);
@@ -62,6 +57,9 @@ int Play(const Options& options) {
 
 int main(int argumentCount, char** arguments) {
   try {
+    if (argumentCount > 1 && std::string_view(arguments[1]) == "preview") {
+      return rkplay::RunPreview(argumentCount - 1, arguments + 1);
+    }
     const auto options = rkplay::ParseOptions(argumentCount, arguments);
     if (!options) return 0;
     return rkplay::Play(*options);
