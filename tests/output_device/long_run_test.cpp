@@ -1,0 +1,171 @@
+// A day of play at simulated time: the clock is turned by hand, the renderer keeps only the count.
+// RK_SIMULATED_FRAMES plays another number of frames, in thousands (2610 are a day at 29.97).
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+
+#include "output_device/CRkAudioFeed.h"
+#include "output_device/CRkVideoRun.h"
+#include "tests/output_device/DeviceFakes.h"
+
+namespace {
+
+constexpr int kLead = 5;
+constexpr UINT kAhead = 8;  // frames that the host is ahead of the clock
+constexpr DWORD kSamplesPerSecond = 48000;
+constexpr DWORD kBytesPerSample = 4;
+
+// Checks that the stream has no gap and that no frame's sound strays from its frame's time.
+class CCountingRenderer : public CFake<IRkAudioDirectSound> {
+ public:
+  explicit CCountingRenderer(SRkFrameRateFraction rate) : m_rate(rate) {}
+
+  double positionMs = 0.0;
+  ULONGLONG frames = 0;
+  ULONGLONG bytes = 0;
+  ULONGLONG faults = 0;
+
+  void Reset() override {}
+  void Stop() override {}
+  BOOL Play() override { return TRUE; }
+  void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) override {
+    SRkAudioSampleInfo info = {};
+    audio->GetInfo(&info);
+    // The samples before frame n, in 1/numerator, lie between the exact time and one sample away.
+    const ULONGLONG exact = frames * kSamplesPerSecond * m_rate.denominator;
+    const ULONGLONG actual = writePosition / kBytesPerSample * m_rate.numerator;
+    const ULONGLONG strays = actual > exact ? actual - exact : exact - actual;
+    if (writePosition != bytes || strays >= m_rate.numerator) ++faults;
+    bytes += info.dataLength;
+    ++frames;
+  }
+  void SetNotifyInterval(double) override {}
+  BOOL WaitForNotify(UINT) override { return TRUE; }
+  double GetBufferDuration() override { return 1000.0; }
+  void GetPlayPosition(double* position) override { *position = positionMs; }
+
+ private:
+  const SRkFrameRateFraction m_rate;
+};
+
+class CCountingCallback : public CFake<IRkSoftwareOutputCallback> {
+ public:
+  UINT due = 0;
+  ULONGLONG shown = 0;
+  ULONGLONG faults = 0;
+
+  void OnPlay() override {}
+  void OnAudioSample(IRkAudioSample*, IRkUnknown*) override {}
+  void OnVideoSample(IRkVideoSample* video) override {
+    ++shown;
+    if (video->GetFrameIndex() != due) ++faults;
+  }
+  void OnStop() override {}
+};
+
+// The host's side: the same few samples go round, each with the sound of its frame's exact length.
+class CFrames {
+ public:
+  explicit CFrames(ERkFrameRate rate) : m_rate(rate) {
+    for (auto& slot : m_slots) {
+      slot.block = MakeBlock(2, 16, 2048, 0, 0);
+      slot.sample = MakeSample({slot.block});
+      slot.video = MakeVideo(0);
+    }
+  }
+  void Submit(UINT frame, CRkSampleQueue& audio, CRkSampleQueue& video, CRkShownFrame& shown) {
+    const auto& slot = m_slots[frame % m_slots.size()];
+    const auto count = RkAudioUtils::GetAudioSampleCounts(kSamplesPerSecond, m_rate, frame, 1);
+    slot.block->SetSampleCount(static_cast<DWORD>(count));
+    slot.video->SetFrameIndex(frame);
+    CRkRef<IRkUnknown> dropped;
+    audio.Push(slot.sample.Get(), dropped.Out());
+    video.Push(slot.video.Get(), dropped.Out());
+    shown.CountSubmitted();
+  }
+
+ private:
+  struct SSlot {
+    CRkRef<IRkAudioSample> block;
+    CRkRef<IRkAVPlaySample> sample;
+    CRkRef<IRkVideoSample> video;
+  };
+  const ERkFrameRate m_rate;
+  std::array<SSlot, 2 * kAhead> m_slots;
+};
+
+class long_run : public testing::TestWithParam<ERkFrameRate> {};
+
+TEST_P(long_run, keeps_frames_samples_and_their_offset_exact) {
+  const SRkFrameRateFraction rate = kRkFrameRates[GetParam()];
+  const char* const asked = std::getenv("RK_SIMULATED_FRAMES");
+  // Whole seconds of the rate's own unit, so that the samples come out even.
+  const ULONGLONG thousands = asked != nullptr ? std::strtoull(asked, nullptr, 10) : 300;
+  const UINT frames = static_cast<UINT>(std::max(thousands * 1000 / rate.numerator, 1ull) * rate.numerator);
+
+  const auto renderer = MakeFake<CCountingRenderer>(rate);
+  const auto sink = MakeFake<CCountingCallback>();
+  const auto marker = MakeVideo(0);
+  CRkDeviceCallback callback;
+  callback.Set(sink.Get());
+  CRkSampleQueue audioQueue, videoQueue;
+  CRkShownFrame shown;
+  CRkAudioFrameBuilder builder;
+  ASSERT_TRUE(audioQueue.Create(64) && videoQueue.Create(64) && shown.Create());
+  ASSERT_TRUE(builder.Configure(kTestAudio, 2, GetParam()));
+  shown.BeginRun();
+  CRkAudioFeed feed(*renderer, builder, audioQueue, shown, callback, RkFrameDurationMs(GetParam()), kLead);
+  CRkVideoRun video(videoQueue, shown, callback, marker.Get());
+  const CRkHandle exit = CRkHandle::ManualResetEvent();
+  CFrames host(GetParam());
+
+  UINT submitted = 0;
+  UINT jitter = 1;
+  ULONGLONG wraps = 0;
+  for (UINT frame = 0; frame + kAhead < frames; ++frame) {
+    while (submitted < frame + kAhead) host.Submit(submitted++, audioQueue, videoQueue, shown);
+    // Somewhere within the frame, in nanoseconds.
+    jitter = jitter * 1664525 + 1013904223;
+    const ULONGLONG within = 20 + (jitter >> 16) % 960;                     // thousandths
+    const ULONGLONG units = (frame * 1000ull + within) * rate.denominator;  // 1/(1000 numerator) s
+    const ULONGLONG ns =
+        units / rate.numerator * 1'000'000 + units % rate.numerator * 1'000'000 / rate.numerator;
+    const double positionMs = static_cast<double>(ns % 1'000'000'000) / 1e6;
+    if (positionMs < renderer->positionMs) ++wraps;
+    renderer->positionMs = positionMs;
+    feed.Pass(exit);
+    sink->due = frame;
+    video.FramePass();
+    ASSERT_EQ(shown.Get(), frame);
+    ASSERT_EQ(sink->shown, frame + 1ull);
+  }
+  EXPECT_EQ(sink->faults, 0u);
+  EXPECT_EQ(renderer->faults, 0u);
+  const ULONGLONG seconds = static_cast<ULONGLONG>(frames) * rate.denominator / rate.numerator;
+  EXPECT_NEAR(static_cast<double>(wraps), static_cast<double>(seconds), 1.0);
+  // The last frames that were submitted are still to be written; with them the samples are whole seconds.
+  const auto rest =
+      RkAudioUtils::GetAudioSampleCounts(kSamplesPerSecond, GetParam(), static_cast<UINT>(renderer->frames),
+                                         frames - static_cast<UINT>(renderer->frames));
+  EXPECT_EQ(renderer->bytes / kBytesPerSample + static_cast<ULONGLONG>(rest), seconds * kSamplesPerSecond);
+}
+
+INSTANTIATE_TEST_SUITE_P(rates, long_run, testing::Values(RkFrameRate_29_97, RkFrameRate_59_94));
+
+TEST(shown_frame, counts_on_to_the_end_of_32_bits) {
+  CRkShownFrame shown;
+  ASSERT_TRUE(shown.Create());
+  shown.BeginRun();
+  shown.CountSubmitted();
+  for (UINT clock = 0xFFFFFFF0u; clock != 5; ++clock) {
+    shown.AdvanceTo(clock);
+    EXPECT_EQ(shown.Get(), 0u);  // the newest stays due, however far the clock has run
+  }
+  shown.CountSubmitted();
+  shown.AdvanceTo(5);
+  EXPECT_EQ(shown.Get(), 1u);
+}
+
+}  // namespace
