@@ -64,6 +64,7 @@ BOOL CRkClipSourcePlayer::SetTrimInfo(IRkClipTrimInfo* info) {
     m_trimInfo->CopyFrom(info);
   } else {
     m_trimInfo = CRkRef<IRkClipTrimInfo>::Adopt(info->Clone());
+    if (!m_trimInfo) return FALSE;
   }
   _TakeOverRanges();
   return TRUE;

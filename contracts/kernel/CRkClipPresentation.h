@@ -6,6 +6,7 @@
 
 #include "contracts/CRkRef.h"
 #include "contracts/RkClipCore.h"
+#include "contracts/RkWithinMemory.h"
 #include "platform/CRkCriticalSection.h"
 
 // What a clip element shows of its source, and where: its mode, its trim information, the offsets that
@@ -38,9 +39,10 @@ class CRkClipPresentation {
     return m_timelineStart;
   }
 
-  // Null, or information without ranges, presents the whole source.
+  // Null, or information without ranges, presents the whole source. Without memory nothing changes.
   void SetTrimInfo(IRkClipTrimInfo* info) {
-    std::vector<SRkRun> runs = _RunsOf(info);
+    std::vector<SRkRun> runs;
+    if (!RkWithinMemory([&] { runs = _RunsOf(info); })) return;
     const UINT count = runs.empty() ? 0 : runs.back().firstOffset + runs.back().count;
     CRkRef<IRkClipTrimInfo> held = CRkRef<IRkClipTrimInfo>::Retain(info);
     CRkScopedLock lock(m_lock);

@@ -4,6 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "contracts/RkWithinMemory.h"
+
 namespace {
 
 // A total must not be the value that stands for no position.
@@ -30,7 +32,10 @@ BOOL CRkClipElementList::InsertElement(UINT index, IRkClipElement* element) {
   CRkScopedLock lock(m_lock);
   if (index > m_elements.size() || _IndexOf(element) >= 0) return FALSE;
   if (_TellStarts(m_elements.size()) + element->GetFrameCount() > kMaximumFrames) return FALSE;
-  m_elements.insert(m_elements.begin() + index, CRkRef<IRkClipElement>::Retain(element));
+  const auto insert = [this, index, element]() RK_REQUIRES(m_lock) {
+    m_elements.insert(m_elements.begin() + index, CRkRef<IRkClipElement>::Retain(element));
+  };
+  if (!RkWithinMemory(insert)) return FALSE;
   _TellStarts(m_elements.size());
   return TRUE;
 }

@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "contracts/RkWithinMemory.h"
+
 bool CRkClipTrimInfo::AreValid(const Ranges& ranges) {
   ULONGLONG previousOut = 0;
   for (const SRkTrimInOut& range : ranges) {
@@ -12,28 +14,41 @@ bool CRkClipTrimInfo::AreValid(const Ranges& ranges) {
 }
 
 IRkClipTrimInfo* CRkClipTrimInfo::Clone() {
-  CRkScopedLock lock(m_lock);
-  return new (std::nothrow) CRkClipTrimInfo(m_ranges);
+  Ranges ranges;
+  {
+    CRkScopedLock lock(m_lock);
+    if (!RkWithinMemory([this, &ranges]() RK_REQUIRES(m_lock) { ranges = m_ranges; })) return nullptr;
+  }
+  auto* const clone = new (std::nothrow) CRkClipTrimInfo;
+  if (clone != nullptr) clone->_Take(ranges);
+  return clone;
 }
 
 void CRkClipTrimInfo::CopyFrom(IRkClipTrimInfo* source) {
   if (source == nullptr) return;
   Ranges ranges;
   source->GetTrimInOuts(ranges);
-  if (!AreValid(ranges)) return;
+  if (AreValid(ranges)) _Take(ranges);
+}
+
+void CRkClipTrimInfo::_Take(Ranges& ranges) {
   CRkScopedLock lock(m_lock);
   m_ranges.swap(ranges);
 }
 
 void CRkClipTrimInfo::GetTrimInOuts(Ranges& ranges) {
   CRkScopedLock lock(m_lock);
-  ranges.insert(ranges.end(), m_ranges.begin(), m_ranges.end());
+  RkWithinMemory([this, &ranges]()
+                     RK_REQUIRES(m_lock) { ranges.insert(ranges.end(), m_ranges.begin(), m_ranges.end()); });
 }
 
 int RkCreateClipTrimInfo(const CRkClipTrimInfo::Ranges& ranges, IRkClipTrimInfo** info) {
   if (info == nullptr || !CRkClipTrimInfo::AreValid(ranges)) return 0;
-  CRkClipTrimInfo* created = new (std::nothrow) CRkClipTrimInfo(ranges);
+  CRkClipTrimInfo::Ranges copy;
+  if (!RkWithinMemory([&] { copy = ranges; })) return 0;
+  auto* const created = new (std::nothrow) CRkClipTrimInfo;
   if (created == nullptr) return 0;
+  created->_Take(copy);
   *info = created;
   return 1;
 }

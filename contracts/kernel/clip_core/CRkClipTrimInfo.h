@@ -15,10 +15,11 @@ class CRkClipTrimInfo final : public CRkUnknown<IRkClipTrimInfo> {
   // Ascending, without overlap, each in <= out.
   static bool AreValid(const Ranges& ranges);
 
-  explicit CRkClipTrimInfo(const Ranges& ranges) : m_ranges(ranges) {}
+  // In place of its own; they are valid.
+  void _Take(Ranges& ranges);
 
   IRkClipTrimInfo* Clone() override;
-  // Nothing changes when the source is null or its ranges are not valid.
+  // Nothing changes when the source is null, or its ranges are not valid.
   void CopyFrom(IRkClipTrimInfo* source) override;
   void GetTrimInOuts(Ranges& ranges) override;
 

@@ -12,7 +12,7 @@ BOOL CRkPatternClipElement::Open(IRkPlayBufferPool* pool, UINT reserved, const S
   m_hasAudio = format->audio.channels > 0;
   if (m_hasAudio) {
     if (!CRkPatternTone::IsSupported(format->audio, format->video.frameRate)) return FALSE;
-    m_tone.Prepare(format->audio, format->video.frameRate);
+    if (!m_tone.Prepare(format->audio, format->video.frameRate)) return FALSE;
   }
   if (!m_picture.Prepare(format->video)) return FALSE;
   m_pool = CRkRef<IRkPlayBufferPool>::Retain(pool);
@@ -47,7 +47,7 @@ BOOL CRkPatternClipElement::_ReadFrame(UINT, UINT position, IRkAVPlaySample** sa
 
 int RkCreatePatternClipElement(UINT frameCount, IRkClipElement** element) {
   if (frameCount == 0 || element == nullptr) return 0;
-  CRkPatternClipElement* created = new (std::nothrow) CRkPatternClipElement(frameCount);
+  auto* const created = RkTryNew<CRkPatternClipElement>(frameCount);
   if (created == nullptr) return 0;
   *element = created;
   return 1;

@@ -8,6 +8,7 @@
 #include "contracts/CRkRef.h"
 #include "contracts/RkAVUtils.h"
 #include "contracts/RkKernel.h"
+#include "contracts/RkWithinMemory.h"
 
 namespace {
 
@@ -33,12 +34,13 @@ bool CRkPatternTone::IsSupported(const SRkWaveFormatInfo& audio, int frameRate) 
   return longest * audio.channels * (bits / 8) <= 0x7FFFFFFF;
 }
 
-void CRkPatternTone::Prepare(const SRkWaveFormatInfo& audio, int frameRate) {
+bool CRkPatternTone::Prepare(const SRkWaveFormatInfo& audio, int frameRate) {
   m_format = RkMakeWaveFormat(audio.channels, audio.samplesPerSecond, audio.bitsPerSample);
   m_frameRate = static_cast<ERkFrameRate>(frameRate);
   const DWORD samples = std::max(kShortestPeriod, (m_format.samplesPerSecond + kFrequency / 2) / kFrequency);
   const int sampleBytes = m_format.bitsPerSample / 8;
-  m_period.resize(static_cast<size_t>(samples) * m_format.blockAlign);
+  const size_t bytes = static_cast<size_t>(samples) * m_format.blockAlign;
+  if (!RkWithinMemory([&] { m_period.resize(bytes); })) return false;
   BYTE* next = m_period.data();
   for (DWORD index = 0; index < samples; ++index) {
     const double wave = std::sin(2 * std::numbers::pi * index / samples);
@@ -46,6 +48,7 @@ void CRkPatternTone::Prepare(const SRkWaveFormatInfo& audio, int frameRate) {
     for (int channel = 0; channel < m_format.channels; ++channel, next += sampleBytes)
       std::memcpy(next, &sample, sampleBytes);
   }
+  return true;
 }
 
 bool CRkPatternTone::Play(UINT position, IRkAudioSample** block) const {

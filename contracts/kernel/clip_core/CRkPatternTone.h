@@ -15,7 +15,8 @@ class CRkPatternTone {
   // per second on.
   static bool IsSupported(const SRkWaveFormatInfo& audio, int frameRate);
 
-  void Prepare(const SRkWaveFormatInfo& audio, int frameRate);
+  // False without memory.
+  bool Prepare(const SRkWaveFormatInfo& audio, int frameRate);
 
   // The frame's exact share of the timeline's audio, one block with all channels. False when there is no
   // memory.

@@ -1,7 +1,6 @@
 #include "contracts/kernel/kernel/CRkAVPlaySample.h"
 
-#include <new>
-
+#include "contracts/RkWithinMemory.h"
 #include "contracts/kernel/kernel/CRkVideoSample.h"
 
 void CRkAVPlaySample::SetVideoSample(IRkVideoSample* video) {
@@ -15,11 +14,7 @@ void CRkAVPlaySample::SetAudioSample(UINT block, IRkAudioSample* audio) {
   } else if (block < m_audio.size()) {
     m_audio[block] = CRkRef<IRkAudioSample>::Retain(audio);
   } else {
-    try {
-      m_audio.push_back(CRkRef<IRkAudioSample>::Retain(audio));
-    } catch (const std::bad_alloc&) {
-      return;
-    }
+    RkWithinMemory([&] { m_audio.push_back(CRkRef<IRkAudioSample>::Retain(audio)); });
   }
 }
 

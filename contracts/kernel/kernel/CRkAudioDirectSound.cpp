@@ -5,7 +5,6 @@
 #include <limits>
 #include <new>
 #include <utility>
-#include <vector>
 
 #include "contracts/RkLogLine.h"
 #include "contracts/kernel/kernel/CRkUserAudioSample.h"
@@ -58,6 +57,7 @@ CRkAudioDirectSound::CRkAudioDirectSound(const SRkWaveFormatInfo& format, DWORD 
       m_clock(clock),
       m_ring(spanFrames * format.blockAlign, SilentByte(format)),
       m_position(format.samplesPerSecond),
+      m_restPart(static_cast<size_t>(kRestStepFrames) * format.blockAlign),
       m_output(std::move(output)) {}
 
 CRkAudioDirectSound::~CRkAudioDirectSound() {
@@ -137,16 +137,15 @@ void CRkAudioDirectSound::_WaitUntilPlayedOut() {
 }
 
 void CRkAudioDirectSound::_HandOverRest() {
-  std::vector<BYTE> part(static_cast<size_t>(kRestStepFrames) * m_format.blockAlign);
   while (true) {
     DWORD bytes = 0;
     {
       CRkScopedLock lock(m_lock);
-      bytes = static_cast<DWORD>(std::min<ULONGLONG>(m_ring.Rest(), part.size()));
-      m_ring.Read(part.data(), bytes);
+      bytes = static_cast<DWORD>(std::min<ULONGLONG>(m_ring.Rest(), m_restPart.size()));
+      m_ring.Read(m_restPart.data(), bytes);
     }
     if (bytes == 0) return;
-    _Hear(part.data(), bytes);
+    _Hear(m_restPart.data(), bytes);
   }
 }
 

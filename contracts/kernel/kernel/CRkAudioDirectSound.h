@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "contracts/CRkRef.h"
 #include "contracts/CRkUnknown.h"
@@ -77,6 +78,7 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   CRkNotifyTimer m_notify RK_GUARDED_BY(m_lock);
   double m_heardFrames RK_GUARDED_BY(m_lock) = 0.0;  // as last read; stands while nothing plays
   bool m_lossLogged RK_GUARDED_BY(m_lock) = false;
+  std::vector<BYTE> m_restPart RK_GUARDED_BY(m_control);
 
   std::unique_ptr<IRkSoundOutput> m_output;
 };

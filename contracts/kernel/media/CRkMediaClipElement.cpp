@@ -1,12 +1,12 @@
 #include "contracts/kernel/media/CRkMediaClipElement.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 #include <vector>
 
 #include "contracts/RkAVUtils.h"
 #include "contracts/RkKernel.h"
+#include "contracts/RkWithinMemory.h"
 
 namespace {
 
@@ -44,24 +44,27 @@ BOOL CRkMediaClipElement::Open(IRkPlayBufferPool* pool, UINT reserved, const SRk
   const bool wantsSound = format->audio.channels > 0;
   if (wantsSound && !IsSupported(format->audio)) return FALSE;
   m_format = *format;
-  m_scaler.emplace(format->video, pool);
-  m_lastVideo = m_scaler->Black();
-  bool opened = static_cast<bool>(m_lastVideo);
-  std::string reason;
-  if (opened && m_source->hasVideo) {
-    m_pictures.emplace();
-    opened = m_pictures->Open(m_source->path, &m_source->pictures, reason);
-  }
-  if (opened && m_source->hasAudio && wantsSound) {
-    m_sound.emplace(format->audio);
-    opened = m_sound->Open(*m_source, reason);
-  }
-  if (!opened) {
+  bool opened = false;
+  if (!RkWithinMemory([&] { opened = _OpenReaders(pool); }) || !opened) {
     Close();
     return FALSE;
   }
   SeekTo(0);
   return TRUE;
+}
+
+bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
+  std::string reason;
+  m_scaler.emplace(m_format.video, pool);
+  m_lastVideo = m_scaler->Black();
+  if (!m_lastVideo) return false;
+  if (m_source->hasVideo) {
+    m_pictures.emplace();
+    if (!m_pictures->Open(m_source->path, &m_source->pictures, reason)) return false;
+  }
+  if (!m_source->hasAudio || m_format.audio.channels <= 0) return true;
+  m_sound.emplace(m_format.audio);
+  return m_sound->Open(*m_source, reason);
 }
 
 void CRkMediaClipElement::Close() {
@@ -73,6 +76,12 @@ void CRkMediaClipElement::Close() {
 }
 
 BOOL CRkMediaClipElement::_ReadFrame(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) {
+  BOOL read = FALSE;
+  RkWithinMemory([&] { read = _Read(sourceFrame, position, sample); });
+  return read;
+}
+
+BOOL CRkMediaClipElement::_Read(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) {
   if (!m_scaler) return FALSE;
   std::string damage;
   const CRkRef<IRkVideoSample> video = _ReadPicture(sourceFrame, &damage);
@@ -157,14 +166,18 @@ int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* 
     reason = "no path, no element or no frame rate";
     return 0;
   }
-  auto source = std::make_shared<SRkMediaSource>();
-  if (!RkProbeMedia(path, source.get(), nullptr, reason)) return 0;
-  if (source->FrameCount(frameRate) == 0) {
-    reason = "it is empty";
-    return 0;
-  }
-  *element = new (std::nothrow) CRkMediaClipElement(std::move(source), frameRate, sink);
-  if (*element != nullptr) return 1;
-  reason = "out of memory";
-  return 0;
+  CRkRef<CRkMediaClipElement> created;
+  const bool within = RkWithinMemory([&] {
+    auto source = std::make_shared<SRkMediaSource>();
+    if (!RkProbeMedia(path, source.get(), nullptr, reason)) return;
+    if (source->FrameCount(frameRate) == 0) {
+      reason = "it is empty";
+      return;
+    }
+    created = CRkRef<CRkMediaClipElement>::Adopt(new CRkMediaClipElement(std::move(source), frameRate, sink));
+  });
+  if (!within) reason = "out of memory";  // needs none
+  if (!created) return 0;
+  *element = created.Detach();
+  return 1;
 }

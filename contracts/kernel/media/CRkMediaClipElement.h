@@ -23,7 +23,9 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   void Close() override;
 
  private:
+  bool _OpenReaders(IRkPlayBufferPool* pool);
   BOOL _ReadFrame(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) override;
+  BOOL _Read(UINT sourceFrame, UINT position, IRkAVPlaySample** sample);
   CRkRef<IRkVideoSample> _ReadPicture(UINT sourceFrame, std::string* damage);
   CRkRef<IRkAudioSample> _ReadSound(UINT sourceFrame, UINT position);
   UINT _RangeStart(UINT sourceFrame);

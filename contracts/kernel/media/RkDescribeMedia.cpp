@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "contracts/RkMediaElement.h"
+#include "contracts/RkWithinMemory.h"
 #include "contracts/kernel/media/SRkMediaSource.h"
 
 extern "C" {
@@ -68,7 +69,9 @@ int RkDescribeMedia(const char* path, SRkMediaDescription* description, std::str
   }
   SRkMediaSource source;
   SRkMediaLook look;
-  if (!RkProbeMedia(path, &source, &look, reason)) return 0;
+  int probed = 0;
+  if (!RkWithinMemory([&] { probed = RkProbeMedia(path, &source, &look, reason); })) reason = "out of memory";
+  if (!probed) return 0;
   *description = {};
   description->format.video = source.hasVideo ? DescribePictures(look) : DescribeBlack();
   if (source.hasAudio) {

@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include "contracts/RkAVUtils.h"
+#include "tests/module/Faults.h"
+#include "tests/support/RkFakes.h"
+
+namespace {
+
+// Runs the work with its first, second, ... creation failing until none is left to fail. It says whether
+// it succeeded; nothing may escape from it, and nothing may stay alive.
+void FailEach(const char* what, const std::function<bool()>& work) {
+  EXPECT_TRUE(work()) << what;  // also warms up what is made once
+  for (int n = 0;; ++n) {
+    SCOPED_TRACE(testing::Message() << what << ", creation " << n);
+    const int handles = LiveHandles();
+    const int blocks = LiveBlocks();
+    FailCreation(n);
+    bool succeeded = false;
+    EXPECT_NO_THROW(succeeded = work());
+    const bool failed = EndFailing() > n;
+    EXPECT_TRUE(failed || succeeded) << "fails with all its memory";
+    EXPECT_EQ(LiveHandles(), handles);
+    EXPECT_EQ(LiveBlocks(), blocks);
+    if (!failed || testing::Test::HasFailure()) return;
+  }
+}
+
+template <class Interface, class Create>
+CRkRef<Interface> Made(Create create) {
+  CRkRef<Interface> made;
+  create(made.Out());
+  return made;
+}
+
+using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
+const SRkClipFormat kFormat = {kTestAudio, kTestVideo};
+
+CRkRef<IRkClipElement> Pattern(UINT frames) {
+  return Made<IRkClipElement>([&](auto** out) { return RkCreatePatternClipElement(frames, out); });
+}
+
+TEST(memory, that_runs_out_in_the_clip_core_is_a_refusal) {
+  const Ranges ranges = {{2, 5}, {7, 9}};
+  FailEach("list", [] {
+    const auto list = Made<IRkClipElementList>([](auto** out) { return RkCreateClipElementList(out); });
+    bool inserted = static_cast<bool>(list);
+    for (UINT i = 0; inserted && i < 5; ++i) {
+      const auto element = Pattern(10);
+      inserted = list->InsertElement(i, element.Get()) != FALSE;
+      EXPECT_EQ(list->GetCount(), static_cast<int>(inserted ? i + 1 : i));
+    }
+    return inserted;
+  });
+  FailEach("trim information", [&] {
+    const auto info = Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
+    const auto clone = CRkRef<IRkClipTrimInfo>::Adopt(info ? info->Clone() : nullptr);
+    return static_cast<bool>(clone);
+  });
+  FailEach("pattern", [&] {
+    const auto element = Pattern(10);
+    const auto info = Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
+    if (!element || !info) return false;
+    element->SetTrimInfo(info.Get());
+    const bool trimmed = element->GetFrameCount() == 5;
+    CRkRef<IRkAVPlaySample> sample;
+    const bool read = element->Open(nullptr, 0, &kFormat) && element->ReadNextSample(sample.Out());
+    element->Close();
+    return trimmed && read;
+  });
+}
+
+TEST(memory, that_runs_out_in_the_kernel_is_a_refusal) {
+  FailEach("pool", [] {
+    const auto pool = Made<IRkAVPlaySamplePool>([](auto** out) { return RkCreateAVPlaySamplePool(2, out); });
+    if (!pool) return false;
+    const auto copy = Made<IRkAVPlaySample>([&](auto** out) { pool->GetAVPlaySample(0, out); });
+    const auto source = Made<IRkAVPlaySample>([](auto** out) { return RkCreateAVPlaySample(out); });
+    const auto video = Made<IRkVideoSample>([](auto** out) { return RkCreateVideoSample(out); });
+    const auto sound = Made<IRkAudioSample>(
+        [](auto** out) { return RkCreateUserAudioSample(kTestAudio, nullptr, 1920, out); });
+    if (!copy || !source || !video || !sound) return false;
+    source->SetVideoSample(video.Get());
+    source->SetAudioSample(0, sound.Get());
+    source->CopyTo(copy.Get());
+    const auto seen = Made<IRkVideoSample>([&](auto** out) { copy->GetVideoSample(out); });
+    const auto heard = Made<IRkAudioSample>([&](auto** out) { copy->GetAudioSample(0, 0, out); });
+    return seen && heard;
+  });
+  FailEach("clock", [] {
+    return static_cast<bool>(Made<IRkSoftRefClock>([](auto** out) { return RkCreateSoftRefClock(out); }));
+  });
+  RkSelectAudioSystem(RkAudioSystem_Virtual, nullptr);
+  FailEach("renderer", [] {
+    return static_cast<bool>(Made<IRkAudioDirectSound>(
+        [](auto** out) { return RkCreateAudioDirectSound(kTestAudio, nullptr, 1000.0, 0, out); }));
+  });
+}
+
+TEST(memory, that_runs_out_while_a_list_is_cued_leaves_the_channel_usable) {
+  CRkRef<IRkClipOutputChannel> channel;
+  ASSERT_TRUE(RkCreateClipOutputChannel(1, 3, kTestVideo, kTestAudio, nullptr, nullptr, channel.Out()));
+  const auto element = MakeFake<CFakeElement>(5);
+  const auto cue = [&] {
+    const bool cued = channel->InsertClipElement(element.Get(), 1, 0) != FALSE;
+    channel->DeleteClip();
+    return cued;
+  };
+  EXPECT_TRUE(cue());
+  for (int n = 0;; ++n) {
+    FailCreation(n);
+    EXPECT_NO_THROW(cue());
+    if (EndFailing() <= n) break;
+    EXPECT_TRUE(cue()) << "after creation " << n;
+  }
+}
+
+}  // namespace
