@@ -1,4 +1,4 @@
-// rkplay: plays clip lists through an output channel; previews one clip.
+// rkplay: plays clip lists through an output channel; previews one clip, or writes single frames of it.
 
 #include <cstdio>
 #include <string>
@@ -6,6 +6,7 @@
 
 #include "contracts/RkLogAPI.h"
 #include "host/ClipLoader.h"
+#include "host/FrameCommand.h"
 #include "host/Options.h"
 #include "host/Player.h"
 #include "host/PreviewCommand.h"
@@ -57,9 +58,9 @@ int Play(const Options& options) {
 
 int main(int argumentCount, char** arguments) {
   try {
-    if (argumentCount > 1 && std::string_view(arguments[1]) == "preview") {
-      return rkplay::RunPreview(argumentCount - 1, arguments + 1);
-    }
+    const std::string_view command = argumentCount > 1 ? arguments[1] : "";
+    if (command == "preview") return rkplay::RunPreview(argumentCount - 1, arguments + 1);
+    if (command == "frame") return rkplay::RunFrame(argumentCount - 1, arguments + 1);
     const auto options = rkplay::ParseOptions(argumentCount, arguments);
     if (!options) return 0;
     return rkplay::Play(*options);
