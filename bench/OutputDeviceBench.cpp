@@ -2,7 +2,6 @@
 // what it costs for a frame; and how many devices two cores carry.
 
 #include <benchmark/benchmark.h>
-#include <time.h>
 
 #include <algorithm>
 #include <atomic>
@@ -11,26 +10,12 @@
 #include <thread>
 #include <vector>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
-#include "module/RkClipPlay.h"
+#include "bench/BenchSupport.h"
 
 namespace {
 
 constexpr int kSeconds = 8;
 constexpr int kQueueDepth = 6;
-
-long long Now() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * 1'000'000'000ll + now.tv_nsec;
-}
-
-long long SpentByProcess() {
-  timespec spent{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &spent);
-  return spent.tv_sec * 1'000'000'000ll + spent.tv_nsec;
-}
 
 // When frames appeared and which never did.
 class CRecorder final : public CRkUnknown<IRkSoftwareOutputCallback> {
@@ -42,7 +27,7 @@ class CRecorder final : public CRkUnknown<IRkSoftwareOutputCallback> {
   void OnVideoSample(IRkVideoSample* video) override {
     const UINT frame = video->GetFrameIndex();
     if (frame < m_expected) return;  // it stands there already
-    if (m_times.size() < m_times.capacity()) m_times.push_back(Now() - PeriodsBefore(frame));
+    if (m_times.size() < m_times.capacity()) m_times.push_back(MonotonicNow() - PeriodsBefore(frame));
     m_passedOver += frame - m_expected;
     m_expected = frame + 1;
   }
@@ -78,12 +63,11 @@ std::vector<long long> SleepBarely(double periodNs, size_t frames) {
   std::vector<long long> times;
   std::thread([&] {
     SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
-    const long long start = Now();
+    const long long start = MonotonicNow();
     for (size_t i = 1; i <= frames; ++i) {
       const auto passed = static_cast<long long>(static_cast<double>(i) * periodNs);
-      const timespec due = {(start + passed) / 1'000'000'000, (start + passed) % 1'000'000'000};
-      clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &due, nullptr);
-      times.push_back(Now() - passed);
+      SleepUntil(start + passed);
+      times.push_back(MonotonicNow() - passed);
     }
   }).join();
   return times;
@@ -171,18 +155,18 @@ void CpuPerFrame(benchmark::State& state) {
   RkSelectAudioSystem(RkAudioSystem_Virtual, nullptr);
   UINT passedOver = 0, silence = 0;
   size_t frames = 0;
-  long long spent = 0;
+  double spent = 0;
   while (state.KeepRunning()) {
     CPlayingDevice device(RkFrameRate_25, static_cast<int>(state.range(0)),
                           static_cast<WORD>(state.range(1)));
-    const long long before = SpentByProcess();
+    const double before = ProcessSeconds();
     const CRecorder& recorder = device.Finish();
-    spent += SpentByProcess() - before;
+    spent += ProcessSeconds() - before;
     frames += CPlayingDevice::Frames(RkFrameRate_25);
     passedOver += recorder.m_passedOver;
     silence += recorder.m_silence;
   }
-  state.counters["cpu_us/frame"] = 1e-3 * static_cast<double>(spent) / static_cast<double>(frames);
+  state.counters["cpu_us/frame"] = 1e6 * spent / static_cast<double>(frames);
   state.counters["passed_over"] = passedOver;
   state.counters["silence"] = silence;
 }
@@ -191,9 +175,9 @@ void ManyDevices(benchmark::State& state) {
   RkSelectAudioSystem(state.range(1) != 0 ? RkAudioSystem_Virtual : RkAudioSystem_None, nullptr);
   UINT passedOver = 0;
   double worst = 0;
-  long long spent = 0;
+  double spent = 0;
   while (state.KeepRunning()) {
-    const long long before = SpentByProcess();
+    const double before = ProcessSeconds();
     std::vector<std::unique_ptr<CPlayingDevice>> devices;
     for (int i = 0; i < state.range(0); ++i) {
       devices.push_back(std::make_unique<CPlayingDevice>(RkFrameRate_25, 2, 16));
@@ -203,11 +187,11 @@ void ManyDevices(benchmark::State& state) {
       passedOver += recorder.m_passedOver;
       worst = std::max(worst, LatenessOf(recorder.m_times).worst);
     }
-    spent = SpentByProcess() - before;
+    spent = ProcessSeconds() - before;
   }
   state.counters["passed_over"] = passedOver;
   state.counters["ms_worst"] = worst;
-  state.counters["cores"] = 1e-9 * static_cast<double>(spent) / kSeconds;
+  state.counters["cores"] = spent / kSeconds;
 }
 
 BENCHMARK(Presentation)

@@ -2,69 +2,16 @@
 // 1 ms waits that pace its worker, and the processor time that worker and consumer take for a sample.
 
 #include <benchmark/benchmark.h>
-#include <sched.h>
-#include <time.h>
 
 #include <chrono>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
-#include "module/RkClipPlay.h"
+#include "bench/BenchSupport.h"
 #include "platform/CRkHandle.h"
 
 namespace {
 
 constexpr int kBlock = 500;
 constexpr int kCapacity = 24;
-
-class CInstantElement : public CRkUnknown<IRkClipElement> {
- public:
-  BOOL Open(IRkPlayBufferPool*, UINT, const SRkClipFormat*) override { return TRUE; }
-  BOOL ReadNextSample(IRkAVPlaySample** sample) override { return ReadSampleAt(m_next, sample); }
-  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
-    if (offset >= kFrames || !RkCreateAVPlaySample(sample)) return FALSE;
-    (*sample)->SetPosition(offset);
-    m_next = offset + 1;
-    return TRUE;
-  }
-  void SeekTo(UINT offset) override { m_next = offset; }
-  UINT GetLastPosition() override { return kFrames - 1; }
-  void Close() override {}
-  UINT GetFrameCount() override { return kFrames; }
-  void SetMode(UINT, BOOL*) override {}
-  UINT GetMode() override { return 0; }
-  void GetTrimInfo(IRkClipTrimInfo**) override {}
-  void SetTrimInfo(IRkClipTrimInfo*) override {}
-
- private:
-  static constexpr UINT kFrames = 1000;
-  UINT m_next = 0;
-};
-
-// On one core or on all, with every thread that is started meanwhile.
-class CAffinity {
- public:
-  explicit CAffinity(bool pinned) {
-    sched_getaffinity(0, sizeof(m_before), &m_before);
-    if (!pinned) return;
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    for (int core = 0; core < CPU_SETSIZE && CPU_COUNT(&one) == 0; ++core) {
-      if (CPU_ISSET(core, &m_before)) CPU_SET(core, &one);
-    }
-    sched_setaffinity(0, sizeof(one), &one);
-  }
-  ~CAffinity() { sched_setaffinity(0, sizeof(m_before), &m_before); }
-
- private:
-  cpu_set_t m_before;
-};
-
-double ProcessSeconds() {
-  timespec spent{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &spent);
-  return static_cast<double>(spent.tv_sec) + 1e-9 * static_cast<double>(spent.tv_nsec);
-}
 
 // Seconds by the clock and of the processor, summed over blocks.
 struct SSpent {
