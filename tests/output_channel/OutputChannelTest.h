@@ -16,6 +16,7 @@ using Messages = std::vector<std::wstring>;
 struct SWaits {
   std::atomic<DWORD> switchPlayMs = kTestDeadlineMs;  // in place of 5000
   std::atomic<DWORD> preRollMs = 1000;                // in place of 1000
+  std::atomic<DWORD> frameMs = 1;                     // in place of 1, which a worker waits before a frame
   std::atomic<int> switchPlays = 0;                   // waits begun by SwitchPlay: its request stands
 };
 extern SWaits g_waits;
@@ -105,6 +106,7 @@ class OutputChannelTest : public testing::Test {
     EXPECT_EQ(g_liveFakes, 0);
     g_waits.switchPlayMs = kTestDeadlineMs;
     g_waits.preRollMs = 1000;
+    g_waits.frameMs = 1;
   }
 
   void Create(IRkClipOutputChannelNotify* notify) {

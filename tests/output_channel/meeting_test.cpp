@@ -103,6 +103,42 @@ TEST_F(Meeting, the_banner_of_a_seek_does_not_wait_for_a_sample) {
   m_channel->Stop();
 }
 
+// ---- takers
+
+TEST_F(Meeting, two_takers_get_each_the_answer_to_their_own_request) {
+  PlayList({MakeElement('A', 9)});
+  ASSERT_TRUE(Cue('B', 9, 1, 4));
+  EXPECT_EQ(TakeSample(), "A0");
+  const int before = g_waits.switchPlays;
+  auto first = RequestSwitch();
+  auto second = std::async(std::launch::async, [this] {
+    UINT position = 0;
+    return m_channel->SwitchPlay(&position) ? static_cast<int>(position) : -1;
+  });
+  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
+  EXPECT_EQ(first.get(), 0);
+  EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays == before + 2; }))
+      << "the second request was not raised";
+  EXPECT_EQ(TakeSamples(2), "B4 B5 ");
+  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
+  EXPECT_EQ(second.get(), 5);
+}
+
+// The first taker has gone; its request is being answered when the second raises another.
+TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_own_answer) {
+  PlayList({MakeElement('A', 9)});
+  ASSERT_TRUE(Cue('B', 9, 1, 4));
+  EXPECT_EQ(TakeSample(), "A0");
+  LeaveRequest();
+  std::future<int> second;
+  m_notify->onFree = [&](BOOL) { second = RequestSwitch(); };
+  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
+  m_notify->onFree = nullptr;
+  EXPECT_EQ(TakeSamples(2), "B4 B5 ");
+  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
+  EXPECT_EQ(second.get(), 5);
+}
+
 // ---- settings
 
 // A host's object at whose first reference, which the setting takes for the first channel, roles change.

@@ -8,6 +8,7 @@ SWaits g_waits;
 DWORD WaitForSingleObject(HANDLE object, DWORD timeoutMs) {
   static const auto wait =
       reinterpret_cast<decltype(&WaitForSingleObject)>(dlsym(RTLD_NEXT, "_Z19WaitForSingleObjectPvj"));
+  if (timeoutMs == 1) return wait(object, g_waits.frameMs);
   if (timeoutMs == 1000) return wait(object, g_waits.preRollMs);
   if (timeoutMs != 5000) return wait(object, timeoutMs);
   const DWORD asked = g_waits.switchPlayMs;

@@ -193,6 +193,17 @@ TEST_F(SeekTest, play_and_stop_end_a_pause) {
   ExpectFrames(30, 35);
 }
 
+TEST_F(SeekTest, a_seek_that_nobody_served_before_a_stop_does_not_reach_the_next_run) {
+  Build({10, 10});
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(channel->Seek(15, 0));  // no worker runs: it stays with the orders
+    channel->Stop();
+    ASSERT_TRUE(channel->Play(3, 1));
+    ExpectFrames(3, 9);
+    channel->Stop();
+  }
+}
+
 TEST_F(SeekTest, a_pause_of_an_idle_channel_gives_every_element_the_mode_at_once) {
   Build({10, 10});
   EXPECT_TRUE(channel->BeginSeek(3));
