@@ -1,6 +1,7 @@
 #include "host/Keys.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "contracts/RkMediaRecords.h"
 
@@ -11,7 +12,7 @@ const char kKeysHelp[] =
     "t take the next list   r repeat on and off   q quit   ? this help";
 
 std::optional<UINT> MovedBy(Key key, UINT position, UINT frameCount, int frameRate) {
-  const auto second = static_cast<long long>(RkFramesPerSecond(frameRate) + 0.5);
+  const long long second = std::lround(RkFramesPerSecond(frameRate));
   const long long last = static_cast<long long>(frameCount) - 1;
   const auto within = [last](long long moved) { return static_cast<UINT>(std::clamp(moved, 0ll, last)); };
   switch (key) {

@@ -13,6 +13,7 @@ namespace {
 
 // Frames in the device: enough to ride out a busy machine, few enough that a pause follows its key.
 constexpr int kQueueDepth = 6;
+constexpr size_t kCaptions = 16;  // more than there are frames in the device
 constexpr DWORD kShowTimeoutMs = 500;  // longer than any frame
 constexpr WORD kOutputBits = 16;
 constexpr int kOutputChannels = 2;
@@ -100,7 +101,7 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   UINT m_submitted = 0;
   std::atomic<bool> m_isRunning = false;
   CRkCriticalSection m_captionLock;
-  std::array<std::string, 2 * kQueueDepth> m_captions RK_GUARDED_BY(m_captionLock);  // by frame
+  std::array<std::string, kCaptions> m_captions RK_GUARDED_BY(m_captionLock);  // by frame
 };
 
 Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, KeyQueue& keys)

@@ -91,9 +91,9 @@ void PresentationMeter::_CountPassedOver(UINT next) {
 }
 
 void PresentationMeter::_CountOffset(double offsetMs) {
-  m_offsets.resize(2 * kWidestSteps + 1);
-  const int step = std::clamp(static_cast<int>(std::lround(offsetMs / kStepMs)), -kWidestSteps, kWidestSteps);
-  ++m_offsets[static_cast<size_t>(step + kWidestSteps)];
+  m_offsets.resize(2 * size_t{kWidestSteps} + 1);
+  const long steps = std::lround(offsetMs / kStepMs) + kWidestSteps;
+  ++m_offsets[static_cast<size_t>(std::clamp(steps, 0L, 2L * kWidestSteps))];
 }
 
 }  // namespace rkplay
