@@ -7,9 +7,12 @@
 
 namespace rkplay {
 
-const char kKeysHelp[] =
-    "space pause and go on   left, right one frame   page up, down one second   home, end first and last\n"
-    "t take the next list   r repeat on and off   q quit   ? this help";
+#define RK_MOVING_KEYS \
+  "space pause and go on   left, right one frame   page up, down one second   home, end first and last\n"
+
+const char kPlayKeysHelp[] =
+    RK_MOVING_KEYS "t take the next list   r repeat on and off   q quit   ? this help";
+const char kPreviewKeysHelp[] = RK_MOVING_KEYS "r repeat on and off   q quit   ? this help";
 
 std::optional<UINT> MovedBy(Key key, UINT position, UINT frameCount, int frameRate) {
   const long long second = std::lround(RkFramesPerSecond(frameRate));

@@ -24,7 +24,8 @@ enum class Key {
   Quit,
 };
 
-extern const char kKeysHelp[];
+extern const char kPlayKeysHelp[];
+extern const char kPreviewKeysHelp[];
 
 // Single frames are for looking at: they hold what plays.
 constexpr bool HoldsOnFrame(Key key) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "contracts/CRkUnknown.h"
+#include "host/FrameRate.h"
 #include "host/UsageError.h"
 #include "module/RkClipPlay.h"
 
@@ -13,7 +14,7 @@ namespace {
 
 // Frames in the device: enough to ride out a busy machine, few enough that a pause follows its key.
 constexpr int kQueueDepth = 6;
-constexpr size_t kCaptions = 16;  // more than there are frames in the device
+constexpr size_t kCaptions = 16;       // more than there are frames in the device
 constexpr DWORD kShowTimeoutMs = 500;  // longer than any frame
 constexpr WORD kOutputBits = 16;
 constexpr int kOutputChannels = 2;
@@ -50,6 +51,7 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
     CRkScopedLock lock(m_captionLock);
     m_captions[m_submitted++ % m_captions.size()] = std::move(caption);
   }
+  UINT Submitted() const { return m_submitted; }
 
   void OnPlay() override {
     m_submitted = 0;
@@ -68,6 +70,7 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
       if (m_window != nullptr) m_window->Blank();
       return;
     }
+    if (m_isRunning && video->GetFrameIndex() >= m_submitted) return;  // fills a short run, shows nothing new
     const bool isNew =
         !m_isRunning || m_meter.PictureShown(video->GetFrameIndex(), m_tap.PositionMs(), m_tap.SpanMs());
     SetEvent(m_shown);
@@ -98,30 +101,39 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   Window* const m_window;
   const CRkRef<IRkUnknown> m_mark = CRkRef<IRkUnknown>::Adopt(new FrameMark);
   const CRkHandle m_shown = CRkHandle::AutoResetEvent();
-  UINT m_submitted = 0;
+  std::atomic<UINT> m_submitted = 0;
   std::atomic<bool> m_isRunning = false;
   CRkCriticalSection m_captionLock;
   std::array<std::string, kCaptions> m_captions RK_GUARDED_BY(m_captionLock);  // by frame
 };
 
 Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, KeyQueue& keys)
-    : m_meter(RkFrameDurationMs(format.video.frameRate)),
+    : m_reserve(FrameTime(format.video.frameRate, kQueueDepth - 1)),
+      m_isMono(format.audio.channels == 1),
+      m_meter(RkFrameDurationMs(format.video.frameRate)),
       m_wantsSound(options.sound != SoundChoice::None && format.audio.channels > 0),
       m_tap(CRkRef<SoundTap>::Adopt(new SoundTap(options.soundPath, OutputFormat(format.audio)))),
       m_window(options.window ? std::make_unique<Window>(format.video, keys) : nullptr),
       m_screen(CRkRef<Screen>::Adopt(new Screen(m_meter, *m_tap.Get(), m_window.get()))) {
   RkSelectAudioSystem(SystemFor(options.sound), m_tap.Get());
   if (!RkCreateSoftwareOutputDevice(format.video, format.audio, nullptr, kQueueDepth, m_device.Out())) {
+    std::vector<std::string> errors;
+    _LetGo(errors);
     throw UsageError("the output device cannot be created");
   }
   m_device->SetOutputCallback(m_screen.Get());
 }
 
 Monitor::~Monitor() {
+  std::vector<std::string> errors;  // are told by Close
+  _LetGo(errors);
+}
+
+// Renderer and tap hold each other.
+void Monitor::_LetGo(std::vector<std::string>& errors) {
   RkSelectAudioSystem(RkAudioSystem_System, nullptr);
   m_device.Reset();
-  std::vector<std::string> unheard;  // errors are told by Close
-  m_tap->Close(unheard);             // renderer and tap hold each other
+  m_tap->Close(errors);
 }
 
 std::optional<std::string> Monitor::WhyMute() const {
@@ -135,15 +147,32 @@ bool Monitor::Put(IRkAVPlaySample& sample, std::string caption) {
     m_device->Play();
   }
   m_screen->MarkNext(sample, std::move(caption));
+  sample.GetVideoSample(m_lastPicture.Out());
+  if (m_isMono) {  // heard on both sides
+    CRkRef<IRkAudioSample> sound;
+    sample.GetAudioSample(0, 0, sound.Out());
+    sample.SetAudioSample(1, sound.Get());
+  }
   return m_device->PutSample(&sample) != FALSE;
 }
 
 void Monitor::Pause() {
   if (!m_device->IsPlaying()) return;
+  _FillShortRun();
   m_screen->WaitForLastPicture();
   m_meter.RunPlaysOut();
   m_device->Stop(FALSE);
   m_screen->SetRunning(false);
+}
+
+// The device plays once it has a certain amount of sound: what is shorter is filled up with silence, under
+// the last picture.
+void Monitor::_FillShortRun() {
+  if (!m_tap->HasRenderer()) return;
+  CRkRef<IRkAVPlaySample> filler;
+  if (!RkCreateAVPlaySample(filler.Out())) return;
+  filler->SetVideoSample(m_lastPicture.Get());
+  for (UINT put = m_screen->Submitted(); put < kQueueDepth; ++put) m_device->PutSample(filler.Get());
 }
 
 void Monitor::ShowStill(IRkAVPlaySample& sample, const std::string& caption) {
@@ -153,8 +182,7 @@ void Monitor::ShowStill(IRkAVPlaySample& sample, const std::string& caption) {
 
 void Monitor::Close(std::vector<std::string>& errors) {
   Pause();
-  m_device.Reset();
-  m_tap->Close(errors);
+  _LetGo(errors);
 }
 
 }  // namespace rkplay

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,8 +31,10 @@ class Monitor {
   // Takes the sample over: it is given a mark of the monitor's. The caption goes to the window's title when
   // the picture appears.
   bool Put(IRkAVPlaySample& sample, std::string caption);
-  // Plays out what has been put and stands still. Put goes on.
+  // Plays out what has been put and stands still on the last picture. Put goes on.
   void Pause();
+  // Without a frame for so long, the device runs dry: it plays silence and loses step.
+  std::chrono::nanoseconds Reserve() const { return m_reserve; }
   // While paused: the picture appears at once.
   void ShowStill(IRkAVPlaySample& sample, const std::string& caption);
   // Plays out and closes. Adds what went wrong.
@@ -45,6 +48,12 @@ class Monitor {
  private:
   class Screen;
 
+  void _LetGo(std::vector<std::string>& errors);
+  void _FillShortRun();
+
+  const std::chrono::nanoseconds m_reserve;
+  const bool m_isMono;
+  CRkRef<IRkVideoSample> m_lastPicture;  // that was put
   PresentationMeter m_meter;
   const bool m_wantsSound;
   CRkRef<SoundTap> m_tap;

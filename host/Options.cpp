@@ -25,7 +25,10 @@ constexpr char kClipHelp[] = "A clip list, NAME[@IN-OUT][*N]: see below";
 constexpr char kMonitorRule[] =
     "The rule is a window where there is a display and no pictures or sound are written, else none.\n\n";
 
-constexpr char kFooter[] = R"(Clip lists, NAME[@IN-OUT][*N]:
+constexpr char kFooter[] =
+    R"(rkplay preview plays one clip, rkplay frame writes single frames of one: each has a --help of its own.
+
+Clip lists, NAME[@IN-OUT][*N]:
   NAME      a media file;
             pattern:[FRAMES], colour bars and a tone (250 frames when no count is given);
             or an .m3u or .m3u8 playlist, whose clips play as one list: a file or pattern:[FRAMES]
@@ -42,7 +45,7 @@ the first with a picture, sound from the first with sound.
 With --manual, Enter takes the next list once one has ended, and leaves an endless list at once. After
 the last list there is nothing to take: it ends by itself.
 
-Keys, in the window and on a terminal (also through a pipe, with --manual):
+Keys, in the window and on a terminal (through a pipe with --keys or --manual):
   space            pause, and go on
   left, right      pause, one frame back or forward
   page up, down    one second back or forward
@@ -118,6 +121,8 @@ void AddPlayOptions(CLI::App& app, Options& options) {
       ->type_name("FRAME")
       ->group(group);
   app.add_flag("--realtime", options.realtime, "Pace by the frame rate instead of as fast as it goes")
+      ->group(group);
+  app.add_flag("--keys", options.keys, "Read keys from the standard input, also where that is no terminal")
       ->group(group);
   app.add_flag("--manual", options.manual, "At the end of a list wait for Enter before the next")
       ->group(group);

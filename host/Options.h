@@ -27,6 +27,7 @@ struct Options {
   UINT startFrame = 0;
   bool realtime = false;
   bool manual = false;
+  bool keys = false;  // from the standard input, also where that is no terminal
   std::optional<MonitorOptions> monitor;
   std::string videoPath;  // empty: not written; so for all four
   std::string audioPath;

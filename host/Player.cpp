@@ -76,6 +76,7 @@ Player::Player(Programme& programme, const Options& options, const Surroundings&
 Statistics Player::Run() {
   const Clock::time_point start = Clock::now();
   _Play();
+  if (m_terminal != nullptr) m_terminal->Restore();
   m_cuer->Stop();
   _StopChannel();
   if (m_monitor != nullptr) {
@@ -124,6 +125,7 @@ bool Player::_Advance() {
   }
   if (!m_ended) return _DeliverNext();
   m_cuer->WaitForChange(kSwitchPollMs);
+  _RestMonitor();
   return _SwitchAtEnd();
 }
 
@@ -131,6 +133,7 @@ bool Player::_Advance() {
 bool Player::_DeliverNext() {
   CRkRef<IRkAVPlaySample> sample;
   if (!m_channel->GetSample(kSampleWaitMs, sample.Out())) {
+    _RestMonitor();
     return Clock::now() - m_lastSample < kStall || !_DueFileIsLost() || _SwitchNow(ListOutcome::Failed);
   }
   m_lastSample = Clock::now();
@@ -140,6 +143,11 @@ bool Player::_DeliverNext() {
     return false;
   }
   return _SwitchAtEnd();
+}
+
+// Before the device runs dry it stands still, and begins anew, in step, with the next frame.
+void Player::_RestMonitor() {
+  if (m_monitor != nullptr && Clock::now() - m_lastSample > m_monitor->Reserve() / 2) m_monitor->Pause();
 }
 
 bool Player::_HandOn(IRkAVPlaySample& sample) {

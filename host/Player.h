@@ -33,8 +33,8 @@ class Player {
     FrameOutput& output;
     StopSignals& stopSignals;
     KeyQueue& keys;
-    const TerminalKeys* terminal;  // null: no keys come from the standard input
-    Monitor* monitor;              // null: nobody watches
+    TerminalKeys* terminal;  // null: no keys come from the standard input
+    Monitor* monitor;        // null: nobody watches
   };
 
   // Throws UsageError when the channel cannot be created.
@@ -79,6 +79,7 @@ class Player {
   void _EndList(ListOutcome cut);
   std::string _Caption(const char* state) const;
   void _NoteWhatWasSeen();
+  void _RestMonitor();
   void _StopChannel();
   void _Fail(size_t list, const std::string& reason);
   void _Report(size_t list, const std::string& reason);
@@ -91,7 +92,7 @@ class Player {
   FrameOutput& m_output;
   StopSignals& m_stopSignals;
   KeyQueue& m_keys;
-  const TerminalKeys* const m_terminal;
+  TerminalKeys* const m_terminal;
   Monitor* const m_monitor;
   CRkRef<Cuer> m_cuer;
   CRkRef<IRkClipOutputChannel> m_channel;

@@ -1,7 +1,6 @@
 // What the player does at the keys' wish.
 
 #include <algorithm>
-#include <cstdio>
 
 #include "host/FrameRate.h"
 #include "host/Player.h"
@@ -33,7 +32,7 @@ Player::Wish Player::_ReadKeys() {
   while (const auto key = m_keys.Take()) {
     switch (*key) {
       case Key::Help:
-        m_progress.Say(kKeysHelp);
+        m_progress.Say(kPlayKeysHelp);
         break;
       case Key::Pause:
         wish.paused = !wish.paused && !m_ended;
@@ -132,12 +131,7 @@ std::string Player::_Caption(const char* state) const {
 
 void Player::_NoteWhatWasSeen() {
   if (m_monitor == nullptr || !m_progress.IsDue()) return;
-  const Presentation seen = m_monitor->Seen();
-  char note[96];
-  std::snprintf(note, sizeof(note), "shown %llu, late %llu, repeated %llu, silence %llu, sound %+.1f ms  ",
-                seen.shown, seen.passedOver, seen.repeated, seen.silenceFrames,
-                seen.medianOffsetMs.value_or(0));
-  m_progress.Note(note);
+  m_progress.Note(ShortNote(m_monitor->Seen()));
 }
 
 }  // namespace rkplay

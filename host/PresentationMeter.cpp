@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <numeric>
 #include <utility>
 
@@ -12,6 +13,13 @@ constexpr double kStepMs = 0.1;
 constexpr int kWidestSteps = 10000;  // one second to either side
 
 }  // namespace
+
+std::string ShortNote(const Presentation& seen) {
+  char note[96];
+  std::snprintf(note, sizeof(note), "%llu shown %llu late %llu rep %llu sil %+.0f ms  ", seen.shown,
+                seen.passedOver, seen.repeated, seen.silenceFrames, seen.medianOffsetMs.value_or(0));
+  return note;
+}
 
 void PresentationMeter::RunBegins() {
   CRkScopedLock lock(m_lock);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "contracts/RkTypes.h"
@@ -19,6 +20,9 @@ struct Presentation {
   std::optional<double> medianOffsetMs;
   std::optional<double> worstOffsetMs;
 };
+
+// For a live line.
+std::string ShortNote(const Presentation& seen);
 
 // Counts what the device's callback is told. Frames carry the device's numbering, which begins at 0 with
 // every run. Any thread enters: the host's, and the device's two.

@@ -86,7 +86,7 @@ Preview::Preview(Programme& programme, const PreviewOptions& options, KeyQueue& 
       m_keys(keys),
       m_stopSignals(stopSignals),
       m_monitor(monitor),
-      m_progress(programme.format.video.frameRate, 1),
+      m_progress(programme.format.video.frameRate, 0),
       m_loops(options.loops) {
   const std::vector<FrameRange> whole = {{0, _Clip().frameCount}};
   m_sink = CRkRef<Sink>::Adopt(new Sink(monitor, _Clip(), programme.format.video.frameRate,
@@ -121,12 +121,9 @@ PreviewResult Preview::Run() {
   ULONGLONG told = 0;
   while (m_stopSignals.Asked() == 0 && !m_sink->RunEnded() && !m_sink->Failed() && _ObeyKeys()) {
     m_keys.Wait(kKeyPollMs);
-    ULONGLONG delivered = 0;
-    for (const auto& range : m_sink->Ranges()) delivered += range.deliveredFrames;
-    if (!m_isHeld) m_progress.FramesDelivered(delivered - told, m_player->GetPosition());
-    told = delivered;
+    _TellProgress(told);
   }
-  const bool endedByItself = m_sink->RunEnded();
+  const bool endedByItself = m_sink->RunEnded() || m_isOver;
   m_player->Stop();
   m_monitor.Close(result.errors);
   m_progress.End();
@@ -134,18 +131,27 @@ PreviewResult Preview::Run() {
   result.seen = m_monitor.Seen();
   result.stopSignal = m_stopSignals.Asked();
   if (m_sink->Failed()) result.errors.emplace_back("the monitor took no more frames");
-  if (endedByItself) _Judge(result);
+  _Judge(result, endedByItself && !m_wasMoved && !m_options.loops);
   return result;
 }
 
-// A run that ended by itself has delivered every frame from its start on, unless keys moved it.
-void Preview::_Judge(PreviewResult& result) const {
+void Preview::_TellProgress(ULONGLONG& told) {
+  if (m_isHeld) return;
+  ULONGLONG delivered = 0;
+  for (const auto& range : m_sink->Ranges()) delivered += range.deliveredFrames;
+  if (m_progress.IsDue()) m_progress.Note(ShortNote(m_monitor.Seen()));
+  m_progress.FramesDelivered(delivered - told, m_player->GetPosition());
+  told = delivered;
+}
+
+// isWhole: every frame from the start on should have been delivered, once.
+void Preview::_Judge(PreviewResult& result, bool isWhole) const {
   if (const ULONGLONG unread = m_sink->Unread(); unread != 0) {
     result.errors.push_back(_Clip().title + ": " + _Clip().files.front().errors->FirstReason() + " (" +
                             std::to_string(unread) +
                             " frames went out as the last good picture with silence)");
   }
-  if (m_wasMoved) return;
+  if (!isWhole) return;
   const bool startsBehind = m_options.startFrame >= result.ranges.back().range.out;
   for (const auto& [range, delivered] : result.ranges) {
     const UINT in = startsBehind ? range.in : std::clamp(m_options.startFrame, range.in, range.out);
@@ -166,25 +172,34 @@ bool Preview::_ObeyKeys() {
     moves = moves || moved;
     held = held || HoldsOnFrame(*key);
     if (*key == Key::Pause) held = !held;
-    if (*key == Key::Help) m_progress.Say(kKeysHelp);
+    if (*key == Key::Help) m_progress.Say(kPreviewKeysHelp);
     if (*key == Key::Quit) return false;
     if (*key != Key::Repeat) continue;
     m_loops = !m_loops;
+    m_wasMoved = true;
     m_progress.Say(m_loops ? "repeats" : "plays to its end");
-    if (!held && !moves && !m_isHeld) _PlayFrom(_Next());
+    if (!held && !moves && !m_isHeld && !_GoOn(position, false)) return false;
   }
   m_wasMoved = m_wasMoved || moves;
   if (held && (moves || !m_isHeld)) {
     m_hasMoved = moves || (m_isHeld && m_hasMoved);
     _Hold(position);
   } else if (!held && (moves || m_isHeld)) {
-    _PlayFrom(moves || m_hasMoved ? position : _Next());
+    return _GoOn(position, moves || m_hasMoved);
   }
   return true;
 }
 
-UINT Preview::_Next() const {
-  return m_player->GetPosition() + 1;
+// From the frame on screen, which has been played unless it was moved to. False behind the last one, from
+// where only a loop goes on.
+bool Preview::_GoOn(UINT position, bool moves) {
+  _StopPlaying();
+  const UINT next = moves ? position : m_player->GetPosition() + 1;
+  const UINT end = m_options.ranges.empty() ? _Clip().frameCount : m_options.ranges.back().out;
+  m_isOver = next >= end && !m_loops && !moves;
+  if (m_isOver) return false;
+  _PlayFrom(next >= end ? 0 : next);
+  return true;
 }
 
 void Preview::_StopPlaying() {

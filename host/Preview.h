@@ -58,8 +58,9 @@ class Preview {
   void _Hold(UINT position);
   void _PlayFrom(UINT position);
   void _StopPlaying();
-  UINT _Next() const;
-  void _Judge(PreviewResult& result) const;
+  bool _GoOn(UINT position, bool moves);
+  void _TellProgress(ULONGLONG& told);
+  void _Judge(PreviewResult& result, bool isWhole) const;
   const ClipList& _Clip() const { return m_programme.lists.front(); }
 
   Programme& m_programme;
@@ -71,6 +72,7 @@ class Preview {
   CRkRef<Sink> m_sink;
   CRkRef<IRkClipSourcePlayer> m_player;
   bool m_loops;
+  bool m_isOver = false;  // let go behind the last frame
   bool m_isHeld = false;
   bool m_hasMoved = false;  // since it is held
   bool m_wasMoved = false;  // by keys, so that the number of frames says nothing any more

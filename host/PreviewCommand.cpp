@@ -85,14 +85,15 @@ void PrintResult(const PreviewResult& result) {
   for (const std::string& error : result.errors) PrintError(error);
 }
 
-int Play(Programme& programme, const PreviewOptions& options, const MonitorOptions& monitorOptions) {
+int Play(Programme& programme, const PreviewOptions& options, const MonitorOptions& monitorOptions,
+         bool readsKeys) {
   StopSignals stopSignals;
   KeyQueue keys;
   Monitor monitor(monitorOptions, programme.format, keys);
   if (const auto mute = monitor.WhyMute()) PrintError(*mute);
   Preview preview(programme, options, keys, stopSignals, monitor);
   std::optional<TerminalKeys> terminal;
-  if (TerminalKeys::IsTerminal()) terminal.emplace(keys);
+  if (readsKeys || TerminalKeys::IsTerminal()) terminal.emplace(keys);
   const PreviewResult result = preview.Run();
   terminal.reset();
   PrintResult(result);
@@ -116,6 +117,8 @@ int RunPreview(int argumentCount, char** arguments) {
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   app.add_option("--start", start, "Frame to begin with; in a gap between ranges, the next range")
       ->type_name("FRAME");
+  bool keys = false;
+  app.add_flag("--keys", keys, "Read keys from the standard input, also where that is no terminal");
   app.add_flag("--loop", options.loops, "From the end on to the beginning");
   const MonitorArguments monitor(app);
   try {
@@ -139,7 +142,7 @@ int RunPreview(int argumentCount, char** arguments) {
   Options outputs;
   outputs.monitor = monitorOptions;
   RefuseOverwriting(outputs, programme.inputPaths);
-  return Play(programme, options, *monitorOptions);
+  return Play(programme, options, *monitorOptions, keys);
 }
 
 }  // namespace rkplay

@@ -30,7 +30,9 @@ Progress::Progress(int frameRate, size_t listCount)
 
 void Progress::ListBegins(size_t index, const ClipList& list) {
   const auto announced = list.AnnouncedFrames();
-  m_list = "list " + std::to_string(index + 1) + "/" + std::to_string(m_listCount) + "  ";
+  m_list.clear();
+  if (m_listCount != 0)
+    m_list = "list " + std::to_string(index + 1) + "/" + std::to_string(m_listCount) + "  ";
   m_title = list.title;
   m_total = Frames(m_frameRate, list.frameCount);
   m_position = list.startFrame;
@@ -63,7 +65,7 @@ void Progress::Say(const std::string& text) {
 }
 
 void Progress::End() {
-  if (!m_isTerminal || m_list.empty()) return;
+  if (!m_isTerminal || m_title.empty()) return;
   _Show(_Position());
   std::fputs("\n", stdout);
   std::fflush(stdout);

@@ -13,6 +13,7 @@ namespace rkplay {
 // for every begin and, while a list lasts, one every few seconds. One thread.
 class Progress {
  public:
+  // listCount 0: what plays is no list.
   Progress(int frameRate, size_t listCount);
 
   void ListBegins(size_t index, const ClipList& list);

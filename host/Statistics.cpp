@@ -120,7 +120,7 @@ void PrintSeen(const Presentation& seen, std::FILE* out) {
                seen.shown, seen.passedOver, seen.repeated);
   if (!seen.medianOffsetMs || !seen.worstOffsetMs) return;
   std::fprintf(out,
-               "sound         ahead of the picture by %.1f ms (median), %.1f ms at worst; %llu frames of "
+               "sound         %+.1f ms against the picture (median), %+.1f ms at worst; %llu frames of "
                "silence\n",
                *seen.medianOffsetMs, *seen.worstOffsetMs, seen.silenceFrames);
 }

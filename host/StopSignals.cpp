@@ -8,7 +8,7 @@ namespace rkplay {
 StopSignals::StopSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   sigemptyset(&m_signals);
-  for (const int signal : {SIGINT, SIGTERM}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     std::signal(signal, SIG_DFL);  // a shell starts background programs with SIGINT ignored
     sigaddset(&m_signals, signal);
   }

@@ -4,9 +4,9 @@
 
 namespace rkplay {
 
-// Ctrl-C and SIGTERM as a question that is asked between frames, instead of a handler.
+// The signals that ask for an end, as a question between frames instead of a handler.
 //
-// Made on the main thread before any other thread exists that outlives it: they all inherit that the two
+// Made on the main thread before any other thread exists that outlives it: they all inherit that the
 // signals are blocked, so these wait for the main thread. Once one has been seen, the next ends the
 // program at once. A write to a pipe that nobody reads any more becomes an error instead of a signal.
 class StopSignals {

@@ -44,7 +44,12 @@ TerminalKeys::TerminalKeys(KeyQueue& keys) : m_keys(keys) {
 TerminalKeys::~TerminalKeys() {
   SetEvent(m_stop);
   m_thread.join();
+  Restore();
+}
+
+void TerminalKeys::Restore() {
   if (m_before) tcsetattr(STDIN_FILENO, TCSANOW, &*m_before);
+  m_before.reset();
 }
 
 void TerminalKeys::_Read() {
@@ -71,12 +76,16 @@ void TerminalKeys::_Translate(char letter) {
 }
 
 void TerminalKeys::_TranslateSequence() {
-  const std::string_view behind = std::string_view(m_sequence).substr(1);
+  const std::string behind = m_sequence.substr(1);
   for (const auto& [known, key] : kSequences) {
     if (behind != known) continue;
     m_keys.Put(key);
     m_sequence.clear();
     return;
+  }
+  if (behind.size() == 1 && behind != "[" && behind != "O") {  // Escape alone means nothing
+    m_sequence.clear();
+    return _Translate(behind.front());
   }
   const bool couldGrow = behind.size() < 2 || behind.back() < '@';
   if (!couldGrow || m_sequence.size() > kLongestSequence) m_sequence.clear();

@@ -23,6 +23,8 @@ class TerminalKeys {
   // Whether the standard input is a terminal that this program may read.
   static bool IsTerminal();
 
+  // Gives the terminal back as it was. Any time, from one thread.
+  void Restore();
   // No key can come any more.
   bool InputEnded() const { return m_inputEnded; }
 

@@ -34,7 +34,7 @@ int Play(const Options& options) {
   if (options.monitor) monitor.emplace(*options.monitor, programme.format, keys);
   if (const auto mute = monitor ? monitor->WhyMute() : std::nullopt) PrintError(*mute);
   std::optional<TerminalKeys> terminal;
-  if (options.manual || TerminalKeys::IsTerminal()) terminal.emplace(keys);
+  if (options.manual || options.keys || TerminalKeys::IsTerminal()) terminal.emplace(keys);
   Statistics statistics =
       Player(programme, options,
              {output, stopSignals, keys, terminal ? &*terminal : nullptr, monitor ? &*monitor : nullptr})

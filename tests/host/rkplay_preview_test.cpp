@@ -50,9 +50,26 @@ TEST_F(RkplayPreview, sounds_like_the_clip_itself) {
   FAIL() << "the preview never sounded like the clip";
 }
 
+TEST_F(RkplayPreview, keys_hold_move_repeat_and_end) {
+  Process process(
+      Command({"preview", "pattern:50", "--loop", "--keys", "--monitor=virtual", "--sound", "none"}));
+  ASSERT_TRUE(process.WaitForOutput("begins, "));
+  process.Type("\x1b[H\x1b[C");  // an arrow holds
+  ASSERT_TRUE(process.WaitForOutput("(1) of 00:00:02:00 (50)"));
+  process.Type("\x1b[F ");  // goes on from the last frame, round the loop
+  process.Type("r?");
+  ASSERT_TRUE(process.WaitForOutput("plays to its end"));
+  ASSERT_TRUE(process.WaitForOutput("q quit"));
+  process.Type("\x1b[F");
+  EXPECT_EQ(process.Wait(), 0) << process.Errors();
+  Process quitted(Command({"preview", "pattern:50", "--loop", "--keys", "--monitor=virtual"}));
+  quitted.Type("\x1bq");  // Escape alone means nothing
+  EXPECT_EQ(quitted.Wait(), 0);
+}
+
 TEST_F(RkplayPreview, an_interrupt_ends_a_loop_with_the_summary) {
   Process process(Command({"preview", "pattern:3", "--loop", "--monitor=virtual", "--sound", "none"}));
-  ASSERT_TRUE(process.WaitForOutput("list 1/1"));
+  ASSERT_TRUE(process.WaitForOutput("begins, "));
   process.Signal(SIGINT);
   EXPECT_EQ(process.Wait(), 130);
   EXPECT_NE(process.Output().find("range 0-3"), std::string::npos) << process.Output();
