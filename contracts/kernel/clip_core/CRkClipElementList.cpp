@@ -15,6 +15,12 @@ UINT Saturated(ULONGLONG frames) {
   return static_cast<UINT>(std::min(frames, kMaximumFrames));
 }
 
+// False, and nothing is inserted, without memory.
+bool Insert(std::vector<CRkRef<IRkClipElement>>& elements, UINT index, IRkClipElement* element) {
+  return RkWithinMemory(
+      [&] { elements.insert(elements.begin() + index, CRkRef<IRkClipElement>::Retain(element)); });
+}
+
 }  // namespace
 
 int CRkClipElementList::GetCount() {
@@ -32,10 +38,7 @@ BOOL CRkClipElementList::InsertElement(UINT index, IRkClipElement* element) {
   CRkScopedLock lock(m_lock);
   if (index > m_elements.size() || _IndexOf(element) >= 0) return FALSE;
   if (_TellStarts(m_elements.size()) + element->GetFrameCount() > kMaximumFrames) return FALSE;
-  const auto insert = [this, index, element]() RK_REQUIRES(m_lock) {
-    m_elements.insert(m_elements.begin() + index, CRkRef<IRkClipElement>::Retain(element));
-  };
-  if (!RkWithinMemory(insert)) return FALSE;
+  if (!Insert(m_elements, index, element)) return FALSE;
   _TellStarts(m_elements.size());
   return TRUE;
 }

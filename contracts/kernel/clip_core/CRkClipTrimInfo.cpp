@@ -4,6 +4,17 @@
 
 #include "contracts/RkWithinMemory.h"
 
+namespace {
+
+using Ranges = CRkClipTrimInfo::Ranges;
+
+// False, and nothing is appended, without memory.
+bool Append(const Ranges& source, Ranges& target) {
+  return RkWithinMemory([&] { target.insert(target.end(), source.begin(), source.end()); });
+}
+
+}  // namespace
+
 bool CRkClipTrimInfo::AreValid(const Ranges& ranges) {
   ULONGLONG previousOut = 0;
   for (const SRkTrimInOut& range : ranges) {
@@ -17,7 +28,7 @@ IRkClipTrimInfo* CRkClipTrimInfo::Clone() {
   Ranges ranges;
   {
     CRkScopedLock lock(m_lock);
-    if (!RkWithinMemory([this, &ranges]() RK_REQUIRES(m_lock) { ranges = m_ranges; })) return nullptr;
+    if (!Append(m_ranges, ranges)) return nullptr;
   }
   auto* const clone = new (std::nothrow) CRkClipTrimInfo;
   if (clone != nullptr) clone->_Take(ranges);
@@ -38,14 +49,13 @@ void CRkClipTrimInfo::_Take(Ranges& ranges) {
 
 void CRkClipTrimInfo::GetTrimInOuts(Ranges& ranges) {
   CRkScopedLock lock(m_lock);
-  RkWithinMemory([this, &ranges]()
-                     RK_REQUIRES(m_lock) { ranges.insert(ranges.end(), m_ranges.begin(), m_ranges.end()); });
+  Append(m_ranges, ranges);
 }
 
 int RkCreateClipTrimInfo(const CRkClipTrimInfo::Ranges& ranges, IRkClipTrimInfo** info) {
   if (info == nullptr || !CRkClipTrimInfo::AreValid(ranges)) return 0;
   CRkClipTrimInfo::Ranges copy;
-  if (!RkWithinMemory([&] { copy = ranges; })) return 0;
+  if (!Append(ranges, copy)) return 0;
   auto* const created = new (std::nothrow) CRkClipTrimInfo;
   if (created == nullptr) return 0;
   created->_Take(copy);
