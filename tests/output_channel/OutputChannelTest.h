@@ -17,7 +17,7 @@ struct SWaits {
   std::atomic<DWORD> switchPlayMs = kTestDeadlineMs;  // in place of 5000
   std::atomic<DWORD> preRollMs = 1000;                // in place of 1000
   std::atomic<DWORD> frameMs = 1;                     // in place of 1, which a worker waits before a frame
-  std::atomic<int> switchPlays = 0;                   // waits begun by SwitchPlay: its request stands
+  std::atomic<int> switchPlays = 0;                   // waits of SwitchPlay: its request stands
 };
 extern SWaits g_waits;
 
@@ -63,7 +63,10 @@ inline std::string NameOf(IRkAVPlaySample& sample) {
 // A host's list that hands out whatever it was given, in order; it can be held up half-way.
 class CScriptedList : public CFake<IRkClipElementList> {
  public:
-  explicit CScriptedList(std::vector<Element> elements) : m_elements(std::move(elements)) {}
+  template <class Fake>
+  explicit CScriptedList(const std::vector<CRkRef<Fake>>& elements) {
+    for (const auto& element : elements) m_elements.push_back(CRkRef<IRkClipElement>::Retain(element.Get()));
+  }
   CGate nextGate;
 
   int GetCount() override { return static_cast<int>(m_elements.size()); }
@@ -89,7 +92,7 @@ class CScriptedList : public CFake<IRkClipElementList> {
     *element = m_elements[m_next++].Get();
   }
 
-  const std::vector<Element> m_elements;
+  std::vector<CRkRef<IRkClipElement>> m_elements;
   size_t m_next = 0;
 };
 
@@ -114,9 +117,13 @@ class OutputChannelTest : public testing::Test {
                                           m_channel.Out()));
   }
 
-  bool Cue(const std::vector<Element>& elements, int repeatCount = 1, UINT start = 0) {
+  template <class Fake>
+  bool CueAll(const std::vector<CRkRef<Fake>>& elements, int repeatCount, UINT start) {
     const auto list = MakeFake<CScriptedList>(elements);
     return m_channel->InsertClipElement(static_cast<IRkClipElementList*>(list.Get()), repeatCount, start);
+  }
+  bool Cue(const std::vector<Element>& elements, int repeatCount = 1, UINT start = 0) {
+    return CueAll(elements, repeatCount, start);
   }
   bool Cue(char name, UINT frames, int repeatCount = 1, UINT start = 0) {
     return Cue({MakeElement(name, frames)}, repeatCount, start);

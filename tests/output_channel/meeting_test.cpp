@@ -117,7 +117,7 @@ TEST_F(Meeting, two_takers_get_each_the_answer_to_their_own_request) {
   });
   EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
   EXPECT_EQ(first.get(), 0);
-  EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays == before + 2; }))
+  EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays >= before + 2; }))
       << "the second request was not raised";
   EXPECT_EQ(TakeSamples(2), "B4 B5 ");
   EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
@@ -132,8 +132,12 @@ TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_ow
   LeaveRequest();
   std::future<int> second;
   m_notify->onFree = [&](BOOL) { second = RequestSwitch(); };
+  const int before = g_waits.switchPlays;
   EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
   m_notify->onFree = nullptr;
+  const auto answered = [&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; };
+  EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays == before + 2 || answered(); }));
+  EXPECT_FALSE(answered()) << "with what the first was told";
   EXPECT_EQ(TakeSamples(2), "B4 B5 ");
   EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
   EXPECT_EQ(second.get(), 5);

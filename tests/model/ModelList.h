@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstdlib>
+#include <ostream>
+#include <random>
+#include <vector>
+
+#include "tests/support/RkFakes.h"
+
+// What tells one frame from every other: which element of which list it was read from, and its position.
+struct SModelFrame {
+  UINT list;
+  UINT element;
+  UINT position;
+
+  bool operator==(const SModelFrame&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const SModelFrame& frame) {
+  return out << "list " << frame.list << " element " << frame.element << " position " << frame.position;
+}
+
+// An element whose samples tell where they come from.
+class CModelElement : public CFakeElement {
+ public:
+  CModelElement(UINT list, UINT element, UINT frames)
+      : CFakeElement(frames), m_list(list), m_element(element) {}
+
+  static SModelFrame FrameOf(IRkAVPlaySample& sample) {
+    CRkRef<IRkUnknown> source;
+    sample.GetAttachment(0, source.Out());
+    const auto& element = dynamic_cast<CModelElement&>(*source);
+    return {element.m_list, element.m_element, sample.GetPosition()};
+  }
+
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
+    return Marked(CFakeElement::ReadNextSample(sample), sample);
+  }
+  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
+    return Marked(CFakeElement::ReadSampleAt(offset, sample), sample);
+  }
+
+ private:
+  BOOL Marked(BOOL read, IRkAVPlaySample** sample) {
+    if (read) (*sample)->SetAttachment(this);
+    return read;
+  }
+  const UINT m_list;
+  const UINT m_element;
+};
+
+// A list to load, and what must come out of it.
+struct SModelList {
+  UINT number;
+  std::vector<CRkRef<CModelElement>> elements;
+  std::vector<SModelFrame> frames;  // that one pass gives; fewer than the total when an element fails
+  UINT total;                       // frames on the timeline
+  int repeatCount;
+  UINT start;
+
+  // A list whose last element fails never comes to its last frame.
+  bool EndsWith(const SModelFrame& frame) const { return frame.position + 1 == total; }
+  // The frame that comes first: a start in an element that fails leads to the next one.
+  size_t First() const {
+    size_t index = 0;
+    while (index < frames.size() && frames[index].position < start) ++index;
+    return index == frames.size() ? 0 : index;
+  }
+};
+
+// Draws lists, and all else that is left to chance, from one seed.
+class CModelRandom {
+ public:
+  explicit CModelRandom(UINT seed) : m_random(seed) {}
+
+  UINT Below(UINT end) { return static_cast<UINT>(m_random() % end); }
+  bool OneIn(UINT chances) { return Below(chances) == 0; }
+
+  // Lists are numbered in the order they are made. One element in `faultChances` cannot be opened or ends
+  // early; 0: none.
+  SModelList MakeList(UINT maxElements, UINT maxFrames, UINT faultChances) {
+    SModelList list = {++m_lists, {}, {}, 0, static_cast<int>(Below(4)), 0};
+    for (UINT element = 0, count = 1 + Below(maxElements); element < count; ++element) {
+      const UINT frames = 1 + Below(maxFrames);
+      auto made = MakeFake<CModelElement>(list.number, element, frames);
+      UINT given = frames;
+      if (faultChances != 0 && OneIn(faultChances)) {
+        given = Below(frames);
+        made->unreadableFrom = given;
+        if (given == 0) made->canOpen = false;
+      }
+      for (UINT i = 0; i < given; ++i) list.frames.push_back({list.number, element, list.total + i});
+      list.total += frames;
+      list.elements.push_back(std::move(made));
+    }
+    if (OneIn(3)) list.start = Below(list.total);
+    return list;
+  }
+
+ private:
+  std::mt19937 m_random;
+  UINT m_lists = 0;
+};
+
+// A number that the environment may set.
+inline UINT Setting(const char* name, UINT otherwise) {
+  const char* value = std::getenv(name);
+  return value != nullptr ? static_cast<UINT>(std::strtoul(value, nullptr, 10)) : otherwise;
+}

@@ -1,0 +1,130 @@
+// Four threads that nobody waits for: what then comes out cannot be told beforehand, but it must still be
+// the lists in the order of their loads, each from its start without a gap or a repeat, with a notification
+// for every deed. RK_MODEL_SEED draws another run, RK_MODEL_STEPS makes it longer (in samples).
+
+#include <map>
+#include <mutex>
+
+#include "tests/model/ModelList.h"
+#include "tests/output_channel/OutputChannelTest.h"
+#include "tests/platform/Watchdog.h"
+
+namespace {
+
+class FreeRun : public OutputChannelTest {
+ protected:
+  void RunAll(UINT seed, int samples) {
+    m_notify->onFree = m_notify->onEnd = [this](BOOL) {
+      EXPECT_EQ(m_inSink.fetch_add(1), 0) << "two notifications at once";
+      --m_inSink;
+    };
+    const std::vector<void (FreeRun::*)(CModelRandom&)> roles = {&FreeRun::Deliver, &FreeRun::Edit,
+                                                                 &FreeRun::Take, &FreeRun::Set};
+    std::vector<std::thread> threads;
+    for (const auto role : roles) {
+      threads.emplace_back([this, role, seed, samples] {
+        CModelRandom random(seed);
+        while (m_delivered < samples || m_exchanges < samples / 20) (this->*role)(random);
+      });
+    }
+    for (auto& thread : threads) thread.join();
+  }
+
+  void ExpectOneNotificationForEachDeed() {
+    std::map<std::string, int> told;
+    for (const auto& event : m_notify->Take()) ++told[event];
+    EXPECT_EQ(told["loading"], m_loads);
+    EXPECT_EQ(told["free"], m_exchanges + m_deletes + m_stops);
+    EXPECT_EQ(told["ended"], m_ends + m_stops);
+    EXPECT_EQ(told["started"], 0);
+  }
+
+ private:
+  // The locks are not fair: who never lets go of them leaves none to the others.
+  static void Pace() { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }
+
+  void Deliver(CModelRandom&) {
+    CRkRef<IRkAVPlaySample> sample;
+    if (m_channel->GetSample(2, sample.Out())) ExpectNext(CModelElement::FrameOf(*sample));
+    UINT status = 99;
+    m_channel->SwitchChannel(&status);
+    if (status == RkSwitchStatus_Switched) ++m_exchanges;
+    if (status == RkSwitchStatus_Ended) ++m_ends;
+  }
+
+  void ExpectNext(const SModelFrame& frame) {
+    std::lock_guard lock(m_mutex);
+    ++m_delivered;
+    EXPECT_GE(frame.list, m_onAir) << "a list that has gone";
+    const auto& list = m_loaded.at(frame.list);
+    if (frame.list != m_onAir) m_next = list.First();
+    m_onAir = frame.list;
+    EXPECT_EQ(frame, list.frames[m_next]);
+    m_next = (m_next + 1) % list.frames.size();
+    m_loaded.erase(m_loaded.begin(), m_loaded.find(frame.list));
+  }
+
+  void Edit(CModelRandom& random) {
+    if (random.OneIn(8)) {
+      EXPECT_TRUE(m_channel->DeleteClip());
+      ++m_deletes;
+      return;
+    }
+    SModelList list = random.MakeList(3, 6, 0);
+    const auto elements = std::move(list.elements);
+    const int repeatCount = list.repeatCount;
+    const UINT start = list.start;
+    {
+      std::lock_guard lock(m_mutex);
+      m_loaded[list.number] = std::move(list);
+    }
+    EXPECT_TRUE(CueAll(elements, repeatCount, start));
+    ++m_loads;
+    Pace();
+  }
+
+  void Take(CModelRandom& random) {
+    Pace();
+    UINT position = 0;
+    if (random.OneIn(20)) {
+      EXPECT_TRUE(m_channel->Stop());
+      ++m_stops;
+    } else if (random.OneIn(2)) {
+      m_channel->SwitchPlay(&position);
+    } else if (m_channel->SwitchChannelAtOnce()) {
+      ++m_exchanges;
+    }
+  }
+
+  void Set(CModelRandom& random) {
+    Pace();
+    m_notify->autoSwitch = random.OneIn(2);
+    m_channel->SetRepeatCount(static_cast<int>(random.Below(4)) - 1);
+    m_channel->SetPlayBufferPool(MakeFake<CFakePool>().Get());
+    m_channel->SetSampleProcessor(MakeFake<CFakeHook>().Get());
+    m_channel->SetElementMode(random.OneIn(2), 0, kRkNoPosition);  // the mode they have
+    UINT position = 0;
+    EXPECT_TRUE(m_channel->GetPosition(&position));
+  }
+
+  std::mutex m_mutex;
+  std::map<UINT, SModelList> m_loaded;  // guarded by m_mutex; not those before the one on air
+  UINT m_onAir = 0;                     // deliverer only, as the next
+  size_t m_next = 0;
+  std::atomic<int> m_delivered = 0, m_exchanges = 0;
+  std::atomic<int> m_inSink = 0;
+  int m_loads = 0, m_deletes = 0, m_stops = 0, m_ends = 0;  // of one thread each
+};
+
+TEST_F(FreeRun, lists_come_whole_and_in_order_whatever_the_threads_do) {
+  g_waits.switchPlayMs = 20;
+  g_waits.preRollMs = 20;
+  const UINT seed = Setting("RK_MODEL_SEED", 1);
+  const int samples = static_cast<int>(Setting("RK_MODEL_STEPS", 500));
+  RunUnderWatchdog([&] { RunAll(seed, samples); });
+  ExpectOneNotificationForEachDeed();
+  m_notify->onFree = m_notify->onEnd = nullptr;
+  if (HasFailure()) ADD_FAILURE() << "drawn with RK_MODEL_SEED=" << seed;
+}
+
+}  // namespace

@@ -1,0 +1,296 @@
+// A host that does what chance tells it, and an oracle that says what must come of it. One seed draws all
+// the steps; each is done by the thread that has to do it, and waited for, so that a seed always does the
+// same. Only what belongs together overlaps: a SwitchPlay waits over any number of steps, and a load goes
+// on beside the delivery.
+//
+// A seed that fails is printed. Replay it, or run longer:
+//   RK_MODEL_SEED=7 RK_MODEL_STEPS=5000 RkModelTests --gtest_filter='Model.*'
+//   RK_MODEL_SEEDS=200 RkModelTests --gtest_filter='Model.*'
+
+#include "tests/model/Actor.h"
+#include "tests/model/Oracle.h"
+#include "tests/output_channel/OutputChannelTest.h"
+#include "tests/platform/Watchdog.h"
+
+namespace {
+
+class Model : public OutputChannelTest {
+ protected:
+  void RunSeed(UINT seed, UINT steps) {
+    Begin(seed);
+    for (UINT step = 0; step < steps && !HasFailure(); ++step) {
+      TakeStep();
+      ExpectTakerWaits();
+    }
+    AnswerTaker();
+    if (HasFailure()) PrintReplay(seed, steps);
+    m_oracle.reset();
+    m_channel.Reset();
+    EXPECT_EQ(g_liveFakes, 1) << "more than the sink is alive";
+  }
+
+ private:
+  struct SStep {
+    const char* name;
+    UINT weight;
+    void (Model::*take)();
+  };
+  static const SStep kSteps[];
+
+  void Begin(UINT seed) {
+    m_notify = MakeFake<CFakeNotify>();
+    Create(m_notify.Get());
+    g_waits.frameMs = 0;
+    g_waits.preRollMs = kTestDeadlineMs;  // and for a pause to begin
+    m_random = std::make_unique<CModelRandom>(seed);
+    m_oracle = std::make_unique<COracle>(kCapacity);
+    m_story.clear();
+  }
+
+  void TakeStep();
+
+  void PrintReplay(UINT seed, UINT steps) const {
+    std::string story;
+    const size_t first = m_story.size() > 30 ? m_story.size() - 30 : 0;
+    for (size_t i = first; i < m_story.size(); ++i) story += "\n  " + m_story[i];
+    ADD_FAILURE() << "replay: RK_MODEL_SEED=" << seed << " RK_MODEL_STEPS=" << steps << story;
+  }
+  void Tell(const std::string& what) { m_story.back() += " " + what; }
+
+  void Expect(const SAnswer& expected, BOOL result) {
+    EXPECT_EQ(result, expected.result);
+    EXPECT_EQ(m_notify->Take(), expected.events);
+    EXPECT_EQ(m_notify->autoSwitchAsked.exchange(0), expected.asksSink ? 1 : 0);
+    UINT position = 77;
+    EXPECT_TRUE(m_channel->GetPosition(&position));
+    EXPECT_EQ(position, m_oracle->Position());
+    EXPECT_EQ(m_channel->GetElementMode(TRUE), m_oracle->Mode(true));
+    EXPECT_EQ(m_channel->GetElementMode(FALSE), m_oracle->Mode(false));
+  }
+
+  // ---- deliverer
+
+  CRkRef<IRkAVPlaySample> GetSample(bool comes) {
+    CRkRef<IRkAVPlaySample> sample;
+    m_channel->GetSample(comes ? kTestDeadlineMs : 0, sample.Out());
+    return sample;
+  }
+  void ExpectSample(const CRkRef<IRkAVPlaySample>& sample, bool comes) {
+    ASSERT_EQ(static_cast<bool>(sample), comes);
+    if (!sample) return;
+    const SModelFrame frame = CModelElement::FrameOf(*sample);
+    EXPECT_TRUE(m_oracle->Take(frame)) << frame;
+    Tell(testing::PrintToString(frame));
+  }
+  void Sample() {
+    const bool comes = m_oracle->GivesSample();
+    ExpectSample(m_deliverer.Do([&] { return GetSample(comes); }), comes);
+    Expect({}, TRUE);
+  }
+  void Look() {
+    const SAnswer expected = m_oracle->Switch(m_notify->autoSwitch);
+    UINT status = 99;
+    const BOOL result = m_deliverer.Do([&] { return m_channel->SwitchChannel(&status); });
+    Tell("status " + std::to_string(status));
+    EXPECT_EQ(status, expected.status);
+    Expect(expected, result);
+    if (!expected.answersTaker || !m_taken.valid()) return;
+    EXPECT_EQ(m_taken.get(), static_cast<int>(m_oracle->SwitchPosition()));
+  }
+
+  // ---- editor
+
+  SModelList MakeList() {
+    SModelList list = m_random->MakeList(3, 6, 12);
+    if (m_random->OneIn(10)) list.repeatCount = kRkRepeatEndless;
+    if (m_random->OneIn(12)) list.start = list.total + m_random->Below(2);
+    Tell(std::to_string(list.number) + " of " + std::to_string(list.total) + ", from " +
+         std::to_string(list.start) + ", " + std::to_string(list.repeatCount) + " times");
+    return list;
+  }
+  // The pre-roll of a list that gives too few frames is not worth waiting for. A single element goes in
+  // either way.
+  BOOL Insert(const SModelList& list, const std::vector<CRkRef<CModelElement>>& elements) {
+    g_waits.preRollMs = 20;
+    const bool asElement = elements.size() == 1 && list.number % 2 == 0;
+    auto* first = asElement ? static_cast<IRkClipElement*>(elements[0].Get()) : nullptr;
+    const BOOL result = asElement ? m_channel->InsertClipElement(first, list.repeatCount, list.start)
+                                  : CueAll(elements, list.repeatCount, list.start);
+    g_waits.preRollMs = kTestDeadlineMs;
+    return result;
+  }
+  void Load() {
+    const SModelList list = MakeList();
+    const BOOL result = m_editor.Do([&] { return Insert(list, list.elements); });
+    Expect(m_oracle->Load(list, false), result);
+  }
+  void LoadTwice() {
+    const SModelList list = MakeList();
+    auto elements = list.elements;
+    elements.push_back(elements[m_random->Below(static_cast<UINT>(elements.size()))]);
+    const BOOL result = m_editor.Do([&] { return Insert(list, elements); });
+    Expect(m_oracle->Load(list, true), result);
+  }
+  void LoadNothing() {
+    Expect(m_oracle->LoadNothing(), m_editor.Do([&] { return Insert({}, {}); }));
+  }
+  void LoadBesideDelivery() {
+    const SModelList list = MakeList();
+    const bool comes = m_oracle->GivesSample();
+    auto loaded = m_editor.Begin([&] { return Insert(list, list.elements); });
+    const auto sample = m_deliverer.Do([&] { return GetSample(comes); });
+    const BOOL result = loaded.get();
+    ExpectSample(sample, comes);
+    Expect(m_oracle->Load(list, false), result);
+  }
+  void Delete() {
+    Expect(m_oracle->Delete(), m_editor.Do([&] { return m_channel->DeleteClip(); }));
+  }
+
+  // ---- taker; what must not wait for him goes to the thread of the settings while he waits
+
+  CActor& FreeTaker() { return m_taken.valid() ? m_settings : m_taker; }
+
+  void Request() {
+    if (m_taken.valid()) return;
+    const int before = g_waits.switchPlays;
+    m_taken = m_taker.Begin([this] {
+      UINT position = 0;
+      return m_channel->SwitchPlay(&position) ? static_cast<int>(position) : -1;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays > before; }));
+    m_oracle->Request();
+  }
+  void RequestInVain() {
+    if (m_taken.valid()) return;
+    m_taker.Do([this] { LeaveRequest(); });
+    m_oracle->Request();
+  }
+  void ExpectTakerWaits() {
+    if (!m_taken.valid()) return;
+    EXPECT_EQ(m_taken.wait_for(std::chrono::seconds(0)), std::future_status::timeout)
+        << "a SwitchPlay that nobody has answered";
+  }
+  // Without automatic switches every look answers a request.
+  void AnswerTaker() {
+    m_notify->autoSwitch = false;
+    UINT status = 99;
+    if (m_taken.valid()) m_channel->SwitchChannel(&status);
+    if (m_taken.valid()) m_taken.get();
+  }
+  void SwitchAtOnce() {
+    Expect(m_oracle->SwitchAtOnce(), FreeTaker().Do([&] { return m_channel->SwitchChannelAtOnce(); }));
+  }
+  void Play() {
+    Expect(m_oracle->Play(), FreeTaker().Do([&] { return m_channel->Play(); }));
+  }
+  void Stop() {
+    Expect(m_oracle->Stop(), FreeTaker().Do([&] { return m_channel->Stop(); }));
+  }
+
+  // ---- settings
+
+  void AutoSwitch() { m_notify->autoSwitch = !m_notify->autoSwitch; }
+  void RepeatCount() {
+    const int count = static_cast<int>(m_random->Below(5)) - 1;
+    Tell(std::to_string(count));
+    m_settings.Do([&] { m_channel->SetRepeatCount(count); });
+    m_oracle->SetRepeatCount(count);
+    Expect({}, TRUE);
+  }
+  void Formats() {
+    const BOOL result = m_settings.Do([&] {
+      m_channel->SetVideoResolution(kTestVideo);
+      m_channel->SetWaveFormatInfo(kTestAudio);
+      m_channel->SetPlayBufferPool(nullptr);
+      m_channel->RemoveSampleProcessor();
+      return m_channel->SetSampleProcessor(nullptr);
+    });
+    Expect({FALSE}, result);
+  }
+  void BeginSeek() {
+    if (!m_oracle->AnswersPause()) return;
+    const UINT mode = m_random->Below(3);
+    const BOOL result = m_settings.Do([&] { return m_channel->BeginSeek(mode); });
+    m_oracle->BeginSeek(mode);
+    Expect({}, result);
+  }
+  void Seek() {
+    const SModelFrame* frame = m_oracle->Seekable(m_random->Below(1000));
+    if (frame == nullptr) return;
+    Tell(std::to_string(frame->position));
+    const BOOL result = m_settings.Do([&] { return m_channel->Seek(frame->position, kTestDeadlineMs); });
+    m_oracle->Seek(*frame);
+    Expect({}, result);
+  }
+  void SeekPastTheEnd() {
+    const UINT position = m_oracle->Total() + m_random->Below(2);
+    Expect({FALSE}, m_settings.Do([&] { return m_channel->Seek(position, kTestDeadlineMs); }));
+  }
+  void EndSeek() {
+    m_settings.Do([&] { m_channel->EndSeek(); });
+    m_oracle->EndSeek();
+    Expect({}, TRUE);
+  }
+  // Where the worker is among several elements cannot be told: there the mode stays as it is.
+  void ElementMode() {
+    const bool moves = m_oracle->CanMove();
+    const UINT mode = moves ? m_random->Below(3) : m_oracle->Mode(true);
+    const UINT position = moves && m_random->OneIn(2) ? m_random->Below(m_oracle->Total()) : kRkNoPosition;
+    Tell(std::to_string(mode) + " at " + std::to_string(position));
+    m_settings.Do([&] { m_channel->SetElementMode(TRUE, mode, position); });
+    m_oracle->SetElementMode(mode, position);
+    m_settings.Do([&] { m_channel->SetElementMode(FALSE, m_oracle->Mode(false), kRkNoPosition); });
+    Expect({}, TRUE);
+  }
+
+  std::unique_ptr<CModelRandom> m_random;
+  std::unique_ptr<COracle> m_oracle;
+  std::vector<std::string> m_story;
+  std::future<int> m_taken;  // the SwitchPlay that waits
+  CActor m_deliverer, m_editor, m_taker, m_settings;
+};
+
+const Model::SStep Model::kSteps[] = {
+    {"sample", 60, &Model::Sample},
+    {"look", 40, &Model::Look},
+    {"load", 14, &Model::Load},
+    {"load twice", 1, &Model::LoadTwice},
+    {"load nothing", 1, &Model::LoadNothing},
+    {"load beside delivery", 6, &Model::LoadBesideDelivery},
+    {"delete", 2, &Model::Delete},
+    {"request", 6, &Model::Request},
+    {"request in vain", 2, &Model::RequestInVain},
+    {"switch at once", 4, &Model::SwitchAtOnce},
+    {"play", 6, &Model::Play},
+    {"stop", 1, &Model::Stop},
+    {"auto-switch", 4, &Model::AutoSwitch},
+    {"repeat count", 2, &Model::RepeatCount},
+    {"formats", 1, &Model::Formats},
+    {"begin seek", 4, &Model::BeginSeek},
+    {"seek", 12, &Model::Seek},
+    {"seek past the end", 1, &Model::SeekPastTheEnd},
+    {"end seek", 8, &Model::EndSeek},
+    {"element mode", 4, &Model::ElementMode},
+};
+
+void Model::TakeStep() {
+  UINT weights = 0;
+  for (const SStep& step : kSteps) weights += step.weight;
+  UINT choice = m_random->Below(weights);
+  const SStep* step = kSteps;
+  for (; choice >= step->weight; ++step) choice -= step->weight;
+  m_story.emplace_back(step->name);
+  (this->*step->take)();
+}
+
+TEST_F(Model, every_answer_is_the_one_the_rules_give) {
+  const UINT steps = Setting("RK_MODEL_STEPS", 500);
+  const UINT only = Setting("RK_MODEL_SEED", 0);
+  const UINT seeds = only != 0 ? 1 : Setting("RK_MODEL_SEEDS", 5);
+  for (UINT i = 0; i < seeds && !HasFailure(); ++i) {
+    RunUnderWatchdog([&] { RunSeed(only != 0 ? only : i + 1, steps); });
+  }
+}
+
+}  // namespace
