@@ -6,45 +6,6 @@ class Control : public OutputChannelTest {};
 
 // ---- Play and Stop
 
-TEST_F(Control, play_puts_a_cued_list_on_air_and_leaves_a_playing_one_there) {
-  CLogRecorder log;
-  EXPECT_FALSE(m_channel->Play());
-  EXPECT_EQ(m_notify->Take(), Events{});
-  EXPECT_EQ(
-      log.Messages(L"CRkClipOutputChannel::Play"),
-      Messages{L"CRkClipOutputChannel::Play failed. The playing channel and waiting channel have not any "
-               L"element!\n"});
-
-  ASSERT_TRUE(Cue('A', 9));
-  EXPECT_TRUE(m_channel->Play());
-  EXPECT_EQ(m_notify->Take(), (Events{"loading", "free", "started"}));
-  EXPECT_EQ(TakeSample(), "A0");
-
-  ASSERT_TRUE(Cue('B', 9));
-  EXPECT_TRUE(m_channel->Play());
-  EXPECT_EQ(m_notify->Take(), (Events{"loading", "started"}));
-  EXPECT_EQ(TakeSample(), "A1");
-  EXPECT_EQ(log.Messages(L"CRkClipOutputChannel::Play").size(), 1u);
-}
-
-TEST_F(Control, stop_empties_every_channel_and_tells_so_each_time) {
-  const auto playing = MakeElement('A', 9);
-  const auto cued = MakeElement('B', 9);
-  PlayList({playing});
-  ASSERT_TRUE(Cue({cued}));
-  m_notify->Take();
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(m_channel->Stop());
-    EXPECT_EQ(m_notify->Take(), (Events{"free", "ended"}));
-  }
-  EXPECT_EQ(playing->closes + cued->closes, 2);
-  CRkRef<IRkAVPlaySample> none;
-  EXPECT_FALSE(m_channel->GetSample(0, none.Out()));
-  EXPECT_FALSE(m_channel->Play());
-  PlayList({playing});
-  EXPECT_EQ(TakeSample(), "A0");
-}
-
 // ---- a sink that calls back
 
 TEST_F(Control, a_sink_may_stop_the_channel_when_it_hears_of_the_end) {
@@ -113,22 +74,6 @@ TEST_F(Control, a_request_outlives_a_stop_and_a_switch_at_once) {
   EXPECT_FALSE(m_channel->SwitchChannel(&status));
   EXPECT_EQ(status, 2u);
   EXPECT_TRUE(m_channel->SwitchChannel(&status));
-}
-
-TEST_F(Control, a_switch_at_once_needs_a_waiting_list_and_stops_the_old_one) {
-  const auto old = MakeElement('A', 9);
-  PlayList({old});
-  CLogRecorder log;
-  EXPECT_FALSE(m_channel->SwitchChannelAtOnce());
-  EXPECT_EQ(m_notify->Take(), Events{});
-  EXPECT_EQ(TakeSample(), "A0");
-  ASSERT_TRUE(Cue('B', 9));
-  m_notify->Take();
-  EXPECT_TRUE(m_channel->SwitchChannelAtOnce());
-  EXPECT_EQ(m_notify->Take(), Events{"free"});
-  EXPECT_EQ(old->closes, 1);
-  EXPECT_EQ(TakeSample(), "B0");
-  EXPECT_FALSE(log.Heard(L"CRkClipOutputChannel::SwitchChannel"));
 }
 
 TEST_F(Control, a_request_waits_until_the_load_it_would_take_is_done) {

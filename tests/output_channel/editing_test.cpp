@@ -32,24 +32,6 @@ TEST_F(Editing, a_cued_list_keeps_its_timeline_when_the_list_of_the_host_goes) {
   EXPECT_EQ(PlayOut(), "B4 B5 B6 B7 B8 1 ");
 }
 
-TEST_F(Editing, one_element_is_cued_as_a_list_of_its_own) {
-  const auto element = MakeElement('A', 2);
-  EXPECT_TRUE(m_channel->InsertClipElement(static_cast<IRkClipElement*>(element.Get()), 2, 1));
-  EXPECT_EQ(m_notify->Take(), Events{"loading"});
-  ASSERT_TRUE(m_channel->Play());
-  EXPECT_EQ(PlayOut(), "A1 A0 A1 1 ");
-}
-
-TEST_F(Editing, a_newer_clip_replaces_the_cued_one) {
-  const auto older = MakeElement('A', 9);
-  ASSERT_TRUE(Cue({older}));
-  ASSERT_TRUE(Cue('B', 1));
-  EXPECT_EQ(older->closes, 1);
-  EXPECT_EQ(m_notify->Take(), (Events{"loading", "loading"}));
-  ASSERT_TRUE(m_channel->Play());
-  EXPECT_EQ(PlayOut(), "B0 1 ");
-}
-
 TEST_F(Editing, nothing_to_load_leaves_the_cued_clip) {
   ASSERT_TRUE(Cue('A', 1));
   m_notify->Take();
@@ -95,34 +77,6 @@ TEST_F(Editing, an_element_that_comes_twice_leaves_the_list_partly_loaded) {
   ASSERT_TRUE(Cue({once, twice, never}));  // a later load clears it
   ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
   EXPECT_EQ(PlayOut(), "A0 A1 B2 B3 C4 C5 1 ");
-}
-
-TEST_F(Editing, deleting_the_cued_clip_leaves_the_playing_one) {
-  const auto cued = MakeElement('B', 9);
-  PlayList({MakeElement('A', 2)});
-  ASSERT_TRUE(Cue({cued}));
-  m_notify->Take();
-  for (int i = 0; i < 2; ++i) {
-    EXPECT_TRUE(m_channel->DeleteClip());
-    EXPECT_EQ(m_notify->Take(), Events{"free"});
-  }
-  EXPECT_EQ(cued->closes, 1);
-  EXPECT_EQ(PlayOut(), "A0 A1 1 ");
-}
-
-// A clip that has played may be cued again at once, though its worker has not been stopped.
-TEST_F(Editing, a_clip_that_has_just_ended_can_be_cued_again) {
-  const auto again = MakeElement('A', 2);
-  PlayList({again});
-  for (int i = 0; i < 20; ++i) {
-    ASSERT_TRUE(Cue('B', 1));
-    EXPECT_EQ(TakeSamples(2), "A0 A1 ");
-    ASSERT_EQ(Switch(), RkSwitchStatus_Switched);
-    ASSERT_TRUE(Cue({again}));
-    EXPECT_EQ(TakeSample(), "B0");
-    ASSERT_EQ(Switch(), RkSwitchStatus_Switched);
-  }
-  EXPECT_FALSE(again->misused);
 }
 
 TEST_F(Editing, banners_frame_what_an_operation_logs) {

@@ -108,42 +108,6 @@ TEST_F(SwitchingTable, every_row_does_what_it_says) {
   }
 }
 
-// No request may linger in a channel that handled one.
-TEST_F(SwitchingTable, a_handled_request_is_gone) {
-  PlayList({MakeElement('A', 9)}, kRkRepeatEndless);
-  for (const bool waiting : {true, false}) {
-    if (waiting) {
-      EXPECT_TRUE(Cue('B', 9));
-    }
-    auto answer = RequestSwitch();
-    EXPECT_EQ(Switch(), waiting ? 4u : 2u);
-    EXPECT_EQ(answer.get(), 0);
-    EXPECT_TRUE(Cue('C', 9));
-    EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
-    EXPECT_TRUE(m_channel->DeleteClip());
-  }
-}
-
-TEST_F(SwitchingTable, an_end_with_nothing_waiting_is_told_at_every_call_until_a_list_comes) {
-  EXPECT_EQ(Switch(), RkSwitchStatus_Ended);  // nothing has played yet
-  PlayList({MakeElement('A', 2)});
-  EXPECT_EQ(PlayOut(), "A0 A1 1 ");
-  EXPECT_EQ(Switch(), RkSwitchStatus_Ended);
-  EXPECT_EQ(m_notify->Take(), (Events{"ended", "ended"}));
-  EXPECT_TRUE(Cue('B', 2));
-  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
-  EXPECT_EQ(PlayOut(), "B0 B1 1 ");
-}
-
-TEST_F(SwitchingTable, samples_taken_past_the_end_start_the_list_over) {
-  m_notify->autoSwitch = false;
-  PlayList({MakeElement('A', 2)});
-  EXPECT_EQ(PlayOut(), "A0 A1 5 ");
-  EXPECT_EQ(TakeSample(), "A0");
-  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
-  EXPECT_EQ(PlayOut(), "A1 5 ");
-}
-
 TEST_F(SwitchingTable, the_end_of_a_list_does_not_wait_for_a_worker_that_reads_on) {
   const auto hook = MakeFake<CFakeHook>();
   CGate nextPass;
