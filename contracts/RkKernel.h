@@ -202,7 +202,9 @@ class IRkAudioDirectSound : public IRkUnknown {
   virtual void Operation13() {}
   virtual double GetBufferDuration() = 0;  // milliseconds, after which the play position wraps to 0
   // In milliseconds; on entry the value of the previous call. Never runs backwards but for the wrap, and
-  // goes on, playing silence, when nothing new is written or the sound system is gone.
+  // goes on, playing silence, when nothing new is written or the sound system is gone. Tells at most 0.4 of
+  // the span more than the call before, whoever made it: a longer jump is told over several calls, so that
+  // one caller, or two in turn, count every wrap.
   virtual void GetPlayPosition(double* position) = 0;
 };
 

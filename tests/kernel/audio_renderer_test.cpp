@@ -4,6 +4,7 @@
 #include <cmath>
 #include <future>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "contracts/kernel/kernel/CRkAudioDirectSound.h"
@@ -229,6 +230,29 @@ TEST_F(audio_renderer, takes_a_virtual_card_that_wakes_late_for_no_lost_one) {
   EXPECT_NEAR(Position(), 10.0, 1e-6);
   for (int i = 0; i < 2; ++i) Pull();
   EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, m_written));
+}
+
+TEST_F(audio_renderer, lets_two_callers_count_every_wrap_of_a_long_jump) {
+  Create();
+  Write(kStartBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  for (int i = 0; i < 33; ++i) PullAfter10Ms();  // 3.3 spans in which nobody asks
+  struct {
+    double positionMs = 0.0;
+    int wraps = 0;
+  } callers[2];
+  for (int call = 0; call < 20; ++call) {
+    auto& caller = callers[call % 2];
+    const double last = std::exchange(caller.positionMs, Position());
+    if (caller.positionMs < last) ++caller.wraps;
+  }
+  for (const auto& caller : callers) EXPECT_NEAR(caller.wraps * kSpanMs + caller.positionMs, 330.0, 1e-6);
+
+  m_written = (static_cast<ULONGLONG>(callers[0].wraps) * 10 + 4) * kPeriodBytes;
+  Write(kPeriodBytes);
+  PullAfter10Ms();
+  EXPECT_EQ(m_script.taken.back(), StreamByte(m_written - 1));
 }
 
 TEST_F(audio_renderer, is_not_created_for_what_it_cannot_play) {

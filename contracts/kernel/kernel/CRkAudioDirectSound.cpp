@@ -15,6 +15,7 @@ namespace {
 constexpr DWORD kPlayOutStepMs = 20;
 constexpr LONGLONG kPlayOutGraceNs = kRkNanosecondsPerSecond;
 constexpr DWORD kRestStepFrames = 1024;
+constexpr double kMostToldSpans = 0.4;  // two steps are less than a span: who asks every other time counts on
 
 BYTE SilentByte(const SRkWaveFormatInfo& format) {
   return format.bitsPerSample == 8 ? 0x80 : 0;
@@ -83,7 +84,7 @@ void CRkAudioDirectSound::_ChangeState(EState state) {
       m_notify.Start(now);
     } else if (state == EState::kReady) {
       m_ring.Reset();
-      m_heardFrames = 0.0;
+      m_heardFrames = m_toldFrames = 0.0;
       m_lossLogged = false;
     }
   }
@@ -241,5 +242,6 @@ void CRkAudioDirectSound::GetPlayPosition(double* position) {
   _Follow();
   CRkScopedLock lock(m_lock);
   if (m_state == EState::kPlaying) m_heardFrames = m_position.Frames(m_clock());
-  *position = _Milliseconds(std::fmod(m_heardFrames, m_spanFrames));
+  m_toldFrames = std::min(m_heardFrames, m_toldFrames + kMostToldSpans * m_spanFrames);
+  *position = _Milliseconds(std::fmod(m_toldFrames, m_spanFrames));
 }

@@ -77,6 +77,7 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   CRkSmoothPosition m_position RK_GUARDED_BY(m_lock);
   CRkNotifyTimer m_notify RK_GUARDED_BY(m_lock);
   double m_heardFrames RK_GUARDED_BY(m_lock) = 0.0;  // as last read; stands while nothing plays
+  double m_toldFrames RK_GUARDED_BY(m_lock) = 0.0;   // the user's; behind what is heard after a jump only
   bool m_lossLogged RK_GUARDED_BY(m_lock) = false;
   std::vector<BYTE> m_restPart RK_GUARDED_BY(m_control);
 
