@@ -13,20 +13,20 @@ struct SSwitchRow {
   EYes request, waiting;
   EChange change;
   UINT status;
-  bool answersTaker;
-  const char* event;
   BOOL result;
+  const char* event;
+  bool answersTaker;
 };
 
 constexpr SSwitchRow kSwitchTable[] = {
-    {2, Either, No, Either, Keep, 2, false, nullptr, TRUE},
-    {2, Either, Yes, Yes, StopOld, 4, true, "free", TRUE},
-    {2, Either, Yes, No, Keep, 2, true, nullptr, FALSE},
-    {1, No, No, Either, Keep, 5, false, nullptr, TRUE},
-    {1, No, Yes, Yes, EmptyOld, 4, true, "free", TRUE},
-    {1, No, Yes, No, Keep, 1, true, "ended", FALSE},
-    {1, Yes, Either, Yes, EmptyOld, 4, false, "free", TRUE},
-    {1, Yes, Either, No, Keep, 1, false, "ended", FALSE},
+    {2, Either, No, Either, Keep, 2, TRUE, nullptr, false},
+    {2, Either, Yes, Yes, StopOld, 4, TRUE, "free", true},
+    {2, Either, Yes, No, Keep, 2, FALSE, nullptr, true},
+    {1, No, No, Either, Keep, 5, TRUE, nullptr, false},
+    {1, No, Yes, Yes, EmptyOld, 4, TRUE, "free", true},
+    {1, No, Yes, No, Keep, 1, FALSE, "ended", true},
+    {1, Yes, Either, Yes, EmptyOld, 4, TRUE, "free", false},
+    {1, Yes, Either, No, Keep, 1, FALSE, "ended", false},
 };
 
 bool Fits(EYes wanted, bool is) {

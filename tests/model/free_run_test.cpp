@@ -21,6 +21,7 @@ class FreeRun : public OutputChannelTest {
     const std::vector<void (FreeRun::*)(CModelRandom&)> roles = {&FreeRun::Deliver, &FreeRun::Edit,
                                                                  &FreeRun::Take, &FreeRun::Set};
     std::vector<std::thread> threads;
+    threads.reserve(roles.size());
     for (const auto role : roles) {
       threads.emplace_back([this, role, seed, samples] {
         CModelRandom random(seed);

@@ -111,7 +111,7 @@ class Model : public OutputChannelTest {
   // The pre-roll of a list that gives too few frames is not worth waiting for. A single element goes in
   // either way.
   BOOL Insert(const SModelList& list, const std::vector<CRkRef<CModelElement>>& elements) {
-    g_waits.preRollMs = 20;
+    g_waits.preRollMs = 1;
     const bool asElement = elements.size() == 1 && list.number % 2 == 0;
     auto* first = asElement ? static_cast<IRkClipElement*>(elements[0].Get()) : nullptr;
     const BOOL result = asElement ? m_channel->InsertClipElement(first, list.repeatCount, list.start)
@@ -287,7 +287,7 @@ void Model::TakeStep() {
 TEST_F(Model, every_answer_is_the_one_the_rules_give) {
   const UINT steps = Setting("RK_MODEL_STEPS", 500);
   const UINT only = Setting("RK_MODEL_SEED", 0);
-  const UINT seeds = only != 0 ? 1 : Setting("RK_MODEL_SEEDS", 5);
+  const UINT seeds = only != 0 ? 1 : Setting("RK_MODEL_SEEDS", 12);
   for (UINT i = 0; i < seeds && !HasFailure(); ++i) {
     RunUnderWatchdog([&] { RunSeed(only != 0 ? only : i + 1, steps); });
   }
