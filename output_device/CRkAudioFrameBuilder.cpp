@@ -54,7 +54,7 @@ BOOL CRkAudioFrameBuilder::Build(IRkAVPlaySample* sample, UINT frameIndex, IRkAu
     if (!block) break;
     SRkAudioSampleInfo info = {};
     block->GetInfo(&info);
-    if (i == 0 && SameFormat(info.format, m_output)) {
+    if (i == 0 && info.dataLength > 0 && SameFormat(info.format, m_output)) {
       *audio = block.Detach();
       return TRUE;
     }

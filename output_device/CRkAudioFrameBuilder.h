@@ -7,7 +7,8 @@
 #include "contracts/RkKernel.h"
 
 // Makes each frame's 16-bit stereo audio: a block that is so already is passed through; other blocks are
-// gathered side by side in a wide buffer and mixed down; a frame without audio is silence.
+// gathered side by side in a wide buffer and mixed down; a frame without audio, or whose first block is
+// empty, is silence.
 //
 // Belongs to the pacing thread. Owns two work samples, created on first need and filled anew for every
 // frame: who receives one takes what it needs before the next is built.

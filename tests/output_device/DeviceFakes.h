@@ -1,5 +1,6 @@
 #pragma once
 
+#include "output_device/CRkSampleQueue.h"
 #include "tests/support/RkFakes.h"
 
 // Writes down what the device hands out: "play", "stop", "blank", "v<index>" and "a<bytes>".
@@ -15,10 +16,12 @@ class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
   void OnVideoSample(IRkVideoSample* video) override {
     if (video == nullptr) return Write("blank");
     Write("v", video->GetFrameIndex());
+    pictureGate.Pass();
   }
   void OnStop() override { Write("stop"); }
 
   std::atomic<int> attachments = 0;
+  CGate pictureGate;  // every picture passes it
 
   std::vector<std::string> Take() {
     std::lock_guard lock(m_mutex);
@@ -52,6 +55,8 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
   std::atomic<double> stepMs = 0.0;  // how far it moves each time it is read
 
   void Reset() override {
+    plays = false;
+    positionMs = stepMs = 0.0;
     std::lock_guard lock(m_mutex);
     m_writes.clear();
   }
@@ -80,6 +85,11 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
   std::mutex m_mutex;
   std::vector<std::pair<ULONGLONG, DWORD>> m_writes;
 };
+
+inline void Push(CRkSampleQueue& queue, IRkUnknown* item) {
+  CRkRef<IRkUnknown> dropped;
+  queue.Push(item, dropped.Out());
+}
 
 inline CRkRef<IRkVideoSample> MakeVideo(UINT index) {
   CRkRef<IRkVideoSample> video;
