@@ -11,7 +11,7 @@ constexpr UINT kTickTimeoutMs = 100;
 void CRkPacingRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE videoDoneEvent, HANDLE audioDoneEvent) {
   m_shownFrame.BeginRun();
   const HANDLE ends[] = {exitEvent, stopEvent};
-  while (WaitForMultipleObjects(2, ends, FALSE, kPassPauseMs) > WAIT_OBJECT_0 + 1) _Pass(exitEvent);
+  while (WaitForMultipleObjects(2, ends, FALSE, kPassPauseMs) == WAIT_TIMEOUT) _Pass(exitEvent);
 
   if (m_feed != nullptr) m_feed->Drain(exitEvent);
   m_shownFrame.AdvanceToLast();

@@ -10,8 +10,6 @@ void CRkVideoRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
   const HANDLE awaited[] = {exitEvent, m_shownFrame.Event(), stopEvent};
   for (;;) {
     switch (WaitForMultipleObjects(3, awaited, FALSE, INFINITE)) {
-      case WAIT_OBJECT_0:
-        return;
       case WAIT_OBJECT_0 + 1:
         FramePass();
         break;
@@ -22,8 +20,8 @@ void CRkVideoRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
         }
         SetEvent(m_shownFrame.Event());
         break;
-      default:
-        break;
+      default:  // exitEvent, or WAIT_FAILED, which would else come again at once and for ever
+        return;
     }
   }
 }

@@ -20,7 +20,7 @@ class CRkVideoRun {
               const IRkUnknown* noPicture)
       : m_queue(queue), m_shownFrame(shownFrame), m_callback(callback), m_noPicture(noPicture) {}
 
-  // Until exitEvent, or until stopEvent with nothing queued, and then sets doneEvent.
+  // Until exitEvent or a wait that fails, or until stopEvent with nothing queued, and then sets doneEvent.
   void Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent);
   void FramePass();
 
