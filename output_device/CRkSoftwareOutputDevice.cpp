@@ -59,9 +59,10 @@ BOOL CRkSoftwareOutputDevice::_CreateRenderer(const SRkWaveFormatInfo& format, H
   return m_audioBuilder.Configure(m_outputFormat, sourceChannels, static_cast<ERkFrameRate>(m_frameRate));
 }
 
+// With audio the pictures of all frames that are due, written ahead or queued may wait.
 BOOL CRkSoftwareOutputDevice::_CreateQueues(int queueDepth) {
-  return m_audioQueue.Create(queueDepth) &&
-         m_videoQueue.Create(m_audioRenderer ? 2 * queueDepth : queueDepth);
+  const int waiting = m_audioRenderer ? std::max(2 * queueDepth, queueDepth + m_audioLead + 1) : queueDepth;
+  return m_audioQueue.Create(queueDepth) && m_videoQueue.Create(waiting);
 }
 
 BOOL CRkSoftwareOutputDevice::_CreateEvents() {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <future>
+
 #include "tests/output_device/DeviceFakes.h"
 
 namespace {
@@ -12,7 +15,11 @@ class CHandClock : public CFake<IRkSoftRefClock> {
   std::atomic<int> running = 0;
   std::atomic<UINT> ticks = 0;
 
-  void Start(double) override { ++running; }
+  void Start(double) override {
+    ++running;
+    m_given = ticks = 0;
+    stopping = false;
+  }
   void WaitTick(UINT) override {
     WaitUntil([&] { return m_given < ticks || running == 0 || stopping; });
     ++m_given;
@@ -78,6 +85,13 @@ class output_device : public testing::Test {
     if (withVideo) sample->SetVideoSample(MakeVideo(77).Get());
     EXPECT_TRUE(m_device->PutSample(sample.Get()));
   }
+  // With audio: plays when so many frames are written.
+  void PlayFromFrame0(size_t frames) {
+    m_device->Play();
+    for (size_t i = 0; i < frames; ++i) Put(true);
+    EXPECT_TRUE(WaitUntil([&] { return g_renderer->Writes().size() == frames; }));
+    g_renderer->plays = true;
+  }
   // Lets the clock tick once and waits until that frame was seen or passed.
   void TickAndAwait(const std::string& event) {
     ++g_clock->ticks;
@@ -119,52 +133,62 @@ TEST_F(output_device, shows_a_submitted_picture_at_once_while_stopped) {
   EXPECT_FALSE(m_device->SetOutputCallback(nullptr));
 }
 
-TEST_F(output_device, shows_one_picture_a_tick_and_jumps_to_the_last_at_a_stop) {
+TEST_F(output_device, shows_one_picture_a_tick_from_0_in_every_run_and_jumps_to_the_last_at_a_stop) {
   CreateWithPicturesOnly(4);
-  m_device->Play();
-  m_device->Play();
-  for (int i = 0; i < 4; ++i) Put(true);
-  TickAndAwait("v0");
-  TickAndAwait("v1");
-  EXPECT_EQ(m_sink->Take(), (Events{"play", "v0", "v1"}));
-  g_clock->stopping = true;  // the tick that the pacing thread waits for comes
-  EXPECT_TRUE(m_device->Stop(TRUE));
-  const Events events = m_sink->Take();
-  ASSERT_GE(events.size(), 3U);
-  EXPECT_EQ((Events{events.end() - 3, events.end()}), (Events{"v3", "blank", "stop"}));
-  EXPECT_EQ(g_clock->running, 0);
+  for (int run = 0; run < 2; ++run) {
+    m_device->Play();
+    m_device->Play();
+    for (int i = 0; i < 4; ++i) Put(true);
+    auto fifth = std::async(std::launch::async, [&] { Put(true); });  // waits for a free pool sample
+    TickAndAwait("v0");
+    TickAndAwait("v1");
+    fifth.get();
+    EXPECT_EQ(m_sink->Take(), (Events{"play", "v0", "v1"}));
+    g_clock->stopping = true;
+    EXPECT_TRUE(m_device->Stop(TRUE));
+    const Events events = m_sink->Take();
+    ASSERT_GE(events.size(), 3U);
+    EXPECT_EQ((Events{events.end() - 3, events.end()}), (Events{"v4", "blank", "stop"}));
+    EXPECT_EQ(g_clock->running, 0);
+  }
 }
 
-TEST_F(output_device, holds_the_host_until_a_pool_sample_comes_back) {
-  CreateWithPicturesOnly(2);
-  m_device->Play();
-  Put(true);
-  Put(true);  // with the one that Play took the pool is empty
-  std::atomic<bool> third = false;
-  std::thread host([&] {
-    Put(true);
-    third = true;
-  });
-  TickAndAwait("v0");
-  EXPECT_TRUE(WaitUntil([&] { return third.load(); }));
-  host.join();
+TEST_F(output_device, loses_no_picture_while_the_video_thread_is_held_up_however_short_its_queues) {
+  for (const int depth : {1, 2}) {
+    CreateWithAudio(2, depth);
+    m_sink->pictureGate.Shut();
+    PlayFromFrame0(2);
+    EXPECT_TRUE(WaitUntil([&] { return m_sink->Has("v0"); }));
+    for (int i = 0; i < depth; ++i) Put(true);
+    g_renderer->positionMs = 40.0;
+    Put(true);  // once frame 2 is written
+    m_sink->pictureGate.Open();
+    for (int frame = 1; frame < depth + 3; ++frame) {
+      g_renderer->positionMs = 40.0 * frame;
+      const std::string shown = std::string("v").append(std::to_string(frame));
+      EXPECT_TRUE(WaitUntil([&] { return m_sink->Has(shown); })) << shown;
+    }
+    m_device.Reset();
+    m_sink->Take();
+  }
 }
 
-TEST_F(output_device, follows_the_renderer_and_plays_out_what_is_queued_at_a_stop) {
+TEST_F(output_device, follows_the_renderer_plays_out_what_is_queued_at_a_stop_and_starts_anew) {
   CreateWithAudio(2, 4);
-  m_device->Play();
-  for (int i = 0; i < 4; ++i) Put(true);
-  EXPECT_TRUE(WaitUntil([&] { return g_renderer->Writes().size() == 4; }));
-  g_renderer->positionMs = 40.0;
-  g_renderer->plays = true;
-  EXPECT_TRUE(WaitUntil([&] { return m_sink->Has("v1"); }));
-  g_renderer->stepMs = 40.0;
-  Put(true);
-  EXPECT_TRUE(m_device->Stop(FALSE));
-  const Events events = m_sink->Take();
-  EXPECT_EQ(events.back(), "stop");
-  EXPECT_TRUE(std::count(events.begin(), events.end(), "v4") > 0);
-  EXPECT_FALSE(m_device->IsPlaying());
+  for (int run = 0; run < 2; ++run) {
+    PlayFromFrame0(4);
+    EXPECT_EQ(g_renderer->Writes()[0].first, 0U);
+    g_renderer->positionMs = 40.0;
+    EXPECT_TRUE(WaitUntil([&] { return m_sink->Has("v1"); }));
+    g_renderer->stepMs = 40.0;
+    Put(true);
+    EXPECT_TRUE(m_device->Stop(FALSE));
+    EXPECT_GE(g_renderer->Writes().size(), 5U);
+    const Events events = m_sink->Take();
+    EXPECT_EQ(events.back(), "stop");
+    EXPECT_TRUE(std::count(events.begin(), events.end(), "v4") > 0);
+    EXPECT_FALSE(m_device->IsPlaying());
+  }
 }
 
 TEST_F(output_device, a_run_of_samples_without_picture_blanks_once) {
@@ -187,28 +211,12 @@ TEST_F(output_device, ends_without_a_renderer_that_starts_or_one_that_notifies) 
   EXPECT_GE(g_renderer->Writes().size(), 5u);  // but for what the queue still held
 
   g_renderer->notifies = false;
-  g_renderer->plays = true;
   m_sink->Take();
-  m_device->Play();
-  for (int i = 0; i < 3; ++i) Put(true);
+  PlayFromFrame0(3);
   g_renderer->stepMs = 40.0;
   EXPECT_TRUE(m_device->Stop(FALSE));
   EXPECT_TRUE(m_sink->Has("v2"));
   EXPECT_EQ(m_sink->Take().back(), "stop");
-}
-
-TEST_F(output_device, every_run_numbers_its_frames_from_0) {
-  CreateWithPicturesOnly(3);
-  for (int run = 0; run < 2; ++run) {
-    m_device->Play();
-    Put(true);
-    Put(true);
-    TickAndAwait("v0");
-    TickAndAwait("v1");
-    ++g_clock->ticks;  // the one that the pacing thread may wait for
-    EXPECT_TRUE(m_device->Stop(FALSE));
-    EXPECT_EQ(m_sink->Take(), (Events{"play", "v0", "v1", "stop"}));
-  }
 }
 
 TEST_F(output_device, its_callback_may_take_itself_off_and_be_set_again) {
@@ -243,6 +251,19 @@ TEST_F(output_device, released_while_playing_with_frames_queued_ends_soon_and_le
   for (int i = 0; i < 4; ++i) Put(true);
   g_clock->stopping = true;
   m_device.Reset();
+
+  // One wait for the video thread takes a second, every time; a busy machine leaves one of several in time.
+  ULONGLONG shortestMs = kTestDeadlineMs;
+  for (int attempt = 0; attempt < 10 && shortestMs >= 1000; ++attempt) {
+    CreateWithAudio(2, 4);
+    PlayFromFrame0(4);
+    for (int i = 0; i < 4; ++i) Put(true);
+    const ULONGLONG begin = GetTickCount64();
+    m_device.Reset();
+    shortestMs = std::min(shortestMs, GetTickCount64() - begin);
+    EXPECT_EQ(g_renderer->stops, 1);
+  }
+  EXPECT_LT(shortestMs, 1000U);
   EXPECT_FALSE(m_sink->Has("stop"));
 }
 
