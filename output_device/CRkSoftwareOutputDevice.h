@@ -17,6 +17,8 @@
 //
 // Threads: the host's, one at a time, and the two workers, which run between Play and Stop. They meet in
 // the queues, the shown frame and the callback, each with a lock of its own; the device has none.
+// A callback that blocks for longer than the destructor waits for its worker (2 s) still works on the
+// device when that is gone: the host must not make the last release until the callback has returned.
 //
 //                        audio mode                            pictures only
 //   chosen when          there are channels and a renderer     otherwise

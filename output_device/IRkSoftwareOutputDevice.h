@@ -21,10 +21,14 @@ class IRkSoftwareOutputCallback : public IRkUnknown {
 // Plays samples for monitoring: hands each picture to the callback when it is due, mixes the audio to
 // 16-bit stereo and plays it. The audio renderer's position is the clock, or a soft clock without audio.
 //
-// Threads: the host calls the operations from one thread at a time. The last Release joins the workers.
+// Threads: the host calls the operations from one thread at a time. The last Release tells both workers to
+// end and waits up to 2 s for each: the host must not make it while a call to a callback that may block for
+// longer is under way, which would come back to a device that is gone.
 class IRkSoftwareOutputDevice : public IRkUnknown {
  public:
-  virtual BOOL SetOutputCallback(IRkSoftwareOutputCallback* callback) = 0;  // TRUE when one is set now
+  // Both return at once: each worker may still be in its last call to the callback of before, or about to
+  // make it. SetOutputCallback gives TRUE when one is set now.
+  virtual BOOL SetOutputCallback(IRkSoftwareOutputCallback* callback) = 0;
   virtual void RemoveOutputCallback() = 0;
   virtual BOOL Play() = 0;  // TRUE; without effect while playing
   // Plays out the queued audio (with pictures alone: jumps to the last frame). clearVideo: ends with
@@ -32,7 +36,6 @@ class IRkSoftwareOutputDevice : public IRkUnknown {
   virtual BOOL Stop(BOOL clearVideo) = 0;
   virtual BOOL IsPlaying() = 0;
   // Copies the sample into the device's pool; blocks while that is exhausted, which holds the host to
-  // playing speed. While stopped, only shows the picture. FALSE for null, or
-  // without memory for the copy.
+  // playing speed. While stopped, only shows the picture. FALSE for null, or without memory for the copy.
   virtual BOOL PutSample(IRkAVPlaySample* sample) = 0;
 };

@@ -17,7 +17,8 @@
 // at all. A run has the number of the Play that ordered it; one that outlived its Stop leaves the state
 // to the later run.
 // A callback or a clip that blocks for longer than a Stop waits (5 s) still has the clip when the Stop is
-// over: the host must not close or seek it, nor release the player, until the callback has returned.
+// over: the host must not close or seek it, nor call SetTrimInfo, nor release the player, until the
+// callback has returned.
 class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
  public:
   CRkClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format);
