@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <limits>
 #include <optional>
-#include <regex>
 
 #include "host/FrameGrabber.h"
 #include "host/FrameOutput.h"
@@ -97,15 +96,32 @@ Programme LoadClip(const FrameOptions& options) {
   return LoadProgramme(loading);
 }
 
-// The place for the number is looked for in the file's own name only.
-std::string NumberedPath(const std::string& path, UINT number, bool isOneOfSeveral) {
-  static const std::regex kPlace("%(0[1-9])?d(?=[^/]*$)");
+// Where a name holds %d or %0Nd.
+struct NumberPlace {
+  size_t at;
+  size_t length;
+  size_t digits;  // at least
+};
+
+// In the file's own name only.
+std::optional<NumberPlace> FindNumberPlace(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  size_t at = path.find('%', slash == std::string::npos ? 0 : slash);
+  for (; at != std::string::npos; at = path.find('%', at + 1)) {
+    const char* place = path.c_str() + at;
+    if (place[1] == 'd') return NumberPlace{at, 2, 1};
+    if (place[1] == '0' && place[2] >= '1' && place[2] <= '9' && place[3] == 'd') {
+      return NumberPlace{at, 4, static_cast<size_t>(place[2] - '0')};
+    }
+  }
+  return std::nullopt;
+}
+
+std::string NumberedPath(std::string path, UINT number, bool isOneOfSeveral) {
   std::string digits = std::to_string(number);
-  std::smatch place;
-  if (std::regex_search(path, place, kPlace)) {
-    const size_t width = place[1].matched ? static_cast<size_t>(place.str(1)[1] - '0') : 0;
-    if (digits.size() < width) digits.insert(0, width - digits.size(), '0');
-    return place.prefix().str() + digits + place.suffix().str();
+  if (const auto place = FindNumberPlace(path)) {
+    if (digits.size() < place->digits) digits.insert(0, place->digits - digits.size(), '0');
+    return path.replace(place->at, place->length, digits);
   }
   if (!isOneOfSeveral) return path;
   std::filesystem::path numbered = path;
