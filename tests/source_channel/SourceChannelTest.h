@@ -40,7 +40,8 @@ class CBlockedCall {
   std::thread m_thread;
 };
 
-// A source channel over fake elements with the consumer's view of it. At the end everything must be gone.
+// A source channel over fake elements with the consumer's view of it. Its last release ends whatever still
+// plays, after which everything must be closed and gone.
 class SourceChannelTest : public testing::Test {
  protected:
   static constexpr UINT kRoomy = 2000;  // samples of a cache that no test fills
@@ -57,7 +58,10 @@ class SourceChannelTest : public testing::Test {
 
   void TearDown() override {
     channel.Reset();
-    for (const auto& element : elements) EXPECT_FALSE(element->misused);
+    for (const auto& element : elements) {
+      EXPECT_FALSE(element->misused);
+      EXPECT_EQ(element->opens, element->closes);
+    }
     elements.clear();
     EXPECT_EQ(g_liveFakes, 0);
   }

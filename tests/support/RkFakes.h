@@ -90,7 +90,7 @@ class CFakeElement : public CFake<IRkClipElement> {
   CGate openGate;                                    // every open passes it
 
   // What happened.
-  std::atomic<int> opens = 0;
+  std::atomic<int> opens = 0;  // that succeeded
   std::atomic<int> closes = 0;
   std::atomic<int> reads = 0;
   std::atomic<int> readers = 0;       // threads inside a read now
@@ -110,8 +110,8 @@ class CFakeElement : public CFake<IRkClipElement> {
 
   BOOL Open(IRkPlayBufferPool* pool, UINT, const SRkClipFormat* format) override {
     openGate.Pass();
-    ++opens;
     if (!canOpen) return FALSE;
+    ++opens;
     std::lock_guard lock(m_mutex);
     formatAtOpen = *format;
     poolAtOpen = pool;
@@ -172,12 +172,13 @@ class CFakeElement : public CFake<IRkClipElement> {
   std::atomic<UINT> m_mode = 0;
 };
 
-// Writes down every sample's position and every reported interval.
+// Writes down every sample's position and every reported interval. Touches the pool it is lent, as hooks do.
 class CFakeHook : public CFake<IRkClipSampleProcessor> {
  public:
   std::function<void(IRkAVPlaySample*)> onSample;
 
-  void ProcessSample(IRkAVPlaySample* sample, IRkPlayBufferPool*) override {
+  void ProcessSample(IRkAVPlaySample* sample, IRkPlayBufferPool* pool) override {
+    CRkRef<IRkPlayBufferPool>::Retain(pool);
     if (onSample) onSample(sample);
     std::lock_guard lock(m_mutex);
     m_positions.push_back(sample->GetPosition());
