@@ -63,75 +63,36 @@ TEST_P(RepeatTest, a_list_ends_with_the_last_frame_of_the_last_pass_and_neither_
 
 INSTANTIATE_TEST_SUITE_P(Frames, RepeatTest, testing::Values(1, 2, 3, 5, 24, 25, 26, 60));
 
-// The worker is just ahead of the consumer, or ahead by many passes.
-class RepeatCountTest : public SourceChannelTest, public testing::WithParamInterface<UINT> {
- protected:
-  void Start(int passes) {
-    Build({4, 6}, GetParam());
-    ASSERT_TRUE(channel->Play(0, passes));
-  }
-  // Plays on until that many frames have been taken, the last of which ends the list.
-  void ExpectEndAfter(UINT frames) {
-    for (; m_taken < frames; ++m_taken) {
-      ASSERT_EQ(Take(), m_taken % 10);
-      ASSERT_EQ(Status() == RkSourceChannel_Stopped, m_taken + 1 == frames) << m_taken;
-    }
-  }
-  void TakeFrames(UINT count) {
-    for (const UINT end = m_taken + count; m_taken < end; ++m_taken) ASSERT_EQ(Take(), m_taken % 10);
-    EXPECT_EQ(Status(), RkSourceChannel_Playing);
-  }
-
- private:
-  UINT m_taken = 0;
+struct SCounts {
+  int passes;                                 // asked for at the start
+  std::vector<std::pair<UINT, int>> changes;  // after so many frames, to that many passes
+  std::vector<UINT> ends;                     // after so many frames the list has ended
 };
 
-TEST_P(RepeatCountTest, more_passes_asked_for_during_play_are_played) {
-  Start(1);
-  TakeFrames(5);
-  channel->SetRepeatCount(3);
-  ExpectEndAfter(30);
-  channel->SetRepeatCount(5);
-  ExpectEndAfter(50);
-  ExpectEndAfter(60);  // goes on behind the end without counting
-  channel->SetRepeatCount(6);
-  ExpectEndAfter(70);
-  channel->SetRepeatCount(8);
-  ExpectEndAfter(90);
-}
+const SCounts kCounts[] = {
+    {1, {{5, 3}, {30, 5}, {60, 6}, {70, 8}}, {30, 50, 60, 70, 90}},  // goes on to 60 without counting
+    {7, {{25, 0}}, {30}},                                            // to fewer than were played
+    {-1, {{35, 2}}, {50}},                                           // what is endless does not count
+    {2, {{15, -1}, {35, 2}}, {40}},
+    {-5, {}, {10}},
+};
 
-TEST_P(RepeatCountTest, fewer_passes_than_delivered_end_with_the_pass_under_way) {
-  Start(7);
-  TakeFrames(25);
-  channel->SetRepeatCount(0);
-  ExpectEndAfter(30);
-}
+// The worker is just ahead of the consumer, or ahead by many passes.
+class RepeatCountTest : public SourceChannelTest, public testing::WithParamInterface<UINT> {};
 
-TEST_P(RepeatCountTest, endless_play_does_not_count_and_ends_when_a_count_comes) {
-  Start(-1);
-  TakeFrames(35);
-  channel->SetRepeatCount(2);
-  ExpectEndAfter(50);
-}
-
-TEST_P(RepeatCountTest, a_counted_play_made_endless_goes_on) {
-  Start(2);
-  TakeFrames(15);
-  channel->SetRepeatCount(kRkRepeatEndless);
-  TakeFrames(20);
-  channel->SetRepeatCount(2);
-  ExpectEndAfter(40);
-}
-
-TEST_P(RepeatCountTest, a_count_below_one_plays_once_and_a_new_play_counts_afresh) {
-  Start(-5);
-  ExpectEndAfter(10);
-  channel->Stop();
-  ASSERT_TRUE(channel->Play(7, 2));
-  ExpectFrames(7, 10);
-  EXPECT_EQ(Status(), RkSourceChannel_Playing);
-  ExpectFrames(0, 10);
-  EXPECT_EQ(Status(), RkSourceChannel_Stopped);
+TEST_P(RepeatCountTest, a_count_that_changes_during_play_holds_from_there_on) {
+  Build({4, 6}, GetParam());
+  for (const SCounts& counts : kCounts) {
+    SCOPED_TRACE(counts.passes);
+    ASSERT_TRUE(channel->Play(0, counts.passes));
+    auto change = counts.changes.begin();
+    for (UINT taken = 1; taken <= counts.ends.back(); ++taken) {
+      ASSERT_EQ(Take(), (taken - 1) % 10);
+      const bool ends = std::count(counts.ends.begin(), counts.ends.end(), taken) > 0;
+      ASSERT_EQ(Status(), ends ? RkSourceChannel_Stopped : RkSourceChannel_Playing) << "after " << taken;
+      if (change != counts.changes.end() && change->first == taken) channel->SetRepeatCount(change++->second);
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Ahead, RepeatCountTest, testing::Values(2, 100));
