@@ -34,6 +34,15 @@ class SampleCacheTest : public testing::Test {
     return taken;
   }
 
+  void ExpectRoomForThree() {
+    for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+    EXPECT_FALSE(TryPut(3));
+    LONG tag = 0;
+    EXPECT_FALSE(cache->GetSample(INFINITE, nullptr, &tag));
+    for (UINT i = 0; i < 3; ++i) EXPECT_EQ(TryTake().first, i);
+    EXPECT_EQ(TryTake(), kNone);
+  }
+
   const CRkHandle aborted{CreateEventW(nullptr, TRUE, TRUE, nullptr)};
   CRkRef<CRkClipSampleCache> cache = MakeCache(3);
 };
@@ -54,25 +63,10 @@ TEST_F(SampleCacheTest, gives_samples_back_in_order_with_their_tags_over_many_ro
   EXPECT_EQ(TryTake(), kNone);
 }
 
-TEST_F(SampleCacheTest, free_space_wins_over_an_abort_and_a_full_cache_gives_up_unchanged) {
-  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
-  const auto refused = MakeSample(3);
-  EXPECT_FALSE(cache->PutSample(refused.Get(), 0, aborted));
-  EXPECT_EQ(References(*refused), 1u);
-  for (UINT i = 0; i < 3; ++i) EXPECT_EQ(TryTake().first, i);
-  EXPECT_EQ(TryTake(), kNone);
-}
-
-TEST_F(SampleCacheTest, refuses_null_without_using_up_space) {
-  EXPECT_FALSE(cache->PutSample(nullptr, 0, nullptr));
-  LONG tag = 0;
-  EXPECT_FALSE(cache->GetSample(INFINITE, nullptr, &tag));
-  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
-}
-
 TEST_F(SampleCacheTest, holds_one_reference_to_a_queued_sample_and_none_to_another) {
   const auto sample = MakeSample();
   for (int i = 0; i < 3; ++i) cache->PutSample(sample.Get(), i, nullptr);
+  EXPECT_FALSE(cache->PutSample(sample.Get(), 3, aborted));
   EXPECT_EQ(References(*sample), 4u);
   EXPECT_EQ(TryTake().second, 0);
   EXPECT_EQ(References(*sample), 3u);
@@ -83,14 +77,14 @@ TEST_F(SampleCacheTest, holds_one_reference_to_a_queued_sample_and_none_to_anoth
   EXPECT_EQ(References(*sample), 1u);
 }
 
+// Free space wins over the abort, and what is refused leaves the cache as it is.
 TEST_F(SampleCacheTest, has_room_for_exactly_its_capacity_after_a_flush) {
   for (UINT held = 0; held <= 3; ++held) {
     for (UINT i = 0; i < held; ++i) EXPECT_TRUE(TryPut(i));
     EXPECT_TRUE(cache->Flush());
     EXPECT_EQ(TryTake(), kNone);
-    for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
-    EXPECT_FALSE(TryPut(3));
-    EXPECT_TRUE(cache->Flush());
+    EXPECT_FALSE(cache->PutSample(nullptr, 0, nullptr));
+    ExpectRoomForThree();
   }
 }
 
@@ -131,32 +125,25 @@ TEST_F(SampleCacheTest, only_a_put_during_the_wait_reaches_the_count) {
 
 TEST_F(SampleCacheTest, keeps_order_and_units_while_producer_consumer_and_flushes_meet) {
   constexpr UINT kPuts = 20000;
+  std::atomic<bool> produced = false;
   std::thread producer([&] {
     for (UINT i = 1; i <= kPuts; ++i) cache->PutSample(MakeSample(i).Get(), static_cast<LONG>(i), nullptr);
+    produced = true;
   });
-  std::atomic<bool> consumed = false;
   std::thread flusher([&] {
-    while (!consumed) cache->Flush();
+    while (!produced) cache->Flush();
   });
-  // The last sample may be flushed away too, so the end is told by a put of its own.
-  std::thread consumer([&] {
-    UINT last = 0;
-    while (!consumed) {
-      const Taken taken = TryTake(1);
-      if (taken == kNone) continue;
-      EXPECT_EQ(taken.first, static_cast<UINT>(taken.second));
-      EXPECT_GT(taken.first, last);
-      last = taken.first;
-    }
-  });
+  for (UINT last = 0; !produced;) {
+    const Taken taken = TryTake(1);
+    if (taken == kNone) continue;
+    EXPECT_EQ(taken.first, static_cast<UINT>(taken.second));
+    EXPECT_GT(taken.first, last);
+    last = taken.first;
+  }
   producer.join();
-  consumed = true;
-  consumer.join();
   flusher.join();
   cache->Flush();
-  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
-  EXPECT_FALSE(TryPut(3));
-  for (UINT i = 0; i < 3; ++i) EXPECT_EQ(TryTake().first, i);
+  ExpectRoomForThree();
 }
 
 }  // namespace
