@@ -47,6 +47,7 @@ class COracle {
   }
   // A worker that can open no element answers no pause.
   bool AnswersPause() const { return !_Playing().started || !_Playing().list->frames.empty(); }
+  bool IsPaused() const { return _Playing().paused; }
   void BeginSeek(UINT mode);
   void EndSeek() { _Playing().paused = false; }
   // A frame that a Seek is sure to bring now, or none.

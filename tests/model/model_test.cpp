@@ -281,6 +281,7 @@ void Model::TakeStep() {
   const SStep* step = kSteps;
   for (; choice >= step->weight; ++step) choice -= step->weight;
   m_story.emplace_back(step->name);
+  g_waits.frameMs = m_oracle->IsPaused() ? 1 : 0;  // a paused worker must not spin
   (this->*step->take)();
 }
 
