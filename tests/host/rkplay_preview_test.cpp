@@ -56,10 +56,11 @@ TEST_F(RkplayPreview, keys_hold_move_repeat_and_end) {
   ASSERT_TRUE(process.WaitForOutput("begins, "));
   process.Type("\x1b[H\x1b[C");  // an arrow holds
   ASSERT_TRUE(process.WaitForOutput("(1) of 00:00:02:00 (50)"));
-  process.Type("\x1b[F ");  // goes on from the last frame, round the loop
-  process.Type("r?");
-  ASSERT_TRUE(process.WaitForOutput("plays to its end"));
+  process.Type("?");
   ASSERT_TRUE(process.WaitForOutput("q quit"));
+  process.Type("\x1b[F ");  // goes on from the last frame, round the loop
+  process.Type("r");
+  ASSERT_TRUE(process.WaitForOutput("plays to its end"));
   process.Type("\x1b[F");
   EXPECT_EQ(process.Wait(), 0) << process.Errors();
   Process quitted(Command({"preview", "pattern:50", "--loop", "--keys", "--monitor=virtual"}));
