@@ -159,4 +159,15 @@ Programme LoadProgramme(const Options& options) {
   return programme;
 }
 
+Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise) {
+  const ClipArgument clip = ParseClipArgument(text);
+  if (clip.kind == ClipKind::Playlist || clip.range || clip.repeatCount != 1) {
+    throw UsageError(text + ": " + otherwise);
+  }
+  Options options;
+  options.clips = {text};
+  options.format = format;
+  return LoadProgramme(options);
+}
+
 }  // namespace rkplay

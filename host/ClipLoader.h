@@ -21,4 +21,8 @@ struct Programme {
 // UsageError, naming the file and the reason.
 Programme LoadProgramme(const Options& options);
 
+// The same for a single clip: one media file or pattern, whole. `otherwise` is the complaint about any other
+// text.
+Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise);
+
 }  // namespace rkplay

@@ -85,17 +85,6 @@ std::optional<FrameOptions> ParseArguments(int argumentCount, char** arguments) 
   return options;
 }
 
-Programme LoadClip(const FrameOptions& options) {
-  const ClipArgument clip = ParseClipArgument(options.clip);
-  if (clip.kind == ClipKind::Playlist || clip.range || clip.repeatCount != 1) {
-    throw UsageError(options.clip + ": frames are taken from one clip, whole");
-  }
-  Options loading;
-  loading.clips = {options.clip};
-  loading.format = options.format;
-  return LoadProgramme(loading);
-}
-
 // Where a name holds %d or %0Nd.
 struct NumberPlace {
   size_t at;
@@ -160,7 +149,8 @@ std::vector<Task> MakeTasks(const FrameOptions& options, const Programme& progra
 int RunFrame(int argumentCount, char** arguments) {
   const auto options = ParseArguments(argumentCount, arguments);
   if (!options) return 0;
-  const Programme programme = LoadClip(*options);
+  const Programme programme =
+      LoadClip(options->clip, options->format, "frames are taken from one clip, whole");
   const std::vector<Task> tasks = MakeTasks(*options, programme);
   FrameGrabber grabber(programme);
   int status = 0;

@@ -6,13 +6,13 @@
 
 #include "host/FrameRate.h"
 #include "host/Number.h"
+#include "host/PictureSize.h"
 #include "host/UsageError.h"
 #include "host/Window.h"
 
 namespace rkplay {
 namespace {
 
-constexpr int kMaximumSide = 16384;
 constexpr int kMaximumChannels = 16;
 constexpr DWORD kMinimumAudioRate = 8000;
 constexpr DWORD kMaximumAudioRate = 192000;
@@ -74,17 +74,6 @@ Value Require(const std::optional<Value>& value, const std::string& complaint) {
   throw UsageError(complaint);
 }
 
-FormatOptions::Size ParseSize(const std::string& text) {
-  const std::string complaint =
-      "--size: '" + text + "' is not WIDTHxHEIGHT with sides from 1 to " + std::to_string(kMaximumSide);
-  const size_t cross = std::min(text.find('x'), text.size());
-  const auto side = [&](std::string_view digits) {
-    return Require(ParseNumber<int>(digits, 1, kMaximumSide), complaint);
-  };
-  const std::string_view all = text;
-  return {side(all.substr(0, cross)), side(all.substr(std::min(cross + 1, all.size())))};
-}
-
 template <class Whole>
 Whole ParseCount(const char* option, const std::string& text, Whole minimum, Whole maximum) {
   return Require(ParseNumber<Whole>(text, minimum, maximum),
@@ -96,7 +85,8 @@ void AddFormatOptions(CLI::App& app, FormatOptions& format) {
   const auto add = [&app](const char* name, const char* shape, const char* help, auto parse) {
     app.add_option_function<std::string>(name, parse, help)->type_name(shape)->group("Output format");
   };
-  add("--size", "WxH", "Picture size", [&format](const std::string& text) { format.size = ParseSize(text); });
+  add("--size", "WxH", "Picture size",
+      [&format](const std::string& text) { format.size = ParsePictureSize(text); });
   add("--rate", "RATE", "Frame rate: 23.976, 24, 25, 29.97, 30, 50, 59.94, 60, or as a fraction",
       [&format](const std::string& text) {
         format.frameRate =

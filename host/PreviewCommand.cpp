@@ -64,16 +64,6 @@ UINT ParseStart(const std::string& text) {
   throw UsageError("--start: '" + text + "' is not a frame number");
 }
 
-Programme LoadClip(const std::string& text) {
-  const ClipArgument clip = ParseClipArgument(text);
-  if (clip.kind == ClipKind::Playlist || clip.range || clip.repeatCount != 1) {
-    throw UsageError(text + ": a preview is of one clip, whole (--trim and --loop choose from it)");
-  }
-  Options options;
-  options.clips = {text};
-  return LoadProgramme(options);
-}
-
 void PrintResult(const PreviewResult& result) {
   std::printf("\n");
   for (const auto& [range, delivered] : result.ranges) {
@@ -133,7 +123,8 @@ int RunPreview(int argumentCount, char** arguments) {
   const auto monitorOptions = monitor.Chosen(Window::HasDisplay() ? "window" : "virtual");
   if (!monitorOptions) throw UsageError("--monitor: a preview needs one");
 
-  Programme programme = LoadClip(clip);
+  Programme programme =
+      LoadClip(clip, {}, "a preview is of one clip, whole (--trim and --loop choose from it)");
   const UINT frameCount = programme.lists.front().frameCount;
   CheckRanges(options.ranges, frameCount);
   if (options.startFrame >= frameCount) {
