@@ -6,7 +6,6 @@ namespace {
 // A long group of pictures may have to be decoded to reach a frame.
 constexpr DWORD kReadTimeoutMs = 5000;
 constexpr DWORD kFrameTimeoutMs = 500;  // of one that is there already
-constexpr int kMostMisses = 3;
 
 }  // namespace
 
@@ -35,18 +34,12 @@ void Transport::_BeginSeek() {
   m_isPaused = true;
 }
 
-// A frame of an earlier request that came too late may still lie in front; and a cache that was emptied at
-// this moment may say once that it has nothing.
+// A frame of an earlier request that came too late may still lie in front.
 bool Transport::_Read(UINT position, CRkRef<IRkAVPlaySample>& sample) {
   if (!m_channel.Seek(position, kReadTimeoutMs)) return false;
-  for (int misses = 0; misses < kMostMisses;) {
-    if (!m_channel.GetSample(kFrameTimeoutMs, sample.Out())) {
-      ++misses;
-    } else if (sample->GetPosition() == position) {
-      return true;
-    }
+  while (m_channel.GetSample(kFrameTimeoutMs, sample.Out())) {
+    if (sample->GetPosition() == position) return true;
   }
-  sample.Reset();
   return false;
 }
 

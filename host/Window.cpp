@@ -138,6 +138,7 @@ void Window::_Close() {
   if (m_renderer != nullptr) SDL_DestroyRenderer(m_renderer);
   if (m_window != nullptr) SDL_DestroyWindow(m_window);
   SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  SDL_TLSCleanup();  // of this thread, which SDL did not make
 }
 
 // Closing the window is a wish to end. `?` comes as the text it is, whatever keys make it.

@@ -4,7 +4,6 @@
 #include <new>
 
 #include "contracts/RkLogLine.h"
-#include "platform/CRkDeadline.h"
 #include "source_channel/CRkClipSourceRun.h"
 
 namespace {
@@ -141,13 +140,20 @@ BOOL CRkClipSourceChannel::GetSample(UINT timeoutMs, IRkAVPlaySample** sample) {
   if (sample == nullptr) return FALSE;
   *sample = nullptr;
   const CRkDeadline deadline(timeoutMs);
+  do {
+    if (_TakeOfThisRun(deadline, sample)) return TRUE;
+  } while (deadline.RemainingMs() > 0);  // the cache answers early when a flush met its wait
+  return FALSE;
+}
+
+bool CRkClipSourceChannel::_TakeOfThisRun(const CRkDeadline& deadline, IRkAVPlaySample** sample) {
   CRkRef<IRkAVPlaySample> taken;
   LONG tag = 0;
   do {
-    if (!m_cache->GetSample(deadline.RemainingMs(), taken.Out(), &tag)) return FALSE;
+    if (!m_cache->GetSample(deadline.RemainingMs(), taken.Out(), &tag)) return false;
   } while (!_Deliver(taken->GetPosition(), SRkSampleTag::Unpack(tag)));
   *sample = taken.Detach();
-  return TRUE;
+  return true;
 }
 
 // Records a sample as taken. False for one that an earlier run left behind.

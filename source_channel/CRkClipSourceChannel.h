@@ -5,6 +5,7 @@
 #include "contracts/CRkRef.h"
 #include "contracts/CRkUnknown.h"
 #include "platform/CRkCriticalSection.h"
+#include "platform/CRkDeadline.h"
 #include "source_channel/CRkClipSampleCache.h"
 #include "source_channel/CRkWorkerOrders.h"
 #include "source_channel/IRkClipSourceChannel.h"
@@ -77,6 +78,7 @@ class CRkClipSourceChannel final : public CRkUnknown<IRkClipSourceChannel> {
   bool _CreateObjects(UINT cacheCapacity);
   void _ReleaseAll();
   UINT _PreRollTarget(UINT total, UINT startPosition, int repeatCount) const;
+  bool _TakeOfThisRun(const CRkDeadline& deadline, IRkAVPlaySample** sample);
   bool _Deliver(UINT position, const SRkSampleTag& tag) RK_EXCLUDES(m_requestLock);
   void _CountPass() RK_REQUIRES(m_requestLock);
   bool _SetElementModes(UINT mode);
