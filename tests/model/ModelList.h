@@ -20,11 +20,10 @@ inline std::ostream& operator<<(std::ostream& out, const SModelFrame& frame) {
   return out << "list " << frame.list << " element " << frame.element << " position " << frame.position;
 }
 
-// An element whose samples tell where they come from.
-class CModelElement : public CFakeElement {
+class CModelElement : public CMarkingElement {
  public:
   CModelElement(UINT list, UINT element, UINT frames)
-      : CFakeElement(frames), m_list(list), m_element(element) {}
+      : CMarkingElement(frames), m_list(list), m_element(element) {}
 
   static SModelFrame FrameOf(IRkAVPlaySample& sample) {
     CRkRef<IRkUnknown> source;
@@ -33,18 +32,7 @@ class CModelElement : public CFakeElement {
     return {element.m_list, element.m_element, sample.GetPosition()};
   }
 
-  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
-    return Marked(CFakeElement::ReadNextSample(sample), sample);
-  }
-  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
-    return Marked(CFakeElement::ReadSampleAt(offset, sample), sample);
-  }
-
  private:
-  BOOL Marked(BOOL read, IRkAVPlaySample** sample) {
-    if (read) (*sample)->SetAttachment(this);
-    return read;
-  }
   const UINT m_list;
   const UINT m_element;
 };

@@ -21,24 +21,10 @@ struct SWaits {
 };
 extern SWaits g_waits;
 
-// A numbered element whose samples tell where they come from.
-class CNamedElement : public CFakeElement {
+class CNamedElement : public CMarkingElement {
  public:
-  CNamedElement(char name, UINT frames) : CFakeElement(frames), name(name) {}
+  CNamedElement(char name, UINT frames) : CMarkingElement(frames), name(name) {}
   const char name;
-
-  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
-    return Named(CFakeElement::ReadNextSample(sample), sample);
-  }
-  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
-    return Named(CFakeElement::ReadSampleAt(offset, sample), sample);
-  }
-
- private:
-  BOOL Named(BOOL read, IRkAVPlaySample** sample) {
-    if (read) (*sample)->SetAttachment(this);
-    return read;
-  }
 };
 
 using Element = CRkRef<CNamedElement>;

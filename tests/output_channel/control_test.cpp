@@ -2,9 +2,27 @@
 
 namespace {
 
-class Control : public OutputChannelTest {};
+using Control = OutputChannelTest;
 
-// ---- Play and Stop
+TEST_F(Control, without_a_sink_the_waiting_list_follows_at_once) {
+  Create(nullptr);
+  ASSERT_TRUE(Cue('A', 2));
+  ASSERT_TRUE(m_channel->Play());
+  ASSERT_TRUE(Cue('B', 2));
+  EXPECT_EQ(PlayOut(), "A0 A1 4 B0 B1 1 ");
+}
+
+TEST_F(Control, a_sample_stays_valid_when_its_list_has_gone) {
+  PlayList({MakeElement('A', 3)}, kRkRepeatEndless);
+  CRkRef<IRkAVPlaySample> kept;
+  ASSERT_TRUE(m_channel->GetSample(kTestDeadlineMs, kept.Out()));
+  ASSERT_TRUE(Cue('B', 3));
+  ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
+  EXPECT_EQ(TakeSample(), "B0");
+  m_channel->Stop();
+  m_channel.Reset();
+  EXPECT_EQ(NameOf(*kept), "A0");
+}
 
 // ---- a sink that calls back
 
@@ -61,19 +79,6 @@ TEST_F(Control, an_unanswered_request_fails_and_stands_until_the_next_look) {
   EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
   EXPECT_EQ(answer.get(), 0);
   EXPECT_TRUE(log.Heard(L"]CRkClipOutputChannel::SwitchPlay Successed!\n"));
-}
-
-TEST_F(Control, a_request_outlives_a_stop_and_a_switch_at_once) {
-  PlayList({MakeElement('A', 9)});
-  LeaveRequest();
-  EXPECT_TRUE(m_channel->Stop());
-  PlayList({MakeElement('B', 9)});
-  ASSERT_TRUE(Cue('C', 9));
-  EXPECT_TRUE(m_channel->SwitchChannelAtOnce());
-  UINT status = 99;
-  EXPECT_FALSE(m_channel->SwitchChannel(&status));
-  EXPECT_EQ(status, 2u);
-  EXPECT_TRUE(m_channel->SwitchChannel(&status));
 }
 
 TEST_F(Control, a_request_waits_until_the_load_it_would_take_is_done) {

@@ -2,23 +2,12 @@
 
 namespace {
 
-constexpr wchar_t kFunction[] = L"CRkClipOutputChannel::InsertClipElement";
 constexpr wchar_t kInsertFailed[] =
     L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to insert the element!\n";
 constexpr wchar_t kPlayFailed[] =
     L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to play!\n";
 
-class Editing : public OutputChannelTest {
- protected:
-  bool WaitingIsEmpty() { return !m_channel->SwitchChannelAtOnce(); }
-};
-
-TEST_F(Editing, a_list_is_cued_in_its_order_with_one_notification) {
-  ASSERT_TRUE(Cue({MakeElement('A', 2), MakeElement('B', 1), MakeElement('C', 2)}, 2, 3));
-  EXPECT_EQ(m_notify->Take(), Events{"loading"});
-  ASSERT_TRUE(m_channel->Play());
-  EXPECT_EQ(PlayOut(), "C3 C4 A0 A1 B2 C3 C4 1 ");
-}
+using Editing = OutputChannelTest;
 
 TEST_F(Editing, a_cued_list_keeps_its_timeline_when_the_list_of_the_host_goes) {
   CRkRef<IRkClipElementList> list;
@@ -45,45 +34,13 @@ TEST_F(Editing, nothing_to_load_leaves_the_cued_clip) {
   EXPECT_EQ(PlayOut(), "A0 1 ");
 }
 
-TEST_F(Editing, a_start_past_the_end_leaves_the_waiting_channel_empty) {
-  ASSERT_TRUE(Cue('A', 9));
-  m_notify->Take();
-  const auto refused = MakeElement('B', 3);
-  for (const UINT start : {3u, 4u, kRkNoPosition}) {
-    CLogRecorder log;
-    EXPECT_FALSE(Cue({refused}, 1, start));
-    EXPECT_FALSE(m_channel->InsertClipElement(static_cast<IRkClipElement*>(refused.Get()), 1, start));
-    EXPECT_EQ(m_notify->Take(), (Events{"loading", "free", "loading", "free"}));
-    EXPECT_EQ(log.Messages(kFunction), (Messages{kPlayFailed, kPlayFailed}));
-    EXPECT_TRUE(WaitingIsEmpty());
-  }
-  EXPECT_EQ(References(refused), 1u);
-  EXPECT_EQ(refused->opens, 0);
-}
-
-TEST_F(Editing, an_element_that_comes_twice_leaves_the_list_partly_loaded) {
-  const auto once = MakeElement('A', 2);
-  const auto twice = MakeElement('B', 2);
-  const auto never = MakeElement('C', 2);
-  CLogRecorder log;
-  EXPECT_FALSE(Cue({once, twice, twice, never}));
-  EXPECT_EQ(m_notify->Take(), (Events{"loading", "free"}));
-  EXPECT_EQ(log.Messages(kFunction), Messages{kInsertFailed});
-  EXPECT_EQ(References(once), 2u);
-  EXPECT_EQ(References(twice), 2u);
-  EXPECT_EQ(References(never), 1u);
-  EXPECT_EQ(once->opens, 0) << "what is partly loaded is not started";
-
-  ASSERT_TRUE(Cue({once, twice, never}));  // a later load clears it
-  ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
-  EXPECT_EQ(PlayOut(), "A0 A1 B2 B3 C4 C5 1 ");
-}
-
 TEST_F(Editing, banners_frame_what_an_operation_logs) {
   PlayList({MakeElement('A', 9)});
   CLogRecorder log;
   TakeSample();
   Cue('B', 9, 1, 9);
+  const auto twice = MakeElement('B', 9);
+  Cue({twice, twice});
   m_channel->InsertClipElement(static_cast<IRkClipElement*>(nullptr), 1, 0);
   m_channel->DeleteClip();
   LeaveRequest();
@@ -100,15 +57,17 @@ TEST_F(Editing, banners_frame_what_an_operation_logs) {
     EXPECT_EQ(line.level, RkLogLevel_Debug);
     told.push_back(traced ? line.text.substr(line.text.find(L']', message) + 1) : line.text);
   }
-  EXPECT_EQ(told, (Messages{banner(L"enter", L"GetSample"), L"0", banner(L"leave", L"GetSample"),
-                            banner(L"enter", L"InsertClipElement"), kPlayFailed,
-                            banner(L"leave", L"InsertClipElement"), banner(L"enter", L"InsertClipElement"),
-                            banner(L"leave", L"InsertClipElement"), banner(L"enter", L"DeleteClip"),
-                            banner(L"leave", L"DeleteClip"), banner(L"enter", L"SwitchPlay"),
-                            L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it "
-                            L"happens!\n",
-                            banner(L"leave", L"SwitchPlay"), banner(L"enter", L"Seek"),
-                            banner(L"leave", L"Seek")}));
+  EXPECT_EQ(
+      told,
+      (Messages{banner(L"enter", L"GetSample"), L"0", banner(L"leave", L"GetSample"),
+                banner(L"enter", L"InsertClipElement"), kPlayFailed, banner(L"leave", L"InsertClipElement"),
+                banner(L"enter", L"InsertClipElement"), kInsertFailed, banner(L"leave", L"InsertClipElement"),
+                banner(L"enter", L"InsertClipElement"), banner(L"leave", L"InsertClipElement"),
+                banner(L"enter", L"DeleteClip"), banner(L"leave", L"DeleteClip"),
+                banner(L"enter", L"SwitchPlay"),
+                L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it "
+                L"happens!\n",
+                banner(L"leave", L"SwitchPlay"), banner(L"enter", L"Seek"), banner(L"leave", L"Seek")}));
 }
 
 }  // namespace

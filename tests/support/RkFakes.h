@@ -172,6 +172,25 @@ class CFakeElement : public CFake<IRkClipElement> {
   std::atomic<UINT> m_mode = 0;
 };
 
+// An element that attaches itself to its samples, which so tell where they come from.
+class CMarkingElement : public CFakeElement {
+ public:
+  using CFakeElement::CFakeElement;
+
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
+    return Marked(CFakeElement::ReadNextSample(sample), sample);
+  }
+  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
+    return Marked(CFakeElement::ReadSampleAt(offset, sample), sample);
+  }
+
+ private:
+  BOOL Marked(BOOL read, IRkAVPlaySample** sample) {
+    if (read) (*sample)->SetAttachment(this);
+    return read;
+  }
+};
+
 // Writes down every sample's position and every reported interval. Touches the pool it is lent, as hooks do.
 class CFakeHook : public CFake<IRkClipSampleProcessor> {
  public:
