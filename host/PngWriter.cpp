@@ -2,9 +2,7 @@
 
 #include <array>
 
-#include "contracts/CRkRef.h"
-#include "contracts/RkHost.h"
-#include "contracts/RkPictureLayout.h"
+#include "host/PicturePlanes.h"
 #include "host/UsageError.h"
 #include "host/WholeFile.h"
 
@@ -57,23 +55,20 @@ bool PngWriter::_OpenConverter(int matrix) {
 }
 
 bool PngWriter::_Convert(IRkVideoSample& picture, std::string& reason) {
-  std::array<CRkRef<IRkUnknown>, kRkPlaneCount> held;
-  std::array<const uint8_t*, 4> planes{};
+  const PicturePlanes planes(picture, m_video);
+  if (!planes) {
+    reason = "the picture came without all its planes";
+    return false;
+  }
+  std::array<const uint8_t*, 4> rows{};
   std::array<int, 4> strides{};
   for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-    const SRkPlaneLayout layout = RkPlaneLayout(m_video, plane);
-    picture.GetBuffer(plane, held[plane].Out());
-    auto* buffer = dynamic_cast<IRkPlayBuffer*>(held[plane].Get());
-    if (buffer == nullptr || buffer->GetCapacity() < layout.Bytes()) {
-      reason = "the picture came without all its planes";
-      return false;
-    }
-    planes[plane] = buffer->GetData();
-    strides[plane] = layout.stride;
+    rows[plane] = planes.Rows(plane);
+    strides[plane] = RkPlaneLayout(m_video, plane).stride;
   }
   // The encoder may still hold the memory of the picture before.
   if (av_frame_make_writable(m_rgb.get()) >= 0 &&
-      sws_scale(m_converter.get(), planes.data(), strides.data(), 0, m_video.height, m_rgb->data,
+      sws_scale(m_converter.get(), rows.data(), strides.data(), 0, m_video.height, m_rgb->data,
                 m_rgb->linesize) == m_video.height) {
     return true;
   }

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "contracts/RkHost.h"
-#include "contracts/RkPictureLayout.h"
 #include "host/UsageError.h"
 
 namespace rkplay {
@@ -64,21 +62,20 @@ Window::~Window() {
 }
 
 void Window::Show(IRkVideoSample& picture) {
-  Planes planes(kRkPlaneCount);
-  for (UINT i = 0; i < kRkPlaneCount; ++i) picture.GetBuffer(i, planes[i].Out());
+  PicturePlanes planes(picture, m_format);
   {
     CRkScopedLock lock(m_lock);
-    m_newest.swap(planes);
+    std::swap(m_newest, planes);
     m_hasNew = true;
   }
   _Wake();
 }
 
 void Window::Blank() {
-  Planes none;
+  PicturePlanes none;
   {
     CRkScopedLock lock(m_lock);
-    m_newest.swap(none);
+    std::swap(m_newest, none);
     m_hasNew = true;
   }
   _Wake();
@@ -153,7 +150,7 @@ void Window::_Obey(const SDL_Event& event) {
 }
 
 void Window::_Refresh() {
-  Planes planes;
+  PicturePlanes planes;
   std::string title;
   bool hasNew = false;
   bool hasNewTitle = false;
@@ -161,7 +158,7 @@ void Window::_Refresh() {
     CRkScopedLock lock(m_lock);
     std::swap(hasNew, m_hasNew);
     std::swap(hasNewTitle, m_hasNewTitle);
-    if (hasNew) planes.swap(m_newest);
+    if (hasNew) std::swap(planes, m_newest);
     if (hasNewTitle) title.swap(m_title);
   }
   if (hasNewTitle) SDL_SetWindowTitle(m_window, title.c_str());
@@ -178,15 +175,13 @@ void Window::_Draw() {
 }
 
 // The texture is 4:2:0. Of wider chroma every other row is left out, and every other sample of a row.
-bool Window::_Upload(const Planes& planes) {
+bool Window::_Upload(const PicturePlanes& planes) {
   const BYTE* data[kRkPlaneCount];
   int stride[kRkPlaneCount];
-  if (planes.empty()) return false;
+  if (!planes) return false;
   for (UINT i = 0; i < kRkPlaneCount; ++i) {
     const SRkPlaneLayout layout = RkPlaneLayout(m_format, i);
-    auto* const buffer = dynamic_cast<IRkPlayBuffer*>(planes[i].Get());
-    if (buffer == nullptr || buffer->GetCapacity() < layout.Bytes()) return false;
-    data[i] = buffer->GetData();
+    data[i] = planes.Rows(i);
     stride[i] = layout.stride;
     if (i == 0 || m_format.pixelFormat == RkPixelFormat_I420) continue;
     if (m_format.pixelFormat == RkPixelFormat_I444) {

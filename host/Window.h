@@ -6,9 +6,8 @@
 #include <thread>
 #include <vector>
 
-#include "contracts/CRkRef.h"
-#include "contracts/RkKernel.h"
 #include "host/Keys.h"
+#include "host/PicturePlanes.h"
 #include "platform/CRkCriticalSection.h"
 #include "platform/CRkHandle.h"
 
@@ -40,15 +39,13 @@ class Window {
   void SetTitle(const std::string& title);
 
  private:
-  using Planes = std::vector<CRkRef<IRkUnknown>>;
-
   void _Run();
   bool _Open();
   void _Close();
   void _Obey(const SDL_Event& event);
   void _Refresh();
   void _Draw();
-  bool _Upload(const Planes& planes);
+  bool _Upload(const PicturePlanes& planes);
   void _Wake() const;
 
   const SRkVideoResolution m_format;
@@ -59,7 +56,7 @@ class Window {
   std::atomic<unsigned> m_wakeEvent = 0;
 
   CRkCriticalSection m_lock;
-  Planes m_newest RK_GUARDED_BY(m_lock);  // empty: no picture
+  PicturePlanes m_newest RK_GUARDED_BY(m_lock);  // none: no picture
   bool m_hasNew RK_GUARDED_BY(m_lock) = false;
   std::string m_title RK_GUARDED_BY(m_lock);
   bool m_hasNewTitle RK_GUARDED_BY(m_lock) = false;

@@ -2,9 +2,7 @@
 
 #include <string_view>
 
-#include "contracts/CRkRef.h"
-#include "contracts/RkHost.h"
-#include "contracts/RkPictureLayout.h"
+#include "host/PicturePlanes.h"
 
 namespace rkplay {
 namespace {
@@ -41,25 +39,16 @@ bool Y4mWriter::Write(IRkAVPlaySample& sample) {
   CRkRef<IRkVideoSample> picture;
   sample.GetVideoSample(picture.Out());
   if (!picture) return m_file.Fail("a frame came without a picture");
+  const PicturePlanes planes(*picture, m_video);
+  if (!planes) return m_file.Fail("a picture came without all its planes");
   constexpr std::string_view kFrame = "FRAME\n";
   if (!m_file.Write(kFrame.data(), kFrame.size())) return false;
   for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-    if (!_WritePlane(*picture.Get(), plane)) return false;
-  }
-  return true;
-}
-
-bool Y4mWriter::_WritePlane(IRkVideoSample& picture, UINT plane) {
-  const SRkPlaneLayout layout = RkPlaneLayout(m_video, plane);
-  CRkRef<IRkUnknown> held;
-  picture.GetBuffer(plane, held.Out());
-  auto* buffer = dynamic_cast<IRkPlayBuffer*>(held.Get());
-  if (buffer == nullptr || buffer->GetCapacity() < layout.Bytes()) {
-    return m_file.Fail("a picture came without all its planes");
-  }
-  const BYTE* row = buffer->GetData();
-  for (int y = 0; y < layout.height; ++y, row += layout.stride) {
-    if (!m_file.Write(row, static_cast<size_t>(layout.width))) return false;
+    const SRkPlaneLayout layout = RkPlaneLayout(m_video, plane);
+    const BYTE* row = planes.Rows(plane);
+    for (int y = 0; y < layout.height; ++y, row += layout.stride) {
+      if (!m_file.Write(row, static_cast<size_t>(layout.width))) return false;
+    }
   }
   return true;
 }

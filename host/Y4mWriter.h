@@ -17,8 +17,6 @@ class Y4mWriter {
   const std::string& Error() const { return m_file.Error(); }
 
  private:
-  bool _WritePlane(IRkVideoSample& picture, UINT plane);
-
   const SRkVideoResolution m_video;
   OutputFile m_file;
 };
