@@ -81,28 +81,6 @@ TEST_F(Meeting, a_mode_for_the_waiting_list_meets_none_or_all_of_its_elements) {
   for (const auto& element : elements) EXPECT_EQ(element->GetMode(), 7u);
 }
 
-TEST_F(Meeting, the_banner_of_a_seek_does_not_wait_for_a_sample) {
-  const auto hook = MakeFake<CFakeHook>();
-  CGate third;
-  third.Shut();
-  hook->onSample = [&](IRkAVPlaySample* sample) {
-    if (sample->GetPosition() == 2) third.Pass();
-  };
-  m_channel->SetSampleProcessor(hook.Get());
-  PlayList({MakeElement('A', 9)});
-  EXPECT_EQ(TakeSamples(2), "A0 A1 ");
-  CLogRecorder log;
-  auto taken = std::async(std::launch::async, [&] { return TakeSample(); });
-  EXPECT_TRUE(WaitUntil([&] { return log.Heard(L"enter ------>CRkClipOutputChannel::GetSample"); }));
-  auto sought = std::async(std::launch::async, [&] { return m_channel->Seek(99, 0); });
-  EXPECT_TRUE(WaitUntil([&] { return log.Heard(L"enter ------>CRkClipOutputChannel::Seek"); }));
-  EXPECT_FALSE(log.Heard(L"leave ------>CRkClipOutputChannel::GetSample"));
-  third.Open();
-  EXPECT_EQ(taken.get(), "A2");
-  EXPECT_FALSE(sought.get());
-  m_channel->Stop();
-}
-
 // ---- takers
 
 TEST_F(Meeting, two_takers_get_each_the_answer_to_their_own_request) {

@@ -92,20 +92,4 @@ TEST_F(PlayStopTest, an_element_taken_out_of_the_list_does_not_end_it) {
   EXPECT_EQ(Take(0), kNothing);
 }
 
-TEST_F(PlayStopTest, settings_reach_the_next_element_that_is_opened) {
-  Build({2, 2}, 1);
-  ASSERT_TRUE(channel->Play(0, -1));
-  SRkVideoResolution video = kTestVideo;
-  video.width = 128;
-  const auto pool = MakeFake<CFakePool>();
-  channel->SetVideoResolution(video);
-  channel->SetWaveFormatInfo(RkMakeWaveFormat(1, 44100, 16));
-  EXPECT_TRUE(channel->SetPlayBufferPool(pool.Get()));
-  ExpectFrames(0, 4);
-  EXPECT_EQ(Take(), 0u);
-  EXPECT_EQ(elements[0]->FormatAtOpen().video.width, 128);
-  EXPECT_EQ(elements[0]->FormatAtOpen().audio.samplesPerSecond, 44100u);
-  EXPECT_EQ(elements[0]->poolAtOpen, pool.Get());
-}
-
 }  // namespace

@@ -163,15 +163,6 @@ TEST_F(SeekTest, a_new_run_knows_nothing_of_the_pauses_and_seeks_before_it) {
   }
 }
 
-TEST_F(SeekTest, a_pause_of_an_idle_channel_gives_every_element_the_mode_at_once) {
-  Build({10, 10});
-  EXPECT_TRUE(channel->BeginSeek(3));
-  for (const auto& element : elements) EXPECT_EQ(element->GetMode(), 3u);
-  EXPECT_EQ(channel->GetElementMode(), 3u);
-  EXPECT_TRUE(channel->Seek(5, 0));
-  EXPECT_FALSE(channel->Seek(5, 20));
-}
-
 TEST_F(SeekTest, the_hook_sees_every_sample_before_it_is_delivered_and_each_served_seek) {
   Build({3, 7});
   const auto hook = MakeFake<CFakeHook>();
