@@ -7,7 +7,6 @@
 
 #include "tests/model/ModelList.h"
 #include "tests/output_channel/OutputChannelTest.h"
-#include "tests/platform/Watchdog.h"
 
 namespace {
 
@@ -122,7 +121,7 @@ TEST_F(FreeRun, lists_come_whole_and_in_order_whatever_the_threads_do) {
   g_waits.preRollMs = 20;
   const UINT seed = Setting("RK_MODEL_SEED", 1);
   const int samples = static_cast<int>(Setting("RK_MODEL_STEPS", 500));
-  RunUnderWatchdog([&] { RunAll(seed, samples); });
+  RunAll(seed, samples);
   ExpectOneNotificationForEachDeed();
   m_notify->onFree = m_notify->onEnd = nullptr;
   if (HasFailure()) ADD_FAILURE() << "drawn with RK_MODEL_SEED=" << seed;

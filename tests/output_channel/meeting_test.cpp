@@ -1,16 +1,7 @@
-#include <fstream>
-
 #include "tests/output_channel/OutputChannelTest.h"
+#include "tests/support/RkAsleep.h"
 
 namespace {
-
-// Whether the thread sleeps in a wait or has ended.
-bool IsAsleep(DWORD threadId) {
-  std::string line;
-  std::getline(std::ifstream("/proc/self/task/" + std::to_string(threadId) + "/stat") >> std::ws, line);
-  const size_t name = line.rfind(')');
-  return name == std::string::npos || line.compare(name, 3, ") S") == 0;
-}
 
 // What happens when an operation meets another, made to meet at the worst moment.
 class Meeting : public OutputChannelTest {
@@ -74,7 +65,8 @@ TEST_F(Meeting, a_mode_for_the_waiting_list_meets_none_or_all_of_its_elements) {
     m_channel->SetElementMode(FALSE, 7, kRkNoPosition);
     return m_channel->GetElementMode(FALSE);
   });
-  ASSERT_TRUE(WaitUntil([&] { return setter != 0 && IsAsleep(setter); }));
+  ASSERT_TRUE(WaitUntil([&] { return setter != 0; }));
+  AwaitAsleep(setter);
   list->nextGate.Open();
   EXPECT_TRUE(load.get());
   EXPECT_EQ(mode.get(), 7u);

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <string>
-
+#include "tests/support/RkAsleep.h"
 #include "tests/support/RkFakes.h"
 
 // What a counted object's references are just now.
@@ -23,18 +21,11 @@ class CBlockedCall {
           call();
           m_done = true;
         }) {
-    EXPECT_TRUE(WaitUntil([this] { return m_done || Sleeps(); }));
+    EXPECT_TRUE(WaitUntil([this] { return m_done || (m_threadId != 0 && IsAsleep(m_threadId)); }));
   }
   ~CBlockedCall() { m_thread.join(); }
 
  private:
-  bool Sleeps() const {
-    if (m_threadId == 0) return false;
-    std::string line;
-    std::getline(std::ifstream("/proc/self/task/" + std::to_string(m_threadId) + "/stat"), line);
-    return line.find(") S ") != std::string::npos;
-  }
-
   std::atomic<DWORD> m_threadId = 0;
   std::atomic<bool> m_done = false;
   std::thread m_thread;

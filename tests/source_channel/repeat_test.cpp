@@ -19,9 +19,9 @@ void PlayToTheEnd(UINT length, int passes, UINT parts, bool startFull) {
   SCOPED_TRACE(testing::Message() << length << " frames x " << passes << " in " << parts << ", full "
                                   << startFull);
   std::vector<CRkRef<CFakeElement>> elements;
+  std::atomic<UINT> read = 0;  // also while the channel goes
   CRkRef<IRkClipSourceChannel> channel;
   ASSERT_EQ(RkCreateClipSourceChannel(1, kCapacity, kTestVideo, kTestAudio, nullptr, channel.Out()), 1);
-  std::atomic<UINT> read = 0;
   const auto hook = MakeFake<CFakeHook>();
   hook->onSample = [&](IRkAVPlaySample*) { ++read; };
   channel->SetSampleProcessor(hook.Get());
