@@ -31,9 +31,10 @@ TEST(soft_ref_clock, gives_a_late_caller_every_tick_it_missed_and_none_early) {
   const auto clock = MakeClock();
   const auto start = std::chrono::steady_clock::now();
   clock->Start(50.0);
+  const auto started = std::chrono::steady_clock::now();  // at the latest
   for (int i = 0; i < 5; ++i) clock->WaitTick(60000);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
-  std::this_thread::sleep_until(start + std::chrono::milliseconds(400));
+  std::this_thread::sleep_until(started + std::chrono::milliseconds(400));
   for (int i = 5; i < 20; ++i) clock->WaitTick(0);  // all due already: none returns without its tick
   clock->WaitTick(60000);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(420));
