@@ -96,17 +96,6 @@ TEST(Thread, name_is_cut_between_characters) {
   });
 }
 
-TEST(Clock, counter_and_ticks_tell_the_same_monotonic_time) {
-  LARGE_INTEGER frequency{}, before{}, after{};
-  ASSERT_TRUE(QueryPerformanceFrequency(&frequency));
-  ASSERT_TRUE(QueryPerformanceCounter(&before));
-  const ULONGLONG ticks = GetTickCount64();
-  ASSERT_TRUE(QueryPerformanceCounter(&after));
-  EXPECT_LE(static_cast<ULONGLONG>(before.QuadPart) * 1000 / frequency.QuadPart, ticks);
-  EXPECT_LE(ticks, static_cast<ULONGLONG>(after.QuadPart) * 1000 / frequency.QuadPart);
-  EXPECT_FALSE(QueryPerformanceCounter(nullptr));
-}
-
 TEST(ExecutionState, returns_what_the_thread_asked_for_before) {
   OnOwnThread([] {
     constexpr DWORD kAwake = ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED;

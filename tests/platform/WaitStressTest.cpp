@@ -1,11 +1,11 @@
 #include <array>
 #include <atomic>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/CRkHandle.h"
-#include "tests/platform/Watchdog.h"
 
 namespace {
 
@@ -15,30 +15,28 @@ TEST(WaitStress, an_object_may_be_closed_as_soon_as_the_wait_has_returned) {
   CRkHandle done = CRkHandle::AutoResetEvent();
   CRkHandle never = CRkHandle::AutoResetEvent();
   std::atomic<HANDLE> current{nullptr};
-  RunUnderWatchdog([&] {
-    std::thread setter([&] {
-      for (int i = 0; i < kRounds; ++i) {
-        RkWait(go, INFINITE);
-        if (!SetEvent(current)) ReleaseSemaphore(current, 1, nullptr);
-        SetEvent(done);
-      }
-    });
+  std::thread setter([&] {
     for (int i = 0; i < kRounds; ++i) {
-      CRkHandle object = i % 3 == 0   ? CRkHandle::AutoResetEvent()
-                         : i % 3 == 1 ? CRkHandle::ManualResetEvent()
-                                      : CRkHandle::Semaphore(0, 1);
-      current = object;
-      SetEvent(go);
-      const HANDLE pair[] = {never, object};
-      const bool twoObjects = i % 2 == 0;
-      const DWORD result =
-          WaitForMultipleObjects(twoObjects ? 2 : 1, pair + (twoObjects ? 0 : 1), FALSE, INFINITE);
-      EXPECT_EQ(result, WAIT_OBJECT_0 + (twoObjects ? 1 : 0));
-      object = CRkHandle();
-      RkWait(done, INFINITE);
+      RkWait(go, INFINITE);
+      if (!SetEvent(current)) ReleaseSemaphore(current, 1, nullptr);
+      SetEvent(done);
     }
-    setter.join();
   });
+  for (int i = 0; i < kRounds; ++i) {
+    CRkHandle object = i % 3 == 0   ? CRkHandle::AutoResetEvent()
+                       : i % 3 == 1 ? CRkHandle::ManualResetEvent()
+                                    : CRkHandle::Semaphore(0, 1);
+    current = object;
+    SetEvent(go);
+    const HANDLE pair[] = {never, object};
+    const bool twoObjects = i % 2 == 0;
+    const DWORD result =
+        WaitForMultipleObjects(twoObjects ? 2 : 1, pair + (twoObjects ? 0 : 1), FALSE, INFINITE);
+    EXPECT_EQ(result, WAIT_OBJECT_0 + (twoObjects ? 1 : 0));
+    object = CRkHandle();
+    RkWait(done, INFINITE);
+  }
+  setter.join();
 }
 
 TEST(WaitStress, what_was_signalled_first_and_has_the_lower_index_comes_first) {
@@ -46,86 +44,50 @@ TEST(WaitStress, what_was_signalled_first_and_has_the_lower_index_comes_first) {
   CRkHandle low = CRkHandle::AutoResetEvent();
   CRkHandle high = CRkHandle::Semaphore(0, 1);
   CRkHandle next = CRkHandle::AutoResetEvent();
-  RunUnderWatchdog([&] {
-    std::thread setter([&] {
-      for (int i = 0; i < kRounds; ++i) {
-        SetEvent(low);
-        ReleaseSemaphore(high, 1, nullptr);
-        RkWait(next, INFINITE);
-      }
-    });
-    const HANDLE pair[] = {low, high};
-    int wrong = 0;
+  std::thread setter([&] {
     for (int i = 0; i < kRounds; ++i) {
-      // Tests again and again, for the wait that looks while the two are set.
-      DWORD first = WAIT_TIMEOUT;
-      while (first == WAIT_TIMEOUT) first = WaitForMultipleObjects(2, pair, FALSE, i % 2);
-      wrong += first == WAIT_OBJECT_0 ? 0 : 1;
-      WaitForMultipleObjects(2, pair, FALSE, INFINITE);
-      SetEvent(next);
+      SetEvent(low);
+      ReleaseSemaphore(high, 1, nullptr);
+      RkWait(next, INFINITE);
     }
-    setter.join();
-    EXPECT_EQ(wrong, 0);
   });
+  const HANDLE pair[] = {low, high};
+  int wrong = 0;
+  for (int i = 0; i < kRounds; ++i) {
+    // Tests again and again, for the wait that looks while the two are set.
+    DWORD first = WAIT_TIMEOUT;
+    while (first == WAIT_TIMEOUT) first = WaitForMultipleObjects(2, pair, FALSE, i % 2);
+    wrong += first == WAIT_OBJECT_0 ? 0 : 1;
+    WaitForMultipleObjects(2, pair, FALSE, INFINITE);
+    SetEvent(next);
+  }
+  setter.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(WaitStress, waits_for_all_that_share_objects_never_hold_a_part) {
   CRkHandle fork[3] = {CRkHandle::Semaphore(1, 1), CRkHandle::Semaphore(1, 1), CRkHandle::Semaphore(1, 1)};
   std::array<std::atomic<int>, 3> users{};
   std::atomic<int> clashes{0};
-  RunUnderWatchdog([&] {
-    std::vector<std::thread> threads;
-    threads.reserve(3);
-    for (int seat = 0; seat < 3; ++seat) {
-      threads.emplace_back([&, seat] {
-        const int right = (seat + 1) % 3;
-        const HANDLE both[] = {fork[seat], fork[right]};
-        for (int i = 0; i < 20000; ++i) {
-          // Asleep in turn with at every moment, so that several are at the locks together.
-          while (WaitForMultipleObjects(2, both, TRUE, i % 4 == 0 ? INFINITE : 0) != WAIT_OBJECT_0) continue;
-          clashes += users[seat]++ + users[right]++;
-          --users[seat];
-          --users[right];
-          ReleaseSemaphore(both[1], 1, nullptr);
-          ReleaseSemaphore(both[0], 1, nullptr);
-        }
-      });
-    }
-    for (auto& thread : threads) thread.join();
-  });
+  std::vector<std::thread> threads;
+  threads.reserve(3);
+  for (int seat = 0; seat < 3; ++seat) {
+    threads.emplace_back([&, seat] {
+      const int right = (seat + 1) % 3;
+      const HANDLE both[] = {fork[seat], fork[right]};
+      for (int i = 0; i < 20000; ++i) {
+        // Asleep in turn with at every moment, so that several are at the locks together.
+        while (WaitForMultipleObjects(2, both, TRUE, i % 4 == 0 ? INFINITE : 0) != WAIT_OBJECT_0) continue;
+        clashes += users[seat]++ + users[right]++;
+        --users[seat];
+        --users[right];
+        ReleaseSemaphore(both[1], 1, nullptr);
+        ReleaseSemaphore(both[0], 1, nullptr);
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
   EXPECT_EQ(clashes, 0);
-}
-
-TEST(WaitStress, a_waiter_that_another_object_served_passes_its_wake_on) {
-  CRkHandle shared = CRkHandle::Semaphore(0, 2);
-  CRkHandle own = CRkHandle::AutoResetEvent();
-  CRkHandle turn = CRkHandle::AutoResetEvent();
-  RunUnderWatchdog([&] {
-    constexpr int kRounds = 100;
-    for (int i = 0; i < kRounds; ++i) {
-      std::atomic<DWORD> ids[2] = {0, 0};
-      DWORD picked = WAIT_FAILED;
-      std::thread picky([&] {
-        const HANDLE pair[] = {own, shared};
-        ids[0] = GetCurrentThreadId();
-        picked = WaitForMultipleObjects(2, pair, FALSE, INFINITE);
-      });
-      while (ids[0] == 0) std::this_thread::yield();
-      AwaitAsleep(ids[0]);
-      std::thread plain([&] {
-        ids[1] = GetCurrentThreadId();
-        RkWait(shared, INFINITE);
-      });
-      while (ids[1] == 0) std::this_thread::yield();
-      AwaitAsleep(ids[1]);
-      ReleaseSemaphore(shared, 1, nullptr);
-      SetEvent(own);
-      picky.join();
-      if (picked != WAIT_OBJECT_0) ReleaseSemaphore(shared, 1, nullptr);
-      plain.join();
-      ResetEvent(own);
-    }
-  });
 }
 
 // Units go round over four semaphores, moved by threads whose waits overlap.
@@ -180,12 +142,12 @@ class CUnitsGoRound {
 // Somebody may take any of the units at any time, so they stand still only when a wake was lost.
 TEST(WaitStress, overlapping_waits_lose_no_wake) {
   for (int units = 1; units < 4; ++units) {
-    RunUnderWatchdog([units] { CUnitsGoRound(units, 20000).Run(false); });
+    CUnitsGoRound(units, 20000).Run(false);
   }
 }
 
 TEST(WaitStress, waits_that_time_out_and_waits_for_all_lose_no_unit) {
-  RunUnderWatchdog([] { CUnitsGoRound(3, 20000).Run(true); });
+  CUnitsGoRound(3, 20000).Run(true);
 }
 
 }  // namespace

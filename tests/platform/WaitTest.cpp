@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -11,7 +12,7 @@
 
 #include "platform/CRkCriticalSection.h"
 #include "platform/CRkHandle.h"
-#include "tests/platform/Watchdog.h"
+#include "tests/support/RkAsleep.h"
 
 namespace {
 
