@@ -47,12 +47,15 @@ TEST(ElementList, refuses_what_has_no_place_in_it) {
   EXPECT_EQ(list->GetCount(), 1);
 }
 
-TEST(ElementList, finds_the_first_and_last_frame_of_every_element) {
+TEST(ElementList, tells_every_start_at_each_edit_and_finds_every_first_and_last_frame) {
   const auto list = MakeList();
   const auto a = MakeElement(3), b = MakeElement(1), c = MakeElement(4);
   list->InsertElement(0, c.Get());
   list->InsertElement(0, a.Get());
   list->InsertElement(1, b.Get());
+  EXPECT_EQ(b->GetTimelineStart(), 3u);
+  EXPECT_EQ(c->GetTimelineStart(), 4u);
+  EXPECT_EQ(c->GetLastPosition(), 7u);
   const struct {
     const Element& element;
     UINT position;
@@ -68,28 +71,14 @@ TEST(ElementList, finds_the_first_and_last_frame_of_every_element) {
   EXPECT_EQ(First(*list).Get(), a.Get());
   EXPECT_EQ(Next(*list, b).Get(), c.Get());
   EXPECT_FALSE(Next(*list, c));
-  list->RemoveElement(0);
-  EXPECT_FALSE(Next(*list, a));
+  list->RemoveElement(1);
+  EXPECT_EQ(b->GetTimelineStart(), 3u);  // for a list that still plays it
+  EXPECT_EQ(c->GetTimelineStart(), 3u);
+  EXPECT_FALSE(Next(*list, b));
   Element none = a;
-  EXPECT_FALSE(list->FindElementAtPosition(5, none.Out(), nullptr));
+  EXPECT_FALSE(list->FindElementAtPosition(7, none.Out(), nullptr));
   EXPECT_FALSE(none);
-}
-
-TEST(ElementList, tells_every_element_its_start_at_each_edit) {
-  const auto list = MakeList();
-  const auto a = MakeElement(3), b = MakeElement(5), c = MakeElement(7);
-  list->InsertElement(0, a.Get());
-  list->InsertElement(1, b.Get());
-  EXPECT_EQ(b->GetTimelineStart(), 3u);
-  EXPECT_EQ(b->GetLastPosition(), 7u);
-  list->InsertElement(0, c.Get());
-  EXPECT_EQ(a->GetTimelineStart(), 7u);
-  EXPECT_EQ(b->GetTimelineStart(), 10u);
-  EXPECT_TRUE(list->RemoveElement(1));
-  EXPECT_EQ(a->GetTimelineStart(), 7u);  // for a list that still plays it
-  EXPECT_EQ(b->GetTimelineStart(), 7u);
   list->RemoveAll();
-  EXPECT_EQ(b->GetTimelineStart(), 7u);
   EXPECT_FALSE(First(*list));
 }
 

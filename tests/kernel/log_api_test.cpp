@@ -47,12 +47,6 @@ class LogAPI : public ::testing::Test {
       std::filesystem::temp_directory_path() / ("rk_log_api_test." + std::to_string(getpid()));
 };
 
-TEST_F(LogAPI, an_unheard_line_is_not_even_formatted) {
-  const auto* const unreadable = reinterpret_cast<const wchar_t*>(16);
-  RkLog_Trace(RkLogLevel_Error, L"%ls", unreadable);
-  RkLog_Fun(RkLogLevel_Error, unreadable, 1);
-}
-
 TEST_F(LogAPI, the_sink_hears_lines_whole_with_their_level_until_it_is_taken_away) {
   SLines heard;
   RkLog_SetSink(&SLines::Hear, &heard);

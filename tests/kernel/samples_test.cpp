@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <vector>
 
 #include "contracts/CRkPoolElement.h"
 #include "contracts/CRkRef.h"
@@ -11,7 +12,12 @@
 
 namespace {
 
-struct CPlane : CRkUnknown<IRkUnknown> {};
+std::atomic<int> g_livePlanes = 0;
+
+struct CPlane : CRkUnknown<IRkUnknown> {
+  CPlane() { ++g_livePlanes; }
+  ~CPlane() override { --g_livePlanes; }
+};
 
 template <class T>
 CRkRef<T> Make(int (*factory)(T**)) {
@@ -113,19 +119,6 @@ TEST(Samples, copying_again_writes_only_to_a_picture_that_nobody_else_holds) {
   EXPECT_EQ(VideoOf(second)->GetFrameIndex(), 2u);
 }
 
-TEST(Samples, audio_blocks_are_put_in_order_and_null_takes_away_the_rest) {
-  const auto sample = Make(RkCreateAVPlaySample);
-  sample->SetAudioSample(1, MakeAudio().Get());
-  EXPECT_FALSE(AudioOf(sample, 1));
-  for (UINT block = 0; block < 4; ++block) sample->SetAudioSample(block, MakeAudio().Get());
-  const auto replacement = MakeAudio();
-  sample->SetAudioSample(1, replacement.Get());
-  sample->SetAudioSample(2, nullptr);
-  EXPECT_EQ(AudioOf(sample, 1).Get(), replacement.Get());
-  EXPECT_FALSE(AudioOf(sample, 2));
-  EXPECT_FALSE(AudioOf(sample, 3));
-}
-
 TEST(Samples, of_many_releasing_threads_exactly_one_gives_a_pool_element_back) {
   struct COwner : CRkUnknown<IRkPoolElementOwner> {
     std::atomic<int> givenBack{0};
@@ -144,6 +137,87 @@ TEST(Samples, of_many_releasing_threads_exactly_one_gives_a_pool_element_back) {
     ASSERT_EQ(owner->givenBack, round);
   }
   EXPECT_EQ(element->Release(), 0u);
+}
+
+CRkRef<IRkAVPlaySamplePool> MakePool(UINT count) {
+  CRkRef<IRkAVPlaySamplePool> pool;
+  EXPECT_TRUE(RkCreateAVPlaySamplePool(count, pool.Out()));
+  return pool;
+}
+
+CRkRef<IRkVideoSample> TakeVideo(IRkAVPlaySamplePool& pool, DWORD timeoutMs) {
+  CRkRef<IRkVideoSample> video;
+  pool.GetVideoSample(timeoutMs, video.Out());
+  return video;
+}
+
+CRkRef<IRkAVPlaySample> TakeSample(IRkAVPlaySamplePool& pool, DWORD timeoutMs) {
+  CRkRef<IRkAVPlaySample> sample;
+  pool.GetAVPlaySample(timeoutMs, sample.Out());
+  return sample;
+}
+
+TEST(SamplePool, never_has_more_samples_out_than_it_was_made_with) {
+  const auto pool = MakePool(2);
+  auto video = TakeVideo(*pool, 0);
+  auto sample = TakeSample(*pool, 0);
+  EXPECT_TRUE(video && sample);
+  EXPECT_FALSE(TakeVideo(*pool, 0));
+  EXPECT_FALSE(TakeSample(*pool, 5));
+  sample.Reset();
+  EXPECT_TRUE(TakeVideo(*pool, 0));
+  IRkAVPlaySamplePool* none = nullptr;
+  EXPECT_FALSE(RkCreateAVPlaySamplePool(0, &none));
+}
+
+TEST(SamplePool, a_sample_that_goes_back_lets_go_of_all_it_held_and_leaves_a_queued_picture_whole) {
+  const auto pool = MakePool(1);
+  auto queued = VideoOf(MakePicture(1));
+  {
+    const auto sample = TakeSample(*pool, 0);
+    sample->SetVideoSample(queued.Get());
+    sample->SetAttachment(MakePlane().Get());
+    sample->SetAudioSample(0, MakeAudio().Get());
+  }
+  EXPECT_EQ(g_livePlanes, 3);
+  queued.Reset();
+  EXPECT_EQ(g_livePlanes, 0);
+  const auto again = TakeSample(*pool, 0);
+  EXPECT_FALSE(AudioOf(again, 0));
+  EXPECT_EQ(again->GetPosition(), kRkNoPosition);
+}
+
+TEST(SamplePool, samples_outlive_their_pool) {
+  auto pool = MakePool(2);
+  auto video = TakeVideo(*pool, 0);
+  auto sample = TakeSample(*pool, 0);
+  video->SetBuffer(1, MakePlane().Get());
+  pool.Reset();
+  video->SetFrameIndex(1);
+  video.Reset();
+  EXPECT_EQ(g_livePlanes, 0);
+  sample.Reset();
+}
+
+TEST(SamplePool, a_getter_wakes_when_a_sample_comes_back_from_any_thread) {
+  const auto pool = MakePool(3);
+  std::atomic<int> out = 0;
+  std::atomic<bool> tooMany = false;
+  std::vector<std::thread> users;
+  for (int user = 0; user < 6; ++user) {
+    users.emplace_back([&] {
+      for (int i = 0; i < 2000; ++i) {
+        auto sample = TakeSample(*pool, INFINITE);
+        if (++out > 3) tooMany = true;
+        --out;
+        std::thread* const elsewhere = i % 500 == 0 ? new std::thread([&] { sample.Reset(); }) : nullptr;
+        if (elsewhere != nullptr) elsewhere->join();
+        delete elsewhere;
+      }
+    });
+  }
+  for (auto& user : users) user.join();
+  EXPECT_FALSE(tooMany);
 }
 
 TEST(UserAudioSample, counts_in_bytes_what_is_valid_and_cuts_it_to_the_capacity) {

@@ -104,15 +104,6 @@ TEST(WorkerThread, nothing_runs_before_create_without_a_routine_or_after_close) 
   EXPECT_EQ(routine.runs, 0);
 }
 
-TEST(WorkerThread, destruction_stops_a_run) {
-  SRoutine routine;
-  auto thread = MakeThread(&SRoutine::Run, &routine);
-  thread->Start();
-  ASSERT_TRUE(RkWait(routine.entered, kGenerousMs));
-  thread.Reset();
-  EXPECT_EQ(routine.inside, 0);
-}
-
 TEST(WorkerThread, a_routine_that_outlives_close_keeps_its_stop_event) {
   SRoutine routine;
   routine.listens = false;
@@ -156,25 +147,6 @@ TEST(WorkerThread, bulk_work_stays_out_of_the_real_time_class) {
   thread->Start();
   thread->WaitForStop(kGenerousMs);
   EXPECT_EQ(policy & ~SCHED_RESET_ON_FORK, SCHED_OTHER);
-}
-
-TEST(WorkerThread, starts_and_stops_from_many_threads_never_overlap_runs) {
-  SRoutine routine;
-  const auto thread = MakeThread(&SRoutine::Run, &routine);
-  std::thread callers[4];
-  for (auto& caller : callers) {
-    caller = std::thread([&thread] {
-      for (int round = 0; round < 500; ++round) {
-        if (round % 3 == 0) thread->RequestStop();
-        thread->Start();
-      }
-    });
-  }
-  for (auto& caller : callers) caller.join();
-  thread->RequestStop();
-  thread->WaitForStop(kGenerousMs);
-  EXPECT_TRUE(thread->IsIdle());
-  EXPECT_FALSE(routine.overlapped);
 }
 
 }  // namespace

@@ -42,14 +42,6 @@ TEST(CriticalSection, is_left_as_often_as_it_was_entered) {
   DeleteCriticalSection(&section);
 }
 
-TEST(CriticalSectionDeathTest, leaving_what_another_thread_holds_is_fatal) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  CRITICAL_SECTION section;
-  InitializeCriticalSection(&section);
-  EXPECT_DEATH(LeaveCriticalSection(&section), "LeaveCriticalSection");
-  DeleteCriticalSection(&section);
-}
-
 TEST(Thread, priority_is_raised_as_far_as_allowed_and_given_back) {
   OnOwnThread([] {
     const int before = Nice();
@@ -72,15 +64,6 @@ TEST(Thread, priority_is_raised_as_far_as_allowed_and_given_back) {
   });
 }
 
-TEST(Thread, only_known_priorities_of_the_calling_thread_are_set) {
-  EXPECT_FALSE(SetThreadPriority(GetCurrentThread(), 99));
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-  EXPECT_FALSE(SetThreadPriority(nullptr, THREAD_PRIORITY_NORMAL));
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
-  EXPECT_LT(SetThreadDescription(nullptr, L"name"), 0);
-  EXPECT_LT(SetThreadDescription(GetCurrentThread(), nullptr), 0);
-}
-
 TEST(Thread, name_is_cut_between_characters) {
   OnOwnThread([] {
     const auto named = [](PCWSTR name) {
@@ -93,17 +76,6 @@ TEST(Thread, name_is_cut_between_characters) {
     EXPECT_EQ(named(L"\u00FC\u20AC\U0001F3AC"), "\xC3\xBC\xE2\x82\xAC\xF0\x9F\x8E\xAC");
     EXPECT_EQ(named(L"thirteen char\u20AC"), "thirteen char");
     EXPECT_EQ(named(L"fourteen chars\u00FCx"), "fourteen chars");
-  });
-}
-
-TEST(ExecutionState, returns_what_the_thread_asked_for_before) {
-  OnOwnThread([] {
-    constexpr DWORD kAwake = ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED;
-    EXPECT_EQ(SetThreadExecutionState(kAwake), ES_CONTINUOUS);
-    EXPECT_EQ(SetThreadExecutionState(ES_SYSTEM_REQUIRED), kAwake);
-    EXPECT_EQ(SetThreadExecutionState(0x40000000), 0U);
-    EXPECT_EQ(SetThreadExecutionState(ES_CONTINUOUS), kAwake);
-    EXPECT_EQ(SetThreadExecutionState(ES_CONTINUOUS), ES_CONTINUOUS);
   });
 }
 
