@@ -21,6 +21,7 @@ TEST(ClipArgument, range_and_repeat_count_are_cut_off_the_name) {
   EXPECT_EQ(Parse("clip.mp4*").repeatCount, kRkRepeatEndless);
   EXPECT_EQ(Parse("clip.mp4").repeatCount, 1);
   EXPECT_FALSE(Parse("clip.mp4").range);
+  EXPECT_EQ(Parse("show.M3U8*2", "show.M3U8").kind, ClipKind::Playlist);
 }
 
 TEST(ClipArgument, an_existing_file_keeps_the_marks_in_its_name) {
@@ -29,15 +30,6 @@ TEST(ClipArgument, an_existing_file_keeps_the_marks_in_its_name) {
   EXPECT_EQ(repeated.path, "a@1-2");
   EXPECT_FALSE(repeated.range);
   EXPECT_EQ(repeated.repeatCount, 3);
-}
-
-TEST(ClipArgument, patterns_and_playlists_are_told_by_their_names) {
-  EXPECT_EQ(Parse("pattern:").patternFrames, 250u);
-  const ClipArgument pattern = Parse("pattern:40@5-10*2");
-  EXPECT_EQ(pattern.kind, ClipKind::Pattern);
-  EXPECT_EQ(pattern.patternFrames, 40u);
-  EXPECT_EQ(Parse("show.M3U8*2", "show.M3U8").kind, ClipKind::Playlist);
-  EXPECT_EQ(Parse("clip.mp4").kind, ClipKind::File);
 }
 
 TEST(ClipArgument, numbers_that_overflow_or_make_no_sense_are_refused) {

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <thread>
-#include <vector>
 
 #include "contracts/CRkRef.h"
 #include "host/PlayBufferPool.h"
@@ -33,23 +31,6 @@ TEST(PlayBufferPool, a_plane_that_is_out_outlives_the_hosts_interest_in_the_pool
   pool.Reset();
   buffer->GetData()[999] = 1;
   EXPECT_EQ(buffer->GetCapacity(), 1000u);
-}
-
-TEST(PlayBufferPool, no_two_threads_hold_the_same_plane) {
-  const auto pool = CRkRef<PlayBufferPool>::Adopt(new PlayBufferPool(3000));
-  std::vector<std::thread> threads;
-  for (BYTE mark = 1; mark <= 4; ++mark) {
-    threads.emplace_back([&pool, mark] {
-      for (int round = 0; round < 2000; ++round) {
-        const CRkRef<IRkPlayBuffer> one = Get(pool, 1000);
-        const CRkRef<IRkPlayBuffer> other = Get(pool, 1000);
-        one->GetData()[0] = mark;
-        other->GetData()[0] = static_cast<BYTE>(mark + 100);
-        ASSERT_EQ(one->GetData()[0], mark);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

@@ -1,24 +1,8 @@
-#include <csignal>
-#include <nlohmann/json.hpp>
-
 #include "tests/host/RkplayTest.h"
 
 namespace {
 
-using nlohmann::json;
-
-class RkplayControl : public RkplayTest {
- protected:
-  json Stats() const { return json::parse(ReadFile("stats.json")); }
-  std::vector<std::string> Outcomes() const {
-    std::vector<std::string> outcomes;
-    const json stats = Stats();
-    for (const json& list : stats["lists"]) outcomes.push_back(list["outcome"]);
-    return outcomes;
-  }
-};
-
-using Words = std::vector<std::string>;
+using RkplayControl = RkplayTest;
 
 TEST_F(RkplayControl, the_statistics_tell_every_list_and_change_over) {
   const Result result = Rkplay({"pattern:30@10-20*2", "pattern:7", "pattern:1*3", "--start", "4", "--size",
@@ -26,7 +10,7 @@ TEST_F(RkplayControl, the_statistics_tell_every_list_and_change_over) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.errors, "");
   EXPECT_NE(result.output.find("delivered     26 frames"), std::string::npos) << result.output;
-  const json stats = Stats();
+  const auto stats = Stats();
   EXPECT_EQ(stats["exitCode"], 0);
   EXPECT_EQ(stats["format"]["frameRate"], "30000/1001");
   EXPECT_EQ(stats["format"]["width"], 64);

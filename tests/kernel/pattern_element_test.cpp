@@ -128,19 +128,6 @@ TEST(PatternElement, burns_the_timeline_position_into_pictures_of_every_kind) {
   }
 }
 
-TEST(PatternElement, draws_bars_of_75_percent) {
-  const SRkClipFormat format = MakeFormat(320, 240, RkPixelFormat_I444);
-  const auto element = MakeElement(1);
-  Sample sample;
-  ASSERT_TRUE(element->Open(nullptr, 0, &format) && element->ReadNextSample(sample.Out()));
-  const BYTE expected[8][kRkPlaneCount] = {{180, 128, 128}, {168, 44, 136}, {145, 147, 44}, {133, 63, 52},
-                                           {63, 193, 204},  {51, 109, 212}, {28, 212, 120}, {16, 128, 128}};
-  for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-    for (int bar = 0; bar < 8; ++bar)
-      EXPECT_EQ(PlaneOf(sample, plane)->GetData()[bar * 40 + 20], expected[bar][plane]) << bar << plane;
-  }
-}
-
 TEST(PatternElement, reads_in_order_from_where_it_is_told_and_ends) {
   const SRkClipFormat format = MakeFormat(64, 64, RkPixelFormat_I420);
   const auto element = MakeElement(10);

@@ -86,24 +86,6 @@ TEST(WorkerThread, start_during_a_run_ends_it_and_runs_again_and_a_stop_takes_th
   EXPECT_FALSE(routine.overlapped);
 }
 
-TEST(WorkerThread, nothing_runs_before_create_without_a_routine_or_after_close) {
-  SRoutine routine;
-  CRkRef<IRkWorkerThread> thread;
-  ASSERT_EQ(RkCreateWorkerThread(0, thread.Out()), 1);
-  thread->SetThreadProc(&SRoutine::Run, &routine);
-  thread->Start();
-  thread->SetThreadProc(nullptr, nullptr);
-  thread->Create();
-  thread->Start();
-  thread->SetThreadProc(&SRoutine::Run, &routine);
-  EXPECT_TRUE(thread->IsIdle());
-  thread->Close(kGenerousMs);
-  thread->Start();
-  thread->Close(INFINITE);
-  thread->WaitForStop(INFINITE);
-  EXPECT_EQ(routine.runs, 0);
-}
-
 TEST(WorkerThread, a_routine_that_outlives_close_keeps_its_stop_event) {
   SRoutine routine;
   routine.listens = false;

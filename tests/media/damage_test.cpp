@@ -1,5 +1,4 @@
 #include <fstream>
-#include <random>
 #include <set>
 
 #include "tests/media/MediaTest.h"
@@ -8,10 +7,6 @@ namespace {
 
 class CDamageTest : public CMediaTest {
  protected:
-  static constexpr const char* kClip =
-      "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -f lavfi -i anoisesrc=seed=1:r=48000:d=4:c=pink "
-      "-c:v libx264 -preset veryfast -g 25 -bf 2 ";
-
   static std::string Load(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -37,22 +32,19 @@ TEST_F(CDamageTest, a_file_that_cannot_be_played_is_refused_with_the_reason) {
   EXPECT_EQ(WhyNot(folder.Path("absent.mp4")), "No such file or directory");
   EXPECT_EQ(WhyNot(folder.Path(".")), "Is a directory");
   EXPECT_FALSE(WhyNot(Save("empty.mp4", "")).empty());
-  std::string noise(100000, '\0');
-  std::minstd_rand random(1);
-  for (char& byte : noise) byte = static_cast<char>(random() >> 8);
-  EXPECT_FALSE(WhyNot(Save("noise.mp4", noise)).empty());
   EXPECT_FALSE(WhyNot(Save("text.srt", "1\n00:00:00,000 --> 00:00:01,000\nNo picture\n")).empty());
 }
 
 TEST_F(CDamageTest, a_truncated_file_delivers_what_it_announced) {
   for (const char* name : {"cut.mp4", "cut.mkv"}) {
     SCOPED_TRACE(name);
-    const std::string whole = Make(name, kClip + std::string("-c:a aac -movflags faststart"));
+    const std::string whole =
+        Make(name,
+             "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -f lavfi -i anoisesrc=seed=1:r=48000:d=4:c=pink "
+             "-c:v libx264 -preset veryfast -g 25 -bf 2 -c:a aac -movflags faststart");
     const std::string reference = RkReferencePictures(whole);
     const std::string bytes = Load(whole);
-    const std::string path = Save("truncated", bytes.substr(0, bytes.size() * 6 / 10));
-    sink.substituted.clear();
-    const auto element = OpenAsItIs(path);
+    const auto element = OpenAsItIs(Save("truncated", bytes.substr(0, bytes.size() * 6 / 10)));
     EXPECT_EQ(element->GetFrameCount(), 100u);
     // The far end first, then in order: both find the same last good picture.
     const SFrame end = At(element, 99);
@@ -82,17 +74,14 @@ TEST_F(CDamageTest, a_truncated_file_delivers_what_it_announced) {
 }
 
 TEST_F(CDamageTest, a_hole_in_the_middle_holds_the_last_picture_and_reports_each_frame) {
-  const std::string whole = Make("hole.mov", "-f lavfi -i testsrc2=s=160x120:r=25:d=2 -c:v png");
-  const std::string reference = RkReferencePictures(whole, "-pix_fmt yuv444p");
-  std::string bytes = Load(whole);
+  std::string bytes = Load(Make("hole.mov", "-f lavfi -i testsrc2=s=160x120:r=25:d=2 -c:v png"));
   // The heads of two pictures in a row.
   size_t at = 0;
   for (int picture = 0; picture <= 21; ++picture) {
     at = bytes.find("\x89PNG", at + 1);
     if (picture >= 20) bytes.replace(at, 8, 8, '\xff');
   }
-  const std::string path = Save("hole2.mov", bytes);
-  const auto element = OpenAsItIs(path);
+  const auto element = OpenAsItIs(Save("hole2.mov", bytes));
   EXPECT_EQ(element->GetFrameCount(), 50u);
   const std::vector<SFrame> frames = Rest(element);
   ASSERT_EQ(frames.size(), 50u);
@@ -102,46 +91,6 @@ TEST_F(CDamageTest, a_hole_in_the_middle_holds_the_last_picture_and_reports_each
   EXPECT_TRUE(frames[21].picture == frames[19].picture);
   EXPECT_FALSE(frames[22].picture == frames[19].picture);
   EXPECT_TRUE(At(element, 21).picture == frames[19].picture);
-}
-
-TEST_F(CDamageTest, flipped_bits_neither_crash_nor_hang_nor_shorten_an_element) {
-  const std::string arguments =
-      "-f lavfi -i testsrc2=s=64x48:r=25:d=1 -f lavfi -i anoisesrc=seed=1:r=48000:d=1 "
-      "-c:v libx264 -preset veryfast -g 8 -bf 2 -c:a aac ";
-  int played = 0;
-  for (const char* name : {"flip.mp4", "flip.mkv", "flip.ts"}) {
-    const std::string whole = Load(Make(name, arguments));
-    for (unsigned seed = 0; seed < 20; ++seed) {
-      std::string bytes = whole;
-      std::minstd_rand random(seed + 1);
-      for (int flips = 0; flips < 12; ++flips) {
-        bytes[random() % bytes.size()] ^= static_cast<char>(1u << (random() % 8));
-      }
-      const std::string path = Save("flipped", bytes);
-      CRkRef<IRkClipElement> element;
-      std::string reason;
-      if (!RkCreateMediaClipElement(path.c_str(), RkFrameRate_25, &sink, element.Out(), reason)) {
-        EXPECT_FALSE(reason.empty());
-        continue;
-      }
-      format.video = {64, 48, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, RkColorRange_Limited, 0};
-      format.audio = RkMakeWaveFormat(2, 48000, 16);
-      if (!element->Open(nullptr, 0, &format)) continue;
-      ++played;
-      const UINT count = element->GetFrameCount();
-      // Damaged times may stretch a file; a minute of it is enough.
-      for (UINT offset = 0; offset < std::min(count, 1500u); ++offset) {
-        ASSERT_EQ(Next(element).sound.size(), 1920u * 4) << name << seed << " " << offset;
-      }
-      ASSERT_TRUE(At(element, count - 1).read) << name << seed;
-      ASSERT_TRUE(At(element, count / 2).read) << name << seed;
-      if (count <= 1500) {
-        element->SeekTo(count);
-        EXPECT_FALSE(Next(element).read);
-      }
-    }
-  }
-  EXPECT_GT(played, 30);
 }
 
 }  // namespace

@@ -47,8 +47,11 @@ class CMutationTest : public CMediaTest {
     if (!element->Open(nullptr, 0, &format)) return;
     const UINT count = element->GetFrameCount();
     for (UINT frame = 0; frame < std::min(count, kFramesRead); ++frame) {
-      ASSERT_TRUE(Next(element).read) << "frame " << frame << " of " << count;
+      const ULONGLONG share =
+          RkAudioUtils::GetAudioSampleCounts(48000, static_cast<ERkFrameRate>(rate), frame, 1);
+      ASSERT_EQ(Next(element).sound.size(), 4 * share) << "frame " << frame << " of " << count;
     }
+    EXPECT_EQ(Next(element).read, count > kFramesRead);
     for (const UINT offset : {count - 1, count / 2, 0u}) EXPECT_TRUE(At(element, offset).read) << offset;
   }
 

@@ -1,6 +1,7 @@
 #include "tests/module/Faults.h"
 
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 
 #include "contracts/RkClipCore.h"
 #include "contracts/RkKernel.h"
+#include "tests/support/RkFakes.h"
 
 // The functions below stand before those of the libraries, also for the libraries' own calls.
 #define RK_INTERPOSED __attribute__((visibility("default")))
@@ -40,17 +42,6 @@ void* Allocate(size_t size) {
   return memory;
 }
 
-void* AllocateOrThrow(size_t size) {
-  if (void* memory = Allocate(size)) return memory;
-  throw std::bad_alloc();
-}
-
-void Free(void* memory) {
-  if (memory == nullptr) return;
-  --g_blocks;
-  std::free(memory);
-}
-
 }  // namespace
 
 void FailCreation(int n) {
@@ -61,11 +52,21 @@ int EndFailing() {
   t_failing = kNever;
   return t_creations;
 }
-int LiveHandles() {
-  return g_handles;
-}
-int LiveBlocks() {
-  return g_blocks;
+int FailEach(const char* what, const std::function<bool()>& work) {
+  EXPECT_TRUE(work()) << what;  // also warms up what is made once
+  for (int n = 0;; ++n) {
+    SCOPED_TRACE(testing::Message() << what << ", creation " << n);
+    const int handles = g_handles;
+    const int blocks = g_blocks;
+    FailCreation(n);
+    bool succeeded = false;
+    EXPECT_NO_THROW(succeeded = work());
+    const bool failed = EndFailing() > n;
+    EXPECT_TRUE(failed || succeeded) << "fails with all its memory";
+    EXPECT_TRUE(WaitUntil([&] { return g_handles == handles && g_blocks == blocks; }))
+        << g_handles - handles << " handles and " << g_blocks - blocks << " blocks are left";
+    if (!failed || testing::Test::HasFailure()) return n;
+  }
 }
 
 RK_INTERPOSED HANDLE CreateEventW(SECURITY_ATTRIBUTES* attributes, BOOL manual, BOOL set, PCWSTR name) {
@@ -92,27 +93,19 @@ RK_INTERPOSED int RkCreateClipElementList(IRkClipElementList** list) {
   return Fails() ? 0 : create(list);
 }
 
+// The forms for arrays call these.
 RK_INTERPOSED void* operator new(size_t size) {
-  return AllocateOrThrow(size);
-}
-RK_INTERPOSED void* operator new[](size_t size) {
-  return AllocateOrThrow(size);
+  if (void* memory = Allocate(size)) return memory;
+  throw std::bad_alloc();
 }
 RK_INTERPOSED void* operator new(size_t size, const std::nothrow_t&) noexcept {
   return Allocate(size);
 }
-RK_INTERPOSED void* operator new[](size_t size, const std::nothrow_t&) noexcept {
-  return Allocate(size);
-}
 RK_INTERPOSED void operator delete(void* memory) noexcept {
-  Free(memory);
-}
-RK_INTERPOSED void operator delete[](void* memory) noexcept {
-  Free(memory);
+  if (memory == nullptr) return;
+  --g_blocks;
+  std::free(memory);
 }
 RK_INTERPOSED void operator delete(void* memory, size_t) noexcept {
-  Free(memory);
-}
-RK_INTERPOSED void operator delete[](void* memory, size_t) noexcept {
-  Free(memory);
+  operator delete(memory);
 }

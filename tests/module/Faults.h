@@ -1,12 +1,15 @@
 #pragma once
 
-// Counts what the calling thread creates (events, semaphores, worker threads, element lists, memory), lets
-// one creation fail, and tells what is alive in the program.
+#include <functional>
+
+// Counts what the calling thread creates (events, semaphores, worker threads, element lists) and the memory
+// that it takes, and lets one creation fail.
 
 // From now on the n-th creation (0: the next) fails.
 void FailCreation(int n);
 // Ends that; how many creations there were.
 int EndFailing();
 
-int LiveHandles();
-int LiveBlocks();  // of memory from operator new
+// Runs the work with its first, second, ... creation failing until none is left to fail; how many there
+// were. It says whether it succeeded; nothing may escape from it, and nothing may stay alive.
+int FailEach(const char* what, const std::function<bool()>& work);

@@ -6,25 +6,6 @@
 
 namespace {
 
-// Runs the work with its first, second, ... creation failing until none is left to fail. It says whether
-// it succeeded; nothing may escape from it, and nothing may stay alive.
-void FailEach(const char* what, const std::function<bool()>& work) {
-  EXPECT_TRUE(work()) << what;  // also warms up what is made once
-  for (int n = 0;; ++n) {
-    SCOPED_TRACE(testing::Message() << what << ", creation " << n);
-    const int handles = LiveHandles();
-    const int blocks = LiveBlocks();
-    FailCreation(n);
-    bool succeeded = false;
-    EXPECT_NO_THROW(succeeded = work());
-    const bool failed = EndFailing() > n;
-    EXPECT_TRUE(failed || succeeded) << "fails with all its memory";
-    EXPECT_EQ(LiveHandles(), handles);
-    EXPECT_EQ(LiveBlocks(), blocks);
-    if (!failed || testing::Test::HasFailure()) return;
-  }
-}
-
 template <class Interface, class Create>
 CRkRef<Interface> Made(Create create) {
   CRkRef<Interface> made;

@@ -69,14 +69,4 @@ TEST_F(ElementModeTest, a_stop_forgets_a_move_that_was_not_made) {
   ExpectFrames(105, 110);
 }
 
-TEST_F(ElementModeTest, without_an_open_element_there_is_nothing_to_move) {
-  Build({10, 10});
-  elements[1]->openGate.Shut();
-  ASSERT_TRUE(channel->Play(12, 1));
-  channel->SetElementMode(kMode, 5);
-  elements[1]->openGate.Open();
-  ExpectFrames(12, 20);
-  EXPECT_EQ(Status(), RkSourceChannel_Stopped);
-}
-
 }  // namespace
