@@ -11,17 +11,6 @@ namespace {
 
 constexpr AVPixelFormat kPngFormat = AV_PIX_FMT_RGB24;
 
-AVPixelFormat AvPixelFormat(int pixelFormat) {
-  switch (pixelFormat) {
-    case RkPixelFormat_I422:
-      return AV_PIX_FMT_YUV422P;
-    case RkPixelFormat_I444:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return AV_PIX_FMT_YUV420P;
-  }
-}
-
 }  // namespace
 
 PngWriter::PngWriter(const SRkVideoResolution& video, int matrix) : m_video(video) {
@@ -45,7 +34,7 @@ bool PngWriter::_OpenEncoder() {
 
 bool PngWriter::_OpenConverter(int matrix) {
   m_converter.reset(sws_getContext(
-      m_video.width, m_video.height, AvPixelFormat(m_video.pixelFormat), m_video.width, m_video.height,
+      m_video.width, m_video.height, RkAvPixelFormat(m_video.pixelFormat), m_video.width, m_video.height,
       kPngFormat, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
   if (!m_converter) return false;
   const int* coefficients = sws_getCoefficients(matrix);

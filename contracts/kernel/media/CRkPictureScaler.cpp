@@ -13,17 +13,6 @@ extern "C" {
 
 namespace {
 
-AVPixelFormat AvPixelFormat(int pixelFormat) {
-  switch (pixelFormat) {
-    case RkPixelFormat_I422:
-      return AV_PIX_FMT_YUV422P;
-    case RkPixelFormat_I444:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return AV_PIX_FMT_YUV420P;
-  }
-}
-
 // The formats whose full range is part of their name.
 AVPixelFormat WithoutRange(int pixelFormat) {
   switch (pixelFormat) {
@@ -110,7 +99,7 @@ CRkRef<IRkVideoSample> CRkPictureScaler::Scale(const AVFrame& picture) {
 
 bool CRkPictureScaler::_HasFormat(const AVFrame& picture) const {
   return picture.width == m_format.width && picture.height == m_format.height &&
-         WithoutRange(picture.format) == AvPixelFormat(m_format.pixelFormat) &&
+         WithoutRange(picture.format) == RkAvPixelFormat(m_format.pixelFormat) &&
          RkIsFullRange(picture) == (m_format.colorRange == RkColorRange_Full);
 }
 
@@ -146,7 +135,7 @@ bool CRkPictureScaler::_PrepareConversion(const AVFrame& picture) {
       {"src_range", kind.fullRange},
       {"dstw", m_format.width},
       {"dsth", m_format.height},
-      {"dst_format", AvPixelFormat(m_format.pixelFormat)},
+      {"dst_format", RkAvPixelFormat(m_format.pixelFormat)},
       {"dst_range", toFullRange},
       {"sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND},
   };

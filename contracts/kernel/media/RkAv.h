@@ -30,6 +30,17 @@ using CRkAv = std::unique_ptr<T, SRkAvDelete>;
 // A few words on a library's failure code.
 std::string RkAvErrorText(int code);
 
+inline AVPixelFormat RkAvPixelFormat(int pixelFormat) {
+  switch (pixelFormat) {
+    case RkPixelFormat_I422:
+      return AV_PIX_FMT_YUV422P;
+    case RkPixelFormat_I444:
+      return AV_PIX_FMT_YUV444P;
+    default:
+      return AV_PIX_FMT_YUV420P;
+  }
+}
+
 inline AVRational RkAvFrameRate(int frameRate) {
   return {static_cast<int>(kRkFrameRates[frameRate].numerator),
           static_cast<int>(kRkFrameRates[frameRate].denominator)};
