@@ -64,6 +64,14 @@ class Process {
     }
     return true;
   }
+  // Types again after every answer until one holds the text: the keys may come too early.
+  bool TypeUntilOutput(const std::string& keys, const std::string& text) {
+    do {
+      Type(keys);
+      if (!_ReadMore()) return false;
+    } while (m_output.find(text) == std::string::npos);
+    return true;
+  }
   // Reads the rest and gives the exit status; 128 and the signal when one ended it.
   int Wait() {
     while (_ReadMore()) {
