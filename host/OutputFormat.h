@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "contracts/RkMediaRecords.h"
 #include "host/Options.h"

@@ -66,8 +66,10 @@ HRESULT FailedResult(DWORD code) {
 
 }  // namespace
 
+// Asked once, since every log line names its thread.
 DWORD GetCurrentThreadId() {
-  return static_cast<DWORD>(gettid());
+  thread_local const auto id = static_cast<DWORD>(gettid());
+  return id;
 }
 
 // An address of its own, where the waits find no object of theirs.

@@ -6,14 +6,6 @@ using namespace rkplay;
 
 namespace {
 
-TEST(FrameRate, names_and_fractions_mean_the_same_and_nothing_else_is_a_rate) {
-  EXPECT_EQ(ParseFrameRate("29.97"), RkFrameRate_29_97);
-  EXPECT_EQ(ParseFrameRate("30000/1001"), RkFrameRate_29_97);
-  EXPECT_EQ(ParseFrameRate("25/1"), RkFrameRate_25);
-  for (const char* name : {"", "26", "25.0", "-25", "30000/1000", "ntsc"})
-    EXPECT_FALSE(ParseFrameRate(name)) << name;
-}
-
 TEST(FrameRate, frame_times_never_drift) {
   // 24 hours at 59.94: 86400 s x 60000 / 1001 is no whole number of frames, 86486.4 s is.
   EXPECT_EQ(FrameTime(RkFrameRate_59_94, 60000ull * 864 / 10).count(), 1001ll * 864 * 100'000'000);

@@ -54,14 +54,6 @@ TEST_F(RkplayPreview, keys_hold_move_repeat_and_end) {
   EXPECT_EQ(quitted.Wait(), 0);
 }
 
-TEST_F(RkplayPreview, an_interrupt_ends_a_loop_with_the_summary) {
-  Process process(Command({"preview", "pattern:3", "--loop", "--monitor=virtual", "--sound", "none"}));
-  ASSERT_TRUE(process.WaitForOutput("begins, "));
-  process.Signal(SIGINT);
-  EXPECT_EQ(process.Wait(), 130);
-  EXPECT_NE(process.Output().find("range 0-3"), std::string::npos) << process.Output();
-}
-
 TEST_F(RkplayPreview, ranges_that_make_no_sense_are_refused_by_name) {
   ExpectRefused({"preview", "pattern:50", "--trim", "10"}, "--trim: '10'");
   ExpectRefused({"preview", "pattern:50", "--trim", "10-10"}, "--trim: 10-10 holds no frame");

@@ -68,15 +68,6 @@ TEST_F(audio_renderer_position, waits_at_what_was_handed_over_and_goes_on_from_t
   EXPECT_NEAR(Ms(795 * kMs), 790.0, 2.0);
 }
 
-TEST_F(audio_renderer_position, is_behind_the_pulls_by_what_the_card_holds) {
-  m_position.Start(kStart, kPeriod);
-  Pull(0);
-  EXPECT_EQ(Ms(8 * kMs), 0.0);
-  Pull(10 * kMs);
-  EXPECT_NEAR(Ms(15 * kMs), 5.0, 1e-6);
-  EXPECT_NEAR(Ms(28 * kMs), 18.0, 1e-6);
-}
-
 TEST(audio_renderer_notifications, come_at_their_interval_and_never_in_bursts) {
   CRkNotifyTimer timer;
   EXPECT_FALSE(timer.Take(kStart));

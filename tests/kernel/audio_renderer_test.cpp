@@ -205,23 +205,6 @@ TEST_F(audio_renderer, waits_at_a_stop_until_the_card_has_taken_the_last_byte) {
   EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, 10 * kPeriodBytes));
 }
 
-TEST_F(audio_renderer, gives_a_late_caller_one_notification) {
-  Create(0);
-  m_renderer->SetNotifyInterval(1000.0 / 62);
-  g_now += 100 * kMs;
-  EXPECT_FALSE(m_renderer->WaitForNotify(0));
-  EXPECT_TRUE(m_renderer->Play());
-  EXPECT_FALSE(m_renderer->WaitForNotify(0));
-  for (const LONGLONG later : {17, 16, 160}) {
-    g_now += later * kMs;
-    EXPECT_TRUE(m_renderer->WaitForNotify(INFINITE));
-    EXPECT_FALSE(m_renderer->WaitForNotify(0));
-  }
-  m_renderer->Stop();
-  g_now += 100 * kMs;
-  EXPECT_FALSE(m_renderer->WaitForNotify(0));
-}
-
 TEST_F(audio_renderer, goes_on_by_the_clock_when_the_card_takes_no_sound_and_says_so_once) {
   CLogRecorder log;
   Create();

@@ -69,16 +69,6 @@ TEST(AudioSampleCounts, begin_every_frame_at_its_exact_sample) {
     EXPECT_EQ(RkAudioUtils::GetAudioSampleCounts(48000, static_cast<ERkFrameRate>(outside), 0, 1), 0u);
 }
 
-TEST(AudioBuffer, is_sized_in_whole_samples) {
-  using RkAudioUtils::GetAudioBufferSize;
-  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(6, 44100, 24), 10.1), 445u * 18);
-  // Seven frames of 24 are 14000 samples, though the double falls short of them.
-  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(1, 48000, 8), 7 * RkFrameDurationMs(RkFrameRate_24)), 14000u);
-  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(6, 48000, 24), 1e12), 0xFFFFFFFFu / 18 * 18);
-  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(2, 48000, 16), -1.0), 0u);
-  EXPECT_EQ(GetAudioBufferSize(RkMakeWaveFormat(0, 48000, 16), 1000.0), 0u);
-}
-
 TEST(AudioBuffer, is_silent_in_the_middle_of_its_range) {
   for (const int bits : kAllBits) {
     const SRkWaveFormatInfo format = RkMakeWaveFormat(3, 48000, static_cast<WORD>(bits));

@@ -128,27 +128,6 @@ TEST(PatternElement, burns_the_timeline_position_into_pictures_of_every_kind) {
   }
 }
 
-TEST(PatternElement, reads_in_order_from_where_it_is_told_and_ends) {
-  const SRkClipFormat format = MakeFormat(64, 64, RkPixelFormat_I420);
-  const auto element = MakeElement(10);
-  Sample sample;
-  EXPECT_FALSE(element->ReadNextSample(sample.Out()));
-  EXPECT_FALSE(element->ReadSampleAt(0, sample.Out()));
-  const auto next = [&] { return element->ReadNextSample(sample.Out()) ? sample->GetPosition() : 999; };
-
-  for (int opening = 0; opening < 2; ++opening) {
-    ASSERT_TRUE(element->Open(nullptr, 0, &format));
-    EXPECT_EQ(next(), 0u);
-    EXPECT_TRUE(element->ReadSampleAt(8, sample.Out()));
-    EXPECT_EQ(next(), 9u);
-    EXPECT_EQ(next(), 999u);
-    element->SeekTo(4);
-    EXPECT_EQ(next(), 4u);
-    element->Close();
-    EXPECT_FALSE(element->ReadSampleAt(0, sample.Out()));
-  }
-}
-
 TEST(PatternElement, refuses_formats_it_cannot_make_but_not_one_without_channels) {
   const auto element = MakeElement(1);
   const SRkClipFormat good = MakeFormat(16, 16, RkPixelFormat_I444, RkFrameRate_60, 32);

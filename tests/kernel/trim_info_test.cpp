@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "contracts/CRkRef.h"
 #include "contracts/CRkUnknown.h"
 #include "contracts/RkClipCore.h"
@@ -67,17 +65,6 @@ TEST(TrimInfo, copies_share_nothing) {
   clone->CopyFrom(nullptr);
   clone->CopyFrom(MakeForeignTrim({{9, 3}}).Get());
   EXPECT_EQ(EndsOf(clone), (std::vector<ULONGLONG>{1, 2}));
-}
-
-TEST(TrimInfo, two_may_copy_from_each_other_at_once) {
-  const Trim a = MakeTrim({{1, 2}}), b = MakeTrim({{3, 4}, {5, 6}});
-  const auto copyOften = [](const Trim& to, const Trim& from) {
-    for (int round = 0; round < 5000; ++round) to->CopyFrom(from.Get());
-  };
-  std::thread other(copyOften, a, b);
-  copyOften(b, a);
-  other.join();
-  EXPECT_FALSE(EndsOf(a).empty());
 }
 
 TEST(ClipPresentation, shows_only_what_lies_inside_the_ranges) {

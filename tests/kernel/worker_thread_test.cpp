@@ -2,7 +2,6 @@
 #include <sched.h>
 
 #include <atomic>
-#include <thread>
 
 #include "contracts/CRkRef.h"
 #include "contracts/RkKernel.h"

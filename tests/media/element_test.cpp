@@ -41,22 +41,6 @@ TEST_F(CElementTest, only_formats_of_its_rate_that_make_sense_open_it) {
   }
 }
 
-TEST_F(CElementTest, a_description_names_the_format_that_needs_no_conversion) {
-  const std::string path =
-      Make("described.mov",
-           "-f lavfi -i testsrc2=s=160x120:r=60000/1001:d=1 -f lavfi "
-           "-i anoisesrc=seed=1:r=44100:d=1 -vf setsar=12/11 -c:v prores -c:a pcm_s24le -ac 2");
-  const SRkMediaDescription description = Describe(path);
-  const SRkVideoResolution& video = description.format.video;
-  EXPECT_EQ(video.width, 160);
-  EXPECT_EQ(video.height, 120);
-  EXPECT_EQ(video.aspectNumerator * 11, video.aspectDenominator * 12);
-  EXPECT_EQ(video.pixelFormat, RkPixelFormat_I422);
-  EXPECT_EQ(video.colorRange, RkColorRange_Limited);
-  EXPECT_EQ(description.format.audio.samplesPerSecond, 44100u);
-  EXPECT_EQ(description.frameCount, 60u);
-}
-
 TEST_F(CElementTest, picture_memory_comes_from_the_pool_and_goes_back_over_many_openings) {
   const std::string path = Make("reuse.mp4", kShort + std::string("-c:v libx264 -c:a aac"));
   format = Describe(path).format;
@@ -68,7 +52,7 @@ TEST_F(CElementTest, picture_memory_comes_from_the_pool_and_goes_back_over_many_
     EXPECT_EQ(Rest(element).size(), 4u);
     element->Close();
     EXPECT_FALSE(pool.lent.empty());
-    for (const auto& buffer : pool.lent) EXPECT_EQ((buffer->AddRef(), buffer->Release()), 1u);
+    for (const auto& buffer : pool.lent) EXPECT_EQ(References(*buffer), 1u);
   }
 }
 

@@ -2,20 +2,15 @@
 // frame that it announces. RK_MUTATIONS: copies of each file (1000 under the address sanitizer are the long
 // form); RK_MUTATION_SEED: the first of their seeds, which a failure prints.
 
-#include <cstdlib>
 #include <fstream>
 #include <random>
 
 #include "tests/media/MediaTest.h"
+#include "tests/support/RkSetting.h"
 
 namespace {
 
 constexpr UINT kFramesRead = 40;  // a damaged header may announce years
-
-unsigned Setting(const char* name, unsigned otherwise) {
-  const char* const value = std::getenv(name);
-  return value != nullptr ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
-}
 
 // A few flipped bits near each other or all over, and in every third copy a cut end.
 std::string Mutated(std::string bytes, unsigned seed) {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdlib>
 #include <ostream>
 #include <random>
 #include <vector>
 
 #include "tests/support/RkFakes.h"
+#include "tests/support/RkSetting.h"
 
 // What tells one frame from every other: which element of which list it was read from, and its position.
 struct SModelFrame {
@@ -89,9 +89,3 @@ class CModelRandom {
   std::mt19937 m_random;
   UINT m_lists = 0;
 };
-
-// A number that the environment may set.
-inline UINT Setting(const char* name, UINT otherwise) {
-  const char* value = std::getenv(name);
-  return value != nullptr ? static_cast<UINT>(std::strtoul(value, nullptr, 10)) : otherwise;
-}

@@ -29,9 +29,8 @@ class Factories : public testing::Test {
   }
 
   void ExpectReferences(UINT toPool, UINT toSinks) const {
-    EXPECT_EQ((m_pool->AddRef(), m_pool->Release()), 1 + toPool);
-    EXPECT_EQ((m_notify->AddRef(), m_notify->Release()) + (m_callback->AddRef(), m_callback->Release()),
-              2 + toSinks);
+    EXPECT_EQ(References(*m_pool), 1 + toPool);
+    EXPECT_EQ(References(*m_notify) + References(*m_callback), 2 + toSinks);
   }
 
   template <class Interface>

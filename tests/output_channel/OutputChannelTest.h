@@ -33,12 +33,6 @@ inline Element MakeElement(char name, UINT frames) {
   return MakeFake<CNamedElement>(name, frames);
 }
 
-template <class Object>
-UINT References(const CRkRef<Object>& object) {
-  object->AddRef();
-  return object->Release();
-}
-
 // "B7": position 7, read from element B.
 inline std::string NameOf(IRkAVPlaySample& sample) {
   CRkRef<IRkUnknown> source;

@@ -12,18 +12,6 @@ TEST_F(Control, without_a_sink_the_waiting_list_follows_at_once) {
   EXPECT_EQ(PlayOut(), "A0 A1 4 B0 B1 1 ");
 }
 
-TEST_F(Control, a_sample_stays_valid_when_its_list_has_gone) {
-  PlayList({MakeElement('A', 3)}, kRkRepeatEndless);
-  CRkRef<IRkAVPlaySample> kept;
-  ASSERT_TRUE(m_channel->GetSample(kTestDeadlineMs, kept.Out()));
-  ASSERT_TRUE(Cue('B', 3));
-  ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
-  EXPECT_EQ(TakeSample(), "B0");
-  m_channel->Stop();
-  m_channel.Reset();
-  EXPECT_EQ(NameOf(*kept), "A0");
-}
-
 // ---- a sink that calls back
 
 TEST_F(Control, a_sink_may_stop_the_channel_when_it_hears_of_the_end) {

@@ -9,31 +9,6 @@ constexpr wchar_t kPlayFailed[] =
 
 using Editing = OutputChannelTest;
 
-TEST_F(Editing, a_cued_list_keeps_its_timeline_when_the_list_of_the_host_goes) {
-  CRkRef<IRkClipElementList> list;
-  ASSERT_TRUE(RkCreateClipElementList(list.Out()));
-  list->InsertElement(0, MakeElement('A', 3).Get());
-  list->InsertElement(1, MakeElement('B', 6).Get());
-  ASSERT_TRUE(m_channel->InsertClipElement(list.Get(), 1, 4));
-  list->RemoveAll();
-  list.Reset();
-  ASSERT_TRUE(m_channel->Play());
-  EXPECT_EQ(PlayOut(), "B4 B5 B6 B7 B8 1 ");
-}
-
-TEST_F(Editing, nothing_to_load_leaves_the_cued_clip) {
-  ASSERT_TRUE(Cue('A', 1));
-  m_notify->Take();
-  CLogRecorder log;
-  EXPECT_FALSE(Cue(std::vector<Element>{}));
-  EXPECT_FALSE(m_channel->InsertClipElement(static_cast<IRkClipElementList*>(nullptr), 1, 0));
-  EXPECT_FALSE(m_channel->InsertClipElement(static_cast<IRkClipElement*>(nullptr), 1, 0));
-  EXPECT_EQ(m_notify->Take(), Events{});
-  EXPECT_EQ(log.Lines().size(), 6u);  // the banners alone
-  ASSERT_TRUE(m_channel->Play());
-  EXPECT_EQ(PlayOut(), "A0 1 ");
-}
-
 TEST_F(Editing, banners_frame_what_an_operation_logs) {
   PlayList({MakeElement('A', 9)});
   CLogRecorder log;

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 
 #include "output_device/CRkAudioFeed.h"
 #include "output_device/CRkVideoRun.h"
 #include "tests/output_device/DeviceFakes.h"
+#include "tests/support/RkSetting.h"
 
 namespace {
 
@@ -89,9 +89,8 @@ class long_run : public testing::TestWithParam<ERkFrameRate> {};
 
 TEST_P(long_run, keeps_frames_samples_and_their_offset_exact) {
   const SRkFrameRateFraction rate = kRkFrameRates[GetParam()];
-  const char* const asked = std::getenv("RK_SIMULATED_FRAMES");
   // Whole seconds of the rate's own unit, so that the samples come out even.
-  const ULONGLONG thousands = asked != nullptr ? std::strtoull(asked, nullptr, 10) : 300;
+  const ULONGLONG thousands = Setting("RK_SIMULATED_FRAMES", 300);
   const UINT frames = static_cast<UINT>(std::max(thousands * 1000 / rate.numerator, 1ull) * rate.numerator);
 
   const auto renderer = MakeFake<CCountingRenderer>(rate);

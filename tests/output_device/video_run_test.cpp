@@ -104,24 +104,4 @@ TEST(shown_frame, follows_the_clock_and_is_anchored_anew_when_the_clock_outruns_
   EXPECT_EQ(shown.Get(), 51U);
 }
 
-TEST(sample_queue, makes_room_by_handing_out_its_oldest_item) {
-  CRkSampleQueue queue;
-  ASSERT_TRUE(queue.Create(2));
-  const auto a = MakeVideo(1);
-  const auto b = MakeVideo(2);
-  const auto c = MakeVideo(3);
-  CRkRef<IRkUnknown> dropped;
-  EXPECT_FALSE(queue.Push(nullptr, dropped.Out()));
-  queue.Push(a.Get(), dropped.Out());
-  queue.Push(b.Get(), dropped.Out());
-  EXPECT_FALSE(dropped);
-  queue.Push(c.Get(), dropped.Out());
-  EXPECT_EQ(dropped.Get(), static_cast<IRkUnknown*>(a.Get()));
-  EXPECT_EQ(queue.Count(), 2);
-  CRkRef<IRkUnknown> taken = CRkRef<IRkUnknown>::Adopt(queue.Pop(0));
-  EXPECT_EQ(taken.Get(), static_cast<IRkUnknown*>(b.Get()));
-  queue.Flush();
-  EXPECT_EQ(queue.Pop(0), nullptr);
-}
-
 }  // namespace

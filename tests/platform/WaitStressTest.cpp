@@ -1,4 +1,3 @@
-#include <array>
 #include <atomic>
 #include <thread>
 #include <vector>
@@ -37,56 +36,6 @@ TEST(WaitStress, an_object_may_be_closed_as_soon_as_the_wait_has_returned) {
     RkWait(done, INFINITE);
   }
   setter.join();
-}
-
-TEST(WaitStress, what_was_signalled_first_and_has_the_lower_index_comes_first) {
-  constexpr int kRounds = 20000;
-  CRkHandle low = CRkHandle::AutoResetEvent();
-  CRkHandle high = CRkHandle::Semaphore(0, 1);
-  CRkHandle next = CRkHandle::AutoResetEvent();
-  std::thread setter([&] {
-    for (int i = 0; i < kRounds; ++i) {
-      SetEvent(low);
-      ReleaseSemaphore(high, 1, nullptr);
-      RkWait(next, INFINITE);
-    }
-  });
-  const HANDLE pair[] = {low, high};
-  int wrong = 0;
-  for (int i = 0; i < kRounds; ++i) {
-    // Tests again and again, for the wait that looks while the two are set.
-    DWORD first = WAIT_TIMEOUT;
-    while (first == WAIT_TIMEOUT) first = WaitForMultipleObjects(2, pair, FALSE, i % 2);
-    wrong += first == WAIT_OBJECT_0 ? 0 : 1;
-    WaitForMultipleObjects(2, pair, FALSE, INFINITE);
-    SetEvent(next);
-  }
-  setter.join();
-  EXPECT_EQ(wrong, 0);
-}
-
-TEST(WaitStress, waits_for_all_that_share_objects_never_hold_a_part) {
-  CRkHandle fork[3] = {CRkHandle::Semaphore(1, 1), CRkHandle::Semaphore(1, 1), CRkHandle::Semaphore(1, 1)};
-  std::array<std::atomic<int>, 3> users{};
-  std::atomic<int> clashes{0};
-  std::thread threads[3];
-  for (int seat = 0; seat < 3; ++seat) {
-    threads[seat] = std::thread([&, seat] {
-      const int right = (seat + 1) % 3;
-      const HANDLE both[] = {fork[seat], fork[right]};
-      for (int i = 0; i < 20000; ++i) {
-        // Asleep in turn with at every moment, so that several are at the locks together.
-        while (WaitForMultipleObjects(2, both, TRUE, i % 4 == 0 ? INFINITE : 0) != WAIT_OBJECT_0) continue;
-        clashes += users[seat]++ + users[right]++;
-        --users[seat];
-        --users[right];
-        ReleaseSemaphore(both[1], 1, nullptr);
-        ReleaseSemaphore(both[0], 1, nullptr);
-      }
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(clashes, 0);
 }
 
 // Units go round over four semaphores, moved by threads whose waits overlap.

@@ -5,12 +5,6 @@
 #include "tests/support/RkAsleep.h"
 #include "tests/support/RkFakes.h"
 
-// What a counted object's references are just now.
-inline UINT References(IRkUnknown& object) {
-  object.AddRef();
-  return object.Release();
-}
-
 // A call on a thread of its own that is expected to block. The constructor returns when it does, so that
 // the test goes on to what ends the wait; the destructor waits for its end.
 class CBlockedCall {

@@ -57,15 +57,6 @@ TEST_F(PlayStopTest, a_consumer_across_stop_and_play_gets_the_new_run_from_its_s
   }
 }
 
-TEST_F(PlayStopTest, play_on_a_playing_channel_restarts_exactly) {
-  Build({100, 100}, 3);
-  for (UINT start = 0; start < 150; start += 10) {
-    ASSERT_TRUE(channel->Play(start, 1));
-    EXPECT_EQ(Status(), RkSourceChannel_Playing);
-    ExpectFrames(start, start + 1 + start % 3);
-  }
-}
-
 TEST_F(PlayStopTest, pause_move_and_stop_return_while_no_element_can_be_opened) {
   Build({3, 4});
   for (const auto& element : elements) element->canOpen = false;

@@ -54,15 +54,6 @@ TEST_F(SampleCacheTest, works_only_with_a_capacity_that_semaphores_can_count) {
   EXPECT_FALSE(MakeCache(0xFFFFFFFFu)->IsValid());
 }
 
-TEST_F(SampleCacheTest, gives_samples_back_in_order_with_their_tags_over_many_rounds) {
-  UINT put = 0, taken = 0;
-  for (int round = 0; round < 20; ++round) {
-    for (int i = 0; i < 1 + round % 3; ++i, ++put) EXPECT_TRUE(TryPut(put, -static_cast<LONG>(put)));
-    for (; taken < put; ++taken) EXPECT_EQ(TryTake(), Taken(taken, -static_cast<LONG>(taken)));
-  }
-  EXPECT_EQ(TryTake(), kNone);
-}
-
 TEST_F(SampleCacheTest, holds_one_reference_to_a_queued_sample_and_none_to_another) {
   const auto sample = MakeSample();
   for (int i = 0; i < 3; ++i) cache->PutSample(sample.Get(), i, nullptr);

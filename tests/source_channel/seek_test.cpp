@@ -96,30 +96,6 @@ TEST_F(SeekTest, a_frame_that_was_read_longer_than_a_pause_waits_does_not_come_o
   ExpectSeek(200);
 }
 
-TEST_F(SeekTest, quick_repeated_seeks_end_on_the_last) {
-  BuildPaused({50, 50}, kRoomy);
-  for (UINT i = 0; i < 100; ++i) ASSERT_TRUE(channel->Seek((i * 37) % 100, 0));
-  ASSERT_TRUE(channel->Seek(42, kTestDeadlineMs));
-  UINT last = kNothing;
-  for (UINT taken = Take(0); taken != kNothing; taken = Take(0)) last = taken;
-  EXPECT_EQ(last, 42u);
-  channel->EndSeek();
-  EXPECT_EQ(Take(), 43u);
-}
-
-TEST_F(SeekTest, a_new_pause_discards_a_seek_that_waits) {
-  BuildPaused({100});
-  elements[0]->readGate.Shut();
-  channel->Seek(20, 0);
-  HoldRead(*elements[0]);
-  channel->Seek(30, 0);
-  {
-    CBlockedCall again([&] { channel->BeginSeek(0); });
-    elements[0]->readGate.Open();
-  }
-  ExpectSeek(40);
-}
-
 TEST_F(SeekTest, an_asked_element_that_cannot_be_opened_leaves_the_worker_answering) {
   BuildPaused({10, 10, 10});
   elements[1]->canOpen = false;

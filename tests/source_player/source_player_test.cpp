@@ -161,16 +161,6 @@ TEST_F(source_player, loops_from_the_first_presented_frame_until_stopped) {
   }
 }
 
-TEST_F(source_player, does_nothing_without_a_clip) {
-  OpenPattern(5);
-  m_player->Close();
-  EXPECT_FALSE(m_player->Play(0, FALSE));
-  EXPECT_FALSE(m_player->PlayTrimmed(0, FALSE));
-  EXPECT_FALSE(m_player->Seek(0));
-  EXPECT_FALSE(m_player->SetTrimInfo(MakeTrim({}).Get()));
-  EXPECT_FALSE(m_player->Open(nullptr));
-}
-
 TEST_F(source_player, takes_the_clips_own_ranges_over_and_lends_them_back_only_for_a_run) {
   auto clip = MakeFake<CTrimmedElement>(10);
   clip->own = MakeTrim({{2, 4}});

@@ -35,6 +35,12 @@ CRkRef<Object> MakeFake(Arguments&&... arguments) {
   return CRkRef<Object>::Adopt(new Object(std::forward<Arguments>(arguments)...));
 }
 
+// What a counted object's references are just now.
+inline UINT References(IRkUnknown& object) {
+  object.AddRef();
+  return object.Release();
+}
+
 // Polls a condition that other threads bring about.
 inline bool WaitUntil(const std::function<bool()>& condition) {
   const ULONGLONG end = GetTickCount64() + kTestDeadlineMs;

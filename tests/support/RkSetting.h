@@ -1,0 +1,9 @@
+#pragma once
+
+#include <cstdlib>
+
+// A number that the environment may set, for longer runs and for the seeds of failed ones.
+inline unsigned Setting(const char* name, unsigned otherwise) {
+  const char* const value = std::getenv(name);
+  return value != nullptr ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
+}
