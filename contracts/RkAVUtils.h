@@ -29,7 +29,7 @@ RK_AV_UTILS_API int CopyAudioChannelSamples(const SRkWaveFormatInfo& sourceForma
                                             DWORD sampleCount);
 
 // Mixes the source's channels into 16-bit stereo with their gains, saturating; as many samples as both
-// have. The rates are not converted. 0 for a format it cannot mix.
+// have. The rates are not converted. 0 for a format it cannot mix, which is also one of over 255 channels.
 RK_AV_UTILS_API int MixAudioSampleTo16bitStereo(SRkWaveFormatInfo& sourceFormat, SRkLockAudioSample& source,
                                                 SRkWaveFormatInfo& targetFormat, SRkLockAudioSample& target,
                                                 SRkAudioMixParam* gains, int channelCount);

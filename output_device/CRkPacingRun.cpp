@@ -15,8 +15,8 @@ void CRkPacingRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE videoDoneEvent
 
   if (m_feed != nullptr) m_feed->Drain(exitEvent);
   m_shownFrame.AdvanceToLast();
-  const HANDLE awaited[] = {videoDoneEvent, exitEvent};
-  WaitForMultipleObjects(2, awaited, FALSE, kVideoDoneTimeoutMs);
+  // Without a stop the video thread is not done before it is told to exit, and then tells nobody.
+  if (RkWait(stopEvent, 0)) RkWait(videoDoneEvent, kVideoDoneTimeoutMs);
   SetEvent(audioDoneEvent);
 }
 

@@ -13,8 +13,8 @@ class CRkPacingRun {
   CRkPacingRun(CRkShownFrame& shownFrame, CRkAudioFeed* feed, IRkSoftRefClock* clock)
       : m_shownFrame(shownFrame), m_feed(feed), m_clock(clock) {}
 
-  // Until exitEvent or stopEvent. Then plays out the audio, makes the last submitted frame due, waits
-  // until the video thread is done with it (not once it is told to exit), and sets audioDoneEvent.
+  // Until exitEvent or stopEvent. Then plays out the audio, makes the last submitted frame due, after a
+  // stop waits until the video thread is done with it, at most 1000 ms, and sets audioDoneEvent.
   void Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE videoDoneEvent, HANDLE audioDoneEvent);
 
  private:

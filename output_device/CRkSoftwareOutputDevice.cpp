@@ -128,9 +128,10 @@ BOOL CRkSoftwareOutputDevice::Stop(BOOL clearVideo) {
   m_shownFrame.ClearSubmitted();
   m_shownFrame.Reset();
   m_playing = FALSE;
-  const auto callback = m_callback.Get();
-  if (clearVideo && callback) callback->OnVideoSample(nullptr);
-  if (callback) callback->OnStop();
+  if (clearVideo) {
+    if (const auto callback = m_callback.Get()) callback->OnVideoSample(nullptr);
+  }
+  if (const auto callback = m_callback.Get()) callback->OnStop();
   if (m_audioRenderer) m_audioRenderer->Stop();
   m_audioQueue.Flush();
   m_videoQueue.Flush();
