@@ -45,7 +45,7 @@ class IRkWorkerThread : public IRkUnknown {
   virtual void Create() = 0;
   virtual void Operation11() {}
   // Given once before Create. TRUE: the thread keeps time for others and may have the real-time class
-  // that its priority asks for. FALSE: it does bulk work, which is only preferred within the normal class.
+  // that its priority asks for. FALSE: it does bulk work and is never raised above the normal one.
   virtual void SetOption(BOOL keepsTime) = 0;
 };
 

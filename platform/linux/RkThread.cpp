@@ -59,6 +59,11 @@ void AppendUtf8(std::string& text, std::uint32_t character) {
   }
 }
 
+// What was lowered for the whole process stays so.
+bool GiveShareBack() {
+  return getpriority(PRIO_PROCESS, GetCurrentThreadId()) >= 0 || SetNice(0);
+}
+
 HRESULT FailedResult(DWORD code) {
   SetLastError(code);
   return static_cast<HRESULT>(0x80070000U | code);
@@ -89,7 +94,7 @@ BOOL SetThreadPriority(HANDLE thread, int priority) {
       done = SetClass(SCHED_OTHER, 0) && RaiseShare(kHighNice);
       break;
     case THREAD_PRIORITY_NORMAL:
-      done = SetClass(SCHED_OTHER, 0) && SetNice(0);
+      done = SetClass(SCHED_OTHER, 0) && GiveShareBack();
       break;
     default:
       return Fail(ERROR_INVALID_PARAMETER);

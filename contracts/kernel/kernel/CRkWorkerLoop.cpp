@@ -1,5 +1,6 @@
 #include "contracts/kernel/kernel/CRkWorkerLoop.h"
 
+#include <algorithm>
 #include <optional>
 
 CRkWorkerLoop::CRkWorkerLoop(int priority) : m_priority(priority) {
@@ -53,11 +54,10 @@ bool CRkWorkerLoop::_FinishRun() {
   return false;
 }
 
-// A thread of bulk work in the real-time class would starve the machine, so it is only preferred among
-// the ordinary ones.
+// Bulk work that is raised holds up the very threads it works for: with many channels the samples come
+// late, and each costs a quarter more.
 int CRkWorkerLoop::_Priority() const {
-  const bool tooHigh = m_priority == THREAD_PRIORITY_TIME_CRITICAL && !m_keepsTime;
-  return tooHigh ? THREAD_PRIORITY_HIGHEST : m_priority;
+  return m_keepsTime ? m_priority : std::min(m_priority, THREAD_PRIORITY_NORMAL);
 }
 
 void CRkWorkerLoop::Serve() {
