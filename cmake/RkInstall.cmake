@@ -23,6 +23,7 @@ endif()
 
 # The headers keep their folders: a host includes "module/RkClipPlay.h" here and there.
 set(public_headers
+  contracts/CRkAudioLock.h
   contracts/CRkRef.h
   contracts/CRkUnknown.h
   contracts/IRkUnknown.h

@@ -4,28 +4,13 @@
 #include <array>
 #include <limits>
 
+#include "contracts/CRkAudioLock.h"
 #include "contracts/RkAVUtils.h"
 
 namespace rkplay {
 namespace {
 
 constexpr DWORD kHeaderBytes = 44;
-
-// Sound access for one scope.
-class LockedAudio {
- public:
-  explicit LockedAudio(IRkAudioSample& audio) : m_audio(audio) { m_audio.Lock(&m_lock); }
-  ~LockedAudio() { m_audio.Unlock(); }
-  LockedAudio(const LockedAudio&) = delete;
-  LockedAudio& operator=(const LockedAudio&) = delete;
-
-  BYTE* Data() const { return m_lock.data; }
-  DWORD SampleCount() const { return m_lock.sampleCount; }
-
- private:
-  IRkAudioSample& m_audio;
-  SRkLockAudioSample m_lock{};
-};
 
 // Little-endian, as the records are laid out on the machines this runs on and in the file.
 class HeaderBytes {
@@ -85,20 +70,20 @@ bool WavWriter::Write(IRkAVPlaySample& sample) {
   if (info.format.channels != m_format.channels || info.format.bitsPerSample != m_format.bitsPerSample) {
     return m_file.Fail("a frame came with sound of another format");
   }
-  const LockedAudio audio(*blocks.front().Get());
+  const CRkAudioLock audio(*blocks.front());
   return Append(audio.Data(), audio.SampleCount());
 }
 
 // Puts the channels of all blocks side by side.
 bool WavWriter::_Interleave(const Blocks& blocks) {
   if (blocks.empty()) return m_file.Fail("a frame came without sound");
-  const DWORD sampleCount = LockedAudio(*blocks.front().Get()).SampleCount();
+  const DWORD sampleCount = CRkAudioLock(*blocks.front()).SampleCount();
   m_interleaved.resize(static_cast<size_t>(sampleCount) * m_format.blockAlign);
   size_t offset = 0;  // of the block's first channel, in bytes
   for (const auto& block : blocks) {
     SRkAudioSampleInfo info{};
     block->GetInfo(&info);
-    const LockedAudio audio(*block.Get());
+    const CRkAudioLock audio(*block);
     const bool fits = offset + info.format.blockAlign <= m_format.blockAlign;
     if (!fits || audio.SampleCount() != sampleCount ||
         !RkAudioUtils::CopyAudioChannelSamples(info.format, audio.Data(), m_format,

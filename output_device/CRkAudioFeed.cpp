@@ -80,9 +80,9 @@ void CRkAudioFeed::_PlayOut(HANDLE exitEvent) {
 }
 
 bool CRkAudioFeed::_WriteQueued(DWORD timeoutMs) {
-  const auto sample = CRkRef<IRkAVPlaySample>::Adopt(static_cast<IRkAVPlaySample*>(m_queue.Pop(timeoutMs)));
-  if (!sample) return false;
-  _WriteFrame(sample.Get());
+  const CRkRef<IRkUnknown> item = m_queue.Pop(timeoutMs);
+  if (!item) return false;
+  _WriteFrame(static_cast<IRkAVPlaySample*>(item.Get()));
   return true;
 }
 

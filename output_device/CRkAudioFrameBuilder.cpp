@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+#include "contracts/CRkAudioLock.h"
+
 namespace {
 
 constexpr int kFullLevel = 1000;
@@ -80,10 +82,8 @@ BOOL CRkAudioFrameBuilder::_GetSilence(DWORD sampleCount, IRkAudioSample** audio
     if (!RkCreateUserAudioSample(m_output, nullptr, capacity, m_outputSample.Out())) return FALSE;
   }
   m_outputSample->SetSampleCount(sampleCount);
-  SRkLockAudioSample lock = {};
-  m_outputSample->Lock(&lock);
-  RkAudioUtils::SilientAudioBuffer(m_output, lock.data, lock.sampleCount);
-  m_outputSample->Unlock();
+  const CRkAudioLock output(*m_outputSample);
+  RkAudioUtils::SilientAudioBuffer(m_output, output.Data(), output.SampleCount());
   m_outputSample.CopyTo(audio);
   return TRUE;
 }
@@ -96,42 +96,34 @@ DWORD CRkAudioFrameBuilder::_WorkCapacity(DWORD samplesPerSecond) const {
 // Makes the mix sample ready for blocks like the first one: silent, as long as that block. False for an
 // empty block, whose frame is better silent than missing.
 bool CRkAudioFrameBuilder::_StartMix(IRkAudioSample& first, const SRkWaveFormatInfo& firstFormat) {
-  SRkLockAudioSample block = {};
-  first.Lock(&block);
-  first.Unlock();
+  const DWORD sampleCount = CRkAudioLock(first).SampleCount();
   const SRkWaveFormatInfo format =
       RkMakeWaveFormat(m_sourceChannels, firstFormat.samplesPerSecond, firstFormat.bitsPerSample);
-  if (block.sampleCount == 0) return false;
+  if (sampleCount == 0) return false;
   if (!m_mixSample || !SameFormat(format, m_mixFormat)) {
     const DWORD capacity = _WorkCapacity(format.samplesPerSecond);
     if (!RkCreateUserAudioSample(format, nullptr, capacity, m_mixSample.Out())) return false;
     m_mixFormat = format;
   }
-  m_mixSample->SetSampleCount(block.sampleCount);
-  SRkLockAudioSample lock = {};
-  m_mixSample->Lock(&lock);
-  RkAudioUtils::SilientAudioBuffer(m_mixFormat, lock.data, lock.sampleCount);
-  m_mixSample->Unlock();
+  m_mixSample->SetSampleCount(sampleCount);
+  const CRkAudioLock mix(*m_mixSample);
+  RkAudioUtils::SilientAudioBuffer(m_mixFormat, mix.Data(), mix.SampleCount());
   return true;
 }
 
 // Puts a block at its channel position; what does not fit, to the side or at the end, is cut.
 void CRkAudioFrameBuilder::_Gather(IRkAudioSample& block, const SRkWaveFormatInfo& format, int channel) {
   if (format.bitsPerSample != m_mixFormat.bitsPerSample) return;
-  SRkLockAudioSample source = {};
-  SRkLockAudioSample mix = {};
-  block.Lock(&source);
-  m_mixSample->Lock(&mix);
-  BYTE* const target = mix.data + static_cast<size_t>(channel) * (m_mixFormat.bitsPerSample / 8);
-  const DWORD count = std::min(source.sampleCount, mix.sampleCount);
+  const CRkAudioLock source(block);
+  const CRkAudioLock mix(*m_mixSample);
+  BYTE* const target = mix.Data() + static_cast<size_t>(channel) * (m_mixFormat.bitsPerSample / 8);
+  const DWORD count = std::min(source.SampleCount(), mix.SampleCount());
   const int room = m_sourceChannels - channel;
   if (format.channels <= room) {
-    RkAudioUtils::CopyAudioChannelSamples(format, source.data, m_mixFormat, target, count);
+    RkAudioUtils::CopyAudioChannelSamples(format, source.Data(), m_mixFormat, target, count);
   } else {
-    CopyFirstChannels(format, source.data, room, m_mixFormat, target, count);
+    CopyFirstChannels(format, source.Data(), room, m_mixFormat, target, count);
   }
-  m_mixSample->Unlock();
-  block.Unlock();
 }
 
 BOOL CRkAudioFrameBuilder::_MixDown(IRkAudioSample** audio) {
@@ -139,18 +131,12 @@ BOOL CRkAudioFrameBuilder::_MixDown(IRkAudioSample** audio) {
     m_mixSample.CopyTo(audio);
     return TRUE;
   }
-  SRkLockAudioSample mix = {};
-  m_mixSample->Lock(&mix);
+  CRkAudioLock mix(*m_mixSample);
   CRkRef<IRkAudioSample> mixed;
-  const BOOL made = _GetSilence(mix.sampleCount, mixed.Out());
-  if (made) {
-    SRkLockAudioSample output = {};
-    mixed->Lock(&output);
-    RkAudioUtils::MixAudioSampleTo16bitStereo(m_mixFormat, mix, m_output, output, m_weights.get(),
-                                              m_sourceChannels);
-    mixed->Unlock();
-    *audio = mixed.Detach();
-  }
-  m_mixSample->Unlock();
-  return made;
+  if (!_GetSilence(mix.SampleCount(), mixed.Out())) return FALSE;
+  CRkAudioLock output(*mixed);
+  RkAudioUtils::MixAudioSampleTo16bitStereo(m_mixFormat, mix.Record(), m_output, output.Record(),
+                                            m_weights.get(), m_sourceChannels);
+  mixed.CopyTo(audio);
+  return TRUE;
 }

@@ -18,32 +18,32 @@ BOOL CRkSampleQueue::Push(IRkUnknown* item, IRkUnknown** dropped) {
   if (item == nullptr) return FALSE;
   CRkScopedLock lock(m_lock);
   const bool isFull = m_count == m_capacity;
-  if (isFull) *dropped = _TakeOldest();
-  m_ring[(m_oldest + m_count) % m_capacity] = item;
+  if (isFull) *dropped = _TakeOldest().Detach();
+  m_ring[(m_oldest + m_count) % m_capacity] = CRkRef<IRkUnknown>::Retain(item).Detach();
   ++m_count;
-  item->AddRef();
   if (!isFull) ReleaseSemaphore(m_items, 1, nullptr);
   return TRUE;
 }
 
-IRkUnknown* CRkSampleQueue::_TakeOldest() {
-  IRkUnknown* const oldest = m_ring[m_oldest];
+CRkRef<IRkUnknown> CRkSampleQueue::_TakeOldest() {
+  auto oldest = CRkRef<IRkUnknown>::Adopt(m_ring[m_oldest]);
   m_oldest = (m_oldest + 1) % m_capacity;
   --m_count;
   return oldest;
 }
 
-IRkUnknown* CRkSampleQueue::Pop(DWORD timeoutMs) {
-  if (!RkWait(m_items, timeoutMs)) return nullptr;
+CRkRef<IRkUnknown> CRkSampleQueue::Pop(DWORD timeoutMs) {
+  if (!RkWait(m_items, timeoutMs)) return {};
   CRkScopedLock lock(m_lock);
-  return m_count > 0 ? _TakeOldest() : nullptr;  // none when flushed since the wait
+  if (m_count == 0) return {};  // flushed since the wait
+  return _TakeOldest();
 }
 
 void CRkSampleQueue::Flush() {
   CRkScopedLock lock(m_lock);
   while (m_count > 0) {
     RkWait(m_items, 0);
-    _TakeOldest()->Release();
+    _TakeOldest();
   }
 }
 

@@ -24,18 +24,18 @@ class CRkSampleQueue {
 
   // FALSE for null. `dropped` receives the item that had to go, if any, with the queue's reference.
   BOOL Push(IRkUnknown* item, IRkUnknown** dropped);
-  // The oldest item, its reference for the caller; null when none came within the time.
-  IRkUnknown* Pop(DWORD timeoutMs);
+  // The oldest item; null when none came within the time.
+  CRkRef<IRkUnknown> Pop(DWORD timeoutMs);
   void Flush();
   int Count();
 
  private:
-  IRkUnknown* _TakeOldest() RK_REQUIRES(m_lock);
+  CRkRef<IRkUnknown> _TakeOldest() RK_REQUIRES(m_lock);
 
   size_t m_capacity = 0;
   CRkHandle m_items;
   CRkCriticalSection m_lock;
-  // A ring, so that nothing is allocated per item.
+  // A ring, so that nothing is allocated per item; each item in it has the queue's reference.
   std::unique_ptr<IRkUnknown*[]> m_ring RK_GUARDED_BY(m_lock);
   size_t m_oldest RK_GUARDED_BY(m_lock) = 0;
   size_t m_count RK_GUARDED_BY(m_lock) = 0;

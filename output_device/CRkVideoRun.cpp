@@ -39,13 +39,12 @@ void CRkVideoRun::FramePass() {
 // held.
 bool CRkVideoRun::_TakeFrames(UINT due) {
   CRkRef<IRkVideoSample> passedOver;
-  while (IRkUnknown* const item = m_queue.Pop(kTakeTimeoutMs)) {
-    if (item == m_noPicture) {
+  while (auto item = m_queue.Pop(kTakeTimeoutMs)) {
+    if (item.Get() == m_noPicture) {
       _Show(nullptr);
-      item->Release();
       return false;
     }
-    auto frame = CRkRef<IRkVideoSample>::Adopt(static_cast<IRkVideoSample*>(item));
+    auto frame = CRkRef<IRkVideoSample>::Adopt(static_cast<IRkVideoSample*>(item.Detach()));
     if (frame->GetFrameIndex() >= due) {
       m_current = std::move(frame);
       return true;

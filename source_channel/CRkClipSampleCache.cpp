@@ -1,6 +1,7 @@
 #include "source_channel/CRkClipSampleCache.h"
 
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -33,9 +34,9 @@ BOOL CRkClipSampleCache::PutSample(IRkAVPlaySample* sample, LONG tag, HANDLE abo
   const DWORD count = abortEvent != nullptr ? 2 : 1;
   if (WaitForMultipleObjects(count, awaited, FALSE, INFINITE) != WAIT_OBJECT_0) return FALSE;
 
-  sample->AddRef();
+  auto reference = CRkRef<IRkAVPlaySample>::Retain(sample);
   CRkScopedLock queue(m_queueLock);
-  _Append({sample, tag});
+  _Append(std::move(reference), tag);
   ReleaseSemaphore(m_queuedSamples, 1, nullptr);
   CRkScopedLock threshold(m_thresholdLock);
   if (m_threshold >= 0 && m_count >= static_cast<UINT>(m_threshold)) SetEvent(m_thresholdEvent);
@@ -49,9 +50,7 @@ BOOL CRkClipSampleCache::GetSample(UINT timeoutMs, IRkAVPlaySample** sample, LON
 
   CRkScopedLock queue(m_queueLock);
   if (m_count == 0) return FALSE;  // flushed since the wait
-  const SEntry entry = _RemoveOldest();
-  *sample = entry.sample;
-  *tag = entry.tag;
+  *sample = _RemoveOldest(tag).Detach();
   ReleaseSemaphore(m_freeSpace, 1, nullptr);
   return TRUE;
 }
@@ -76,19 +75,21 @@ BOOL CRkClipSampleCache::WaitForCount(UINT timeoutMs, LONG count) {
   return reached ? TRUE : FALSE;
 }
 
-void CRkClipSampleCache::_Append(SEntry entry) {
-  m_entries[(m_oldest + m_count++) % m_capacity] = entry;
+void CRkClipSampleCache::_Append(CRkRef<IRkAVPlaySample> sample, LONG tag) {
+  m_entries[(m_oldest + m_count++) % m_capacity] = {sample.Detach(), tag};
 }
 
-CRkClipSampleCache::SEntry CRkClipSampleCache::_RemoveOldest() {
+CRkRef<IRkAVPlaySample> CRkClipSampleCache::_RemoveOldest(LONG* tag) {
   const SEntry entry = m_entries[m_oldest];
   m_oldest = (m_oldest + 1) % m_capacity;
   --m_count;
-  return entry;
+  *tag = entry.tag;
+  return CRkRef<IRkAVPlaySample>::Adopt(entry.sample);
 }
 
 void CRkClipSampleCache::_ReleaseQueue() {
-  while (m_count > 0) _RemoveOldest().sample->Release();
+  LONG tag = 0;
+  while (m_count > 0) _RemoveOldest(&tag);
 }
 
 void CRkClipSampleCache::_SetThreshold(LONG count) {

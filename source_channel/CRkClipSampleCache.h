@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "contracts/CRkRef.h"
 #include "contracts/CRkUnknown.h"
 #include "contracts/RkKernel.h"
 #include "platform/CRkCriticalSection.h"
@@ -35,15 +36,15 @@ class CRkClipSampleCache : public CRkUnknown<IRkUnknown> {
 
  private:
   struct SEntry {
-    IRkAVPlaySample* sample;
+    IRkAVPlaySample* sample;  // with the cache's reference
     LONG tag;
   };
   static constexpr LONG kNoThreshold = -1;
 
   ~CRkClipSampleCache() override;
 
-  void _Append(SEntry entry) RK_REQUIRES(m_queueLock);
-  SEntry _RemoveOldest() RK_REQUIRES(m_queueLock);
+  void _Append(CRkRef<IRkAVPlaySample> sample, LONG tag) RK_REQUIRES(m_queueLock);
+  CRkRef<IRkAVPlaySample> _RemoveOldest(LONG* tag) RK_REQUIRES(m_queueLock);
   void _ReleaseQueue() RK_REQUIRES(m_queueLock);
   void _SetThreshold(LONG count) RK_EXCLUDES(m_thresholdLock);
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <new>
 
+#include "contracts/CRkRef.h"
 #include "contracts/CRkUnknown.h"
 #include "contracts/RkHost.h"
 
@@ -39,13 +40,11 @@ class CRkHeapPlayBuffer final : public CRkUnknown<IRkPlayBuffer> {
 // Memory for `bytes` from the pool, or from the heap when the pool is null, has none, or gives too little.
 // FALSE, and no change, when there is no memory at all.
 inline BOOL RkTakePlayBuffer(IRkPlayBufferPool* pool, UINT bytes, IRkPlayBuffer** buffer) {
-  IRkPlayBuffer* pooled = nullptr;
-  if (pool != nullptr && pool->GetBuffer(bytes, &pooled) && pooled != nullptr) {
-    if (pooled->GetData() != nullptr && pooled->GetCapacity() >= bytes) {
-      *buffer = pooled;
-      return TRUE;
-    }
-    pooled->Release();
+  CRkRef<IRkPlayBuffer> pooled;
+  if (pool != nullptr && pool->GetBuffer(bytes, pooled.Out()) && pooled && pooled->GetData() != nullptr &&
+      pooled->GetCapacity() >= bytes) {
+    *buffer = pooled.Detach();
+    return TRUE;
   }
   return CRkHeapPlayBuffer::Create(bytes, buffer);
 }

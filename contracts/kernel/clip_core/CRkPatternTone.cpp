@@ -5,9 +5,9 @@
 #include <cstring>
 #include <numbers>
 
+#include "contracts/CRkAudioLock.h"
 #include "contracts/CRkRef.h"
 #include "contracts/RkAVUtils.h"
-#include "contracts/RkKernel.h"
 #include "contracts/RkWithinMemory.h"
 
 namespace {
@@ -60,16 +60,15 @@ bool CRkPatternTone::Play(UINT position, IRkAudioSample** block) const {
   if (!RkCreateUserAudioSample(m_format, nullptr, count, created.Out())) return false;
   created->SetSampleCount(count);
 
-  SRkLockAudioSample lock = {};
-  created->Lock(&lock);
+  const CRkAudioLock lock(*created);
+  BYTE* next = lock.Data();
   size_t from = first * m_format.blockAlign % m_period.size();
   for (size_t rest = static_cast<size_t>(count) * m_format.blockAlign; rest > 0; from = 0) {
     const size_t bytes = std::min(rest, m_period.size() - from);
-    std::memcpy(lock.data, m_period.data() + from, bytes);
-    lock.data += bytes;
+    std::memcpy(next, m_period.data() + from, bytes);
+    next += bytes;
     rest -= bytes;
   }
-  created->Unlock();
-  *block = created.Detach();
+  created.CopyTo(block);
   return true;
 }

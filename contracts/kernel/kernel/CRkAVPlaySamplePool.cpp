@@ -1,7 +1,8 @@
 #include "contracts/kernel/kernel/CRkAVPlaySamplePool.h"
 
 #include <new>
-#include <stdexcept>
+
+#include "contracts/RkWithinMemory.h"
 
 CRkSamplePoolCore::CRkSamplePoolCore(UINT count) : m_count(count) {}
 
@@ -13,17 +14,11 @@ CRkSamplePoolCore::~CRkSamplePoolCore() {
 bool CRkSamplePoolCore::Create() {
   const LONG units = static_cast<LONG>(m_count);
   m_free = CRkHandle::Semaphore(units, units);
-  if (!m_free) return false;
-  try {
-    // A sample that comes back always finds its place.
-    m_idleVideo.reserve(m_count);
-    m_idlePlaySamples.reserve(m_count);
-  } catch (const std::bad_alloc&) {
-    return false;
-  } catch (const std::length_error&) {
-    return false;
-  }
-  return true;
+  // A sample that comes back always finds its place.
+  return m_free && RkWithinMemory([this] {
+           m_idleVideo.reserve(m_count);
+           m_idlePlaySamples.reserve(m_count);
+         });
 }
 
 template <class Sample>

@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "contracts/CRkAudioLock.h"
 #include "contracts/RkLogLine.h"
 #include "contracts/kernel/kernel/CRkUserAudioSample.h"
 #include "contracts/kernel/kernel/RkMonotonicTime.h"
@@ -204,13 +205,9 @@ void CRkAudioDirectSound::WriteSample(IRkAudioSample* audio, ULONGLONG writePosi
   audio->GetInfo(&info);
   if (!_CanHold(info.format)) return;
   _Follow();
-  SRkLockAudioSample data = {};
-  audio->Lock(&data);
-  {
-    CRkScopedLock lock(m_lock);
-    m_ring.Write(data.data, info.dataLength, writePosition);
-  }
-  audio->Unlock();
+  const CRkAudioLock sound(*audio);
+  CRkScopedLock lock(m_lock);
+  m_ring.Write(sound.Data(), info.dataLength, writePosition);
 }
 
 void CRkAudioDirectSound::SetNotifyInterval(double milliseconds) {

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "contracts/CRkAudioLock.h"
 #include "contracts/RkAVUtils.h"
-#include "contracts/RkKernel.h"
 #include "contracts/RkWithinMemory.h"
 
 namespace {
@@ -127,15 +127,13 @@ CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(UINT sourceFrame, UINT po
   const ULONGLONG first = _SamplesBefore(rangeStart) + begin - _SamplesBefore(rangePosition);
   CRkRef<IRkAudioSample> audio;
   if (!RkCreateUserAudioSample(m_format.audio, nullptr, count, audio.Out())) return {};
-  SRkLockAudioSample lock{};
-  audio->Lock(&lock);
-  if (m_sound) {
-    m_sound->Read(static_cast<int64_t>(first), count, lock.data);
-  } else {
-    RkAudioUtils::SilientAudioBuffer(m_format.audio, lock.data, count);
-  }
-  audio->Unlock();
   audio->SetSampleCount(count);
+  const CRkAudioLock lock(*audio);
+  if (m_sound) {
+    m_sound->Read(static_cast<int64_t>(first), count, lock.Data());
+  } else {
+    RkAudioUtils::SilientAudioBuffer(m_format.audio, lock.Data(), count);
+  }
   return audio;
 }
 
