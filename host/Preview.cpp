@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 #include "contracts/CRkUnknown.h"
 #include "host/FrameRate.h"
@@ -32,7 +33,11 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
     for (const FrameRange& range : ranges) m_ranges.push_back({range, 0});
   }
 
-  void BeginRun() { m_state = State::Plays; }
+  void BeginRun() {
+    m_state = State::Plays;
+    CRkScopedLock lock(m_lock);
+    m_reports = _Reports();
+  }
   void EndRun() { m_state = State::Stands; }
   bool RunEnded() const { return m_state == State::Ended; }
   bool Failed() const { return m_failed; }
@@ -46,7 +51,8 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
     for (auto& [range, delivered] : m_ranges) {
       if (position >= range.in && position < range.out) ++delivered;
     }
-    for (const auto& file : m_clip.files) m_unread += file.errors->Has(position) ? 1 : 0;
+    // The player reads each frame just before it hands it over, in the ranges' own count.
+    if (std::exchange(m_reports, _Reports()) != m_reports) ++m_unread;
   }
   void OnPlayEnd() override {
     State playing = State::Plays;
@@ -65,6 +71,11 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
  private:
   enum class State { Stands, Plays, Ended };
 
+  ULONGLONG _Reports() const {
+    ULONGLONG reports = 0;
+    for (const auto& file : m_clip.files) reports += file.errors->Reports();
+    return reports;
+  }
   std::string _Caption(UINT position, const char* state) const {
     return m_clip.title + "  " + Timecode(m_frameRate, position) + "  " + state;
   }
@@ -76,6 +87,7 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
   std::atomic<bool> m_failed = false;
   mutable CRkCriticalSection m_lock;
   std::vector<PreviewResult::RangeResult> m_ranges RK_GUARDED_BY(m_lock);
+  ULONGLONG m_reports RK_GUARDED_BY(m_lock) = 0;  // before the frame that comes next
   ULONGLONG m_unread RK_GUARDED_BY(m_lock) = 0;
 };
 

@@ -18,12 +18,18 @@ class ReadErrors final : public CRkUnknown<IRkMediaReadSink> {
   void OnFrameSubstituted(UINT offset, const char* reason) override {
     CRkScopedLock lock(m_lock);
     m_offsets.insert(offset);
+    ++m_reports;
     if (m_firstReason.empty()) m_firstReason = reason;
   }
 
   bool Has(UINT offset) const {
     CRkScopedLock lock(m_lock);
     return m_offsets.count(offset) != 0;
+  }
+  // How often a read has put another frame in place.
+  ULONGLONG Reports() const {
+    CRkScopedLock lock(m_lock);
+    return m_reports;
   }
   std::set<UINT> Offsets() const {
     CRkScopedLock lock(m_lock);
@@ -39,6 +45,7 @@ class ReadErrors final : public CRkUnknown<IRkMediaReadSink> {
 
   mutable CRkCriticalSection m_lock;
   std::set<UINT> m_offsets RK_GUARDED_BY(m_lock);
+  ULONGLONG m_reports RK_GUARDED_BY(m_lock) = 0;
   std::string m_firstReason RK_GUARDED_BY(m_lock);
 };
 

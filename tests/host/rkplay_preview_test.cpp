@@ -24,6 +24,20 @@ TEST_F(RkplayPreview, plays_the_ranges_and_counts_their_frames) {
   }
 }
 
+TEST_F(RkplayPreview, a_damaged_frame_counts_only_where_its_range_is_played) {
+  MakeClip("a.mov", "25", "2", "-c:v png -an");
+  std::string bytes = ReadFile("a.mov");
+  size_t at = 0;
+  for (int picture = 0; picture <= 30; ++picture) at = bytes.find("\x89PNG", at + 1);
+  WriteFile("a.mov", bytes.replace(at, 8, 8, '\xff'));
+  for (const auto& [range, status] : {std::pair("20-35", 1), {"5-15", 0}, {"31-45", 0}}) {
+    const Result result =
+        Rkplay({"preview", "a.mov", "--trim", range, "--monitor=virtual", "--sound", "none"});
+    EXPECT_EQ(result.status, status) << range << result.errors;
+    EXPECT_EQ(result.errors.find("(1 frames went out") != std::string::npos, status == 1) << result.errors;
+  }
+}
+
 TEST_F(RkplayPreview, sounds_like_the_clip_itself) {
   MakeClip("a.mov", "25", "1.2", kCoding);
   ASSERT_EQ(Rkplay({"a.mov@10-25", "--audio", "reference.wav"}).status, 0);
