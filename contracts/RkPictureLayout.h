@@ -12,6 +12,11 @@ struct SRkPlaneLayout {
   constexpr UINT Bytes() const { return static_cast<UINT>(stride) * static_cast<UINT>(height); }
 };
 
+// Pictures that do not say otherwise have the colours of ITU-R BT.709 from 720 rows on, of BT.601 below.
+constexpr bool RkHasHdColours(int height) {
+  return height >= 720;
+}
+
 inline constexpr UINT kRkPlaneCount = 3;
 
 constexpr SRkPlaneLayout RkPlaneLayout(const SRkVideoResolution& video, UINT plane) {

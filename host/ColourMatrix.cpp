@@ -1,5 +1,6 @@
 #include "host/ColourMatrix.h"
 
+#include "contracts/RkPictureLayout.h"
 #include "contracts/kernel/media/RkAv.h"
 #include "host/UsageError.h"
 
@@ -10,15 +11,13 @@ extern "C" {
 namespace rkplay {
 namespace {
 
-constexpr int kFirstHighDefinitionHeight = 720;
-
 bool IsRgb(int pixelFormat) {
   const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(pixelFormat));
   return descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_RGB) != 0;
 }
 
 int CustomOf(int height) {
-  return height >= kFirstHighDefinitionHeight ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+  return RkHasHdColours(height) ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
 }
 
 // Null when the file has no pictures, or only a cover.
@@ -31,7 +30,7 @@ const AVStream* PicturesOf(AVFormatContext& format) {
 }  // namespace
 
 int ColourMatrixOf(const Programme& programme) {
-  if (programme.inputPaths.empty()) return AVCOL_SPC_BT709;  // a pattern
+  if (programme.inputPaths.empty()) return CustomOf(programme.format.video.height);  // a pattern
   const std::string& path = programme.inputPaths.front();
   AVFormatContext* opened = nullptr;
   int result = avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, nullptr);

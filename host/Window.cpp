@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <utility>
 
+#include "contracts/RkPictureLayout.h"
 #include "host/UsageError.h"
 
 namespace rkplay {
 namespace {
 
 constexpr int kEventWaitMs = 100;
-constexpr int kHighDefinitionHeight = 720;  // from here on files carry BT.709 colours
 
 constexpr std::pair<SDL_Keycode, Key> kKeys[] = {
     {SDLK_SPACE, Key::Pause},        {SDLK_LEFT, Key::FrameBack},
@@ -23,7 +23,7 @@ constexpr std::pair<SDL_Keycode, Key> kKeys[] = {
 
 SDL_YUV_CONVERSION_MODE ColoursOf(const SRkVideoResolution& format) {
   if (format.colorRange == RkColorRange_Full) return SDL_YUV_CONVERSION_JPEG;
-  return format.height >= kHighDefinitionHeight ? SDL_YUV_CONVERSION_BT709 : SDL_YUV_CONVERSION_BT601;
+  return RkHasHdColours(format.height) ? SDL_YUV_CONVERSION_BT709 : SDL_YUV_CONVERSION_BT601;
 }
 
 int WidthInSquarePixels(const SRkVideoResolution& format) {

@@ -35,7 +35,7 @@ bool IsRgb(int pixelFormat) {
 // Pictures that do not say it follow the custom of their size.
 int MatrixOf(AVColorSpace stated, int height) {
   if (stated == AVCOL_SPC_UNSPECIFIED || stated == AVCOL_SPC_RGB) {
-    return height >= 720 ? SWS_CS_ITU709 : SWS_CS_ITU601;
+    return RkHasHdColours(height) ? SWS_CS_ITU709 : SWS_CS_ITU601;
   }
   return static_cast<int>(stated);
 }
