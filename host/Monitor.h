@@ -19,7 +19,7 @@ namespace rkplay {
 // Shows what goes out: the software output device with a window, or with nobody watching, and what sound
 // there is. Putting a frame waits until the device has room, which paces the programme.
 //
-// One thread calls it; the device calls the screen on its own two.
+// One thread at a time calls it, Seen any; the device calls the screen on its own two.
 class Monitor {
  public:
   // Throws UsageError when the window, the sound's file or the device cannot be had.

@@ -40,7 +40,7 @@ CRkRef<IRkClipOutputChannel> CreateChannel(const SRkClipFormat& format, Cuer& cu
   const auto pool = CRkRef<PlayBufferPool>::Adopt(new PlayBufferPool(readAhead * pictureBytes));
   const auto capacity = static_cast<UINT>(readAhead);
   CRkRef<IRkClipOutputChannel> channel;
-  if (!RkCreateClipOutputChannel(std::min(kPreRoll, capacity), capacity, format.video, format.audio,
+  if (!RkCreateClipOutputChannel(std::min(kPreRoll, capacity - 1), capacity, format.video, format.audio,
                                  pool.Get(), &cuer, channel.Out())) {
     throw UsageError("the output channel cannot be created");
   }

@@ -52,7 +52,7 @@ void CheckRanges(const std::vector<FrameRange>& ranges, UINT frameCount) {
       throw UsageError("--trim: " + std::to_string(range.in) + "-" + std::to_string(range.out) + " " +
                        reason);
     };
-    if (range.in >= range.out) refuse("holds no frame: OUT comes after IN");
+    if (range.in >= range.out) refuse("holds no frame: OUT must be greater than IN");
     if (range.out > frameCount) refuse("ends past the last of " + std::to_string(frameCount) + " frames");
     if (range.in < end) refuse("begins before the end of the range that comes before it");
     end = range.out;

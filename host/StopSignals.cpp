@@ -9,7 +9,11 @@ StopSignals::StopSignals() {
   std::signal(SIGPIPE, SIG_IGN);
   sigemptyset(&m_signals);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-    std::signal(signal, SIG_DFL);  // a shell starts background programs with SIGINT ignored
+    // A shell starts background programs with SIGINT ignored; that SIGHUP is ignored is somebody's wish.
+    if (std::signal(signal, SIG_DFL) == SIG_IGN && signal == SIGHUP) {
+      std::signal(signal, SIG_IGN);
+      continue;
+    }
     sigaddset(&m_signals, signal);
   }
   pthread_sigmask(SIG_BLOCK, &m_signals, nullptr);

@@ -17,6 +17,7 @@
 namespace rkplay {
 namespace {
 
+constexpr int kFailureStatus = 1;
 constexpr int kUsageStatus = 2;
 
 int Play(const Options& options) {
@@ -67,5 +68,8 @@ int main(int argumentCount, char** arguments) {
   } catch (const rkplay::UsageError& error) {
     rkplay::PrintError(error.what());
     return rkplay::kUsageStatus;
+  } catch (const std::exception& error) {
+    rkplay::PrintError(error.what());
+    return rkplay::kFailureStatus;
   }
 }

@@ -21,7 +21,8 @@
 // control lock, sample lock, and the request lock, which keeps a request's event and number together.
 // The sink is called with the locks of the operation held, which are recursive; IsAutoSwitch is asked
 // with none, or with both control and sample lock.
-// The roles are one index: settings, which take no lock, read it once and reach each channel once.
+// The roles are one index: settings, of which only the sample hook's takes a lock (the sample lock), read
+// it once and so reach each channel once.
 //
 // One call of SwitchChannel, by the Playing channel's status S, the sink's answer A to IsAutoSwitch, a
 // pending request R and elements in the Waiting channel W:

@@ -19,7 +19,7 @@ enum ERkSwitchStatus : UINT {
 // turn; the end of a list and requested switches are acted on only in SwitchChannel, and so always fall
 // between two samples. SwitchPlay waits for that call and so needs another thread. Notifications come on
 // the calling thread, from inside the operation, and may call back into the channel. Loading never holds
-// up GetSample or a SwitchChannel that has nothing to act on. The last Release joins all workers.
+// up GetSample or a SwitchChannel that has nothing to act on. The last Release ends all workers.
 class IRkClipOutputChannel : public IRkUnknown {
  public:
   // Settings reach all three source channels.
@@ -52,15 +52,16 @@ class IRkClipOutputChannel : public IRkUnknown {
   // Acts on the end of the playing list and on requests of SwitchPlay, and writes an ERkSwitchStatus.
   // FALSE when playback ended, or a request found nothing waiting.
   virtual BOOL SwitchChannel(UINT* status) = 0;
-  virtual BOOL SwitchChannelAtOnce() = 0;  // FALSE when nothing is waiting
-  virtual UINT Reserved() = 0;             // does nothing; 0
+  // Puts the cued list on air now, whatever plays. FALSE when nothing is waiting.
+  virtual BOOL SwitchChannelAtOnce() = 0;
+  virtual UINT Reserved() = 0;  // does nothing; 0
 
   // Cues a list, or one element, in place of what was cued, and starts reading it at startPosition; waits
   // up to 1000 ms for the pre-roll. The elements must not be in use elsewhere. FALSE for nothing to load
   // (a cued clip stays) or a start past the end (the Waiting channel is then empty).
   virtual BOOL InsertClipElement(IRkClipElementList* list, int repeatCount, UINT startPosition) = 0;
   virtual BOOL InsertClipElement(IRkClipElement* element, int repeatCount, UINT startPosition) = 0;
-  virtual BOOL DeleteClip() = 0;  // stops and empties the Waiting channel
+  virtual BOOL DeleteClip() = 0;  // stops and empties the Waiting channel; TRUE
 
   // Asks for a switch and waits up to 5000 ms until SwitchChannel has handled it; TRUE with the Playing
   // channel's position at that moment, also when nothing was waiting. After FALSE the request stands.

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kWorkerPriority = 15;
+constexpr int kWorkerPriority = THREAD_PRIORITY_TIME_CRITICAL;
 constexpr int kMinLead = 1;
 constexpr int kMaxLead = 5;
 constexpr double kRendererBufferMs = 1000.0;

@@ -11,8 +11,8 @@ class IRkSoftwareOutputCallback : public IRkUnknown {
   // On the pacing thread, for every frame of audio just written, silence included. `extra` (may be null)
   // is the item that travelled with the sample. The audio is reused for the next frame.
   virtual void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) = 0;
-  // On the video thread for every frame to be shown; on the host's by PutSample while stopped and by
-  // Stop. Null = show no picture.
+  // On the video thread for every frame to be shown, one that is early again at each later moment up to its
+  // own; on the host's by PutSample while stopped and by Stop. Null = show no picture.
   virtual void OnVideoSample(IRkVideoSample* video) = 0;
   // By Stop, after the threads have ended.
   virtual void OnStop() = 0;
@@ -31,7 +31,8 @@ class IRkSoftwareOutputDevice : public IRkUnknown {
   virtual BOOL SetOutputCallback(IRkSoftwareOutputCallback* callback) = 0;
   virtual void RemoveOutputCallback() = 0;
   virtual BOOL Play() = 0;  // TRUE; without effect while playing
-  // Plays out the queued audio (with pictures alone: jumps to the last frame). clearVideo: ends with
+  // Plays out the queued audio (with pictures alone: jumps to the last frame), for up to 5 s, and then ends
+  // the workers, each of which may take 5 s more to return from a callback. clearVideo: ends with
   // OnVideoSample(null). TRUE.
   virtual BOOL Stop(BOOL clearVideo) = 0;
   virtual BOOL IsPlaying() = 0;

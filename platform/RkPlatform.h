@@ -94,19 +94,16 @@ struct CRITICAL_SECTION {
 };
 void InitializeCriticalSection(CRITICAL_SECTION* section);
 void EnterCriticalSection(CRITICAL_SECTION* section);
-BOOL TryEnterCriticalSection(CRITICAL_SECTION* section);
 void LeaveCriticalSection(CRITICAL_SECTION* section);
 void DeleteCriticalSection(CRITICAL_SECTION* section);
 
 // Null on failure: no memory, or attributes or a name given (both must be null here).
 HANDLE CreateEventW(SECURITY_ATTRIBUTES* attributes, BOOL manualReset, BOOL initiallySet, PCWSTR name);
-#define CreateEvent CreateEventW
 BOOL SetEvent(HANDLE event);
 BOOL ResetEvent(HANDLE event);
 
 // Null on failure; also for a maximum below 1 or an initial count outside 0..maximum.
 HANDLE CreateSemaphoreW(SECURITY_ATTRIBUTES* attributes, LONG initialCount, LONG maximumCount, PCWSTR name);
-#define CreateSemaphore CreateSemaphoreW
 // FALSE, and no change, for a count below 1 or one that would pass the maximum. `previous` may be null.
 BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LONG* previous);
 
@@ -125,15 +122,8 @@ inline LONG InterlockedIncrement(LONG volatile* value) {
 inline LONG InterlockedDecrement(LONG volatile* value) {
   return __atomic_sub_fetch(value, 1, __ATOMIC_SEQ_CST);
 }
-inline LONG InterlockedExchange(LONG volatile* value, LONG next) {
-  return __atomic_exchange_n(value, next, __ATOMIC_SEQ_CST);
-}
 inline LONG InterlockedExchangeAdd(LONG volatile* value, LONG step) {
   return __atomic_fetch_add(value, step, __ATOMIC_SEQ_CST);
-}
-inline LONG InterlockedCompareExchange(LONG volatile* value, LONG next, LONG expected) {
-  __atomic_compare_exchange_n(value, &expected, next, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
-  return expected;
 }
 
 // The kernel's id of the calling thread.

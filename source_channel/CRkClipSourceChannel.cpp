@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kWorkerPriority = 15;
+constexpr int kWorkerPriority = THREAD_PRIORITY_TIME_CRITICAL;
 constexpr DWORD kPreRollTimeoutMs = 1000;
 constexpr DWORD kPauseTimeoutMs = 1000;
 constexpr DWORD kStopTimeoutMs = 100000;
@@ -108,10 +108,11 @@ BOOL CRkClipSourceChannel::Play(UINT startPosition, int repeatCount) {
   return TRUE;
 }
 
-// Never waits for more frames than the final pass will give.
+// Never waits for more frames than all passes will give.
 UINT CRkClipSourceChannel::_PreRollTarget(UINT total, UINT startPosition, int repeatCount) const {
   if (repeatCount == kRkRepeatEndless || total == kRkNoPosition) return m_preRollCount;
-  return std::min(m_preRollCount, static_cast<UINT>(repeatCount) * total - startPosition);
+  const ULONGLONG frames = static_cast<ULONGLONG>(repeatCount) * total - startPosition;
+  return static_cast<UINT>(std::min<ULONGLONG>(m_preRollCount, frames));
 }
 
 BOOL CRkClipSourceChannel::Stop() {

@@ -15,7 +15,8 @@ enum ERkSourceChannelStatus : UINT {
 // samples out. Positions are frame indices on the list's timeline; kRkNoPosition stands for none.
 //
 // Threads: one control thread at a time calls the operations; GetSample may run on another thread beside
-// them, and GetPosition, GetStatus and the setters on any. The last Release stops the worker and joins it.
+// them, and GetPosition, GetStatus and the setters on any. The last Release stops the worker and waits
+// for it, up to 101 s: the host must not make it while an element would block for longer.
 //
 //   status:  0 --initialised--> 1 --Play--> 2 --last sample of the last pass taken--> 1
 //            any --Stop--> 1;  1 --any other sample taken--> 2 (the worker reads on after the end)
@@ -62,10 +63,12 @@ class IRkClipSourceChannel : public IRkUnknown {
   virtual void GetStatus(UINT* status) = 0;      // an ERkSourceChannelStatus
 
   // The element list. Stop the channel before editing it.
+  // FALSE for null, an index past the end, an element that is in the list, or without memory.
   virtual BOOL InsertElement(UINT index, IRkClipElement* element) = 0;
-  virtual BOOL ForwardListOperation(UINT index) = 0;  // removes the element at index
+  virtual BOOL ForwardListOperation(UINT index) = 0;  // removes the element at index; FALSE past the last
   virtual BOOL RemoveAllElements() = 0;               // TRUE
   virtual int GetElementCount() = 0;
   virtual UINT Reserved() = 0;  // does nothing; 0
+  // The element that holds the position, its reference for the caller. FALSE past the end.
   virtual BOOL GetElementAtPosition(UINT position, IRkClipElement** element) = 0;
 };

@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "contracts/RkWithinMemory.h"
 #include "platform/CRkHandle.h"
 
 namespace {
 
-constexpr int kWorkerPriority = 15;
+constexpr int kWorkerPriority = THREAD_PRIORITY_TIME_CRITICAL;
 constexpr DWORD kStopTimeoutMs = 5000;
 constexpr DWORD kCloseTimeoutMs = 1000;
 constexpr DWORD kSampleWaitMs = 1;
@@ -83,7 +84,9 @@ BOOL CRkClipSourcePlayer::Play(UINT startPosition, BOOL loop) {
 }
 
 BOOL CRkClipSourcePlayer::PlayTrimmed(UINT startPosition, BOOL loop) {
-  return _StartRun(startPosition, loop, CRkTrimWalk(m_trimList), m_trimInfo.Get());
+  CRkTrimWalk::Ranges ranges;
+  if (!RkWithinMemory([&] { ranges = m_trimList; })) return FALSE;
+  return _StartRun(startPosition, loop, CRkTrimWalk(std::move(ranges)), m_trimInfo.Get());
 }
 
 // A callback that plays again while a Stop waits for it is refused.

@@ -27,10 +27,6 @@ void EnterCriticalSection(CRITICAL_SECTION* section) {
   Require(pthread_mutex_lock(&section->mutex), "EnterCriticalSection");
 }
 
-BOOL TryEnterCriticalSection(CRITICAL_SECTION* section) {
-  return pthread_mutex_trylock(&section->mutex) == 0;
-}
-
 void LeaveCriticalSection(CRITICAL_SECTION* section) {
   Require(pthread_mutex_unlock(&section->mutex), "LeaveCriticalSection");
 }

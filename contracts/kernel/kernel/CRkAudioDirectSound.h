@@ -21,8 +21,9 @@
 //
 // The user drives it from one thread and may ask for the position on any; Pull comes on the sound system's
 // thread. m_control is held by whoever starts or stops the sound system, also while it waits for the last
-// sound; m_lock, taken after it, guards the fields below it. The sound system and the log are called
-// without m_lock, because the one may wait for a pull and the other is the host's code; so is the monitor,
+// sound; m_lock, taken after it, guards the fields below it. The sound system is told to
+// start and stop, and the log is called, without m_lock: the one may wait for a pull, the other is the
+// host's code; so is the monitor,
 // on the pulling thread or, after the last pull, on the one that stops. Owns the sound system, which ends
 // its pulls before anything else goes.
 class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, private IRkSoundSource {

@@ -22,7 +22,6 @@ class CRkAudioRing {
   // Takes the next bytes of the stream and leaves silence in their place. `target` null: drops them.
   void Read(BYTE* target, ULONGLONG bytes);
 
-  ULONGLONG ReadPosition() const { return m_read; }
   ULONGLONG WrittenEnd() const { return m_writtenEnd; }  // the furthest position written up to
   // Bytes from the read position to the last one written.
   ULONGLONG Rest() const { return m_writtenEnd > m_read ? m_writtenEnd - m_read : 0; }

@@ -31,7 +31,6 @@ class CRkStreamDecoder {
   AVStream* Stream() const { return m_source.Stream(); }
   AVRational TimeBase() const { return Stream()->time_base; }
   CRkPacketSource& Source() { return m_source; }
-  AVCodecContext* Codec() const { return m_codec.get(); }
 
  private:
   bool _OpenCodec(std::string& reason);
