@@ -5,7 +5,8 @@
 // How the module writes to the log. Any thread may log at any time.
 
 // One line: "[function,line][TID: thread]" directly followed by the message, which brings its own line
-// feed. `message` may also be a number, written in decimal. A line is cut to 2047 characters.
+// feed. `message` may also be a number, written in decimal. A line is cut to 2047 characters and must
+// hold no per-cent sign.
 void RkLogTraceLine(ERkLogMsgLevel level, const char* function, int line, const wchar_t* message);
 void RkLogTraceLine(ERkLogMsgLevel level, const char* function, int line, UINT message);
 
