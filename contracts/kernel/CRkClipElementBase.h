@@ -14,9 +14,9 @@ class CRkClipElementBase : public CRkUnknown<IRkClipElement> {
  public:
   BOOL ReadNextSample(IRkAVPlaySample** sample) override { return ReadSampleAt(m_nextOffset, sample); }
   BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
-    UINT sourceFrame = 0;
-    if (!m_presentation.SourceFrameAt(offset, &sourceFrame)) return FALSE;
-    if (!_ReadFrame(sourceFrame, m_presentation.PositionOf(offset), sample)) return FALSE;
+    SRkPresentedFrame frame;
+    if (!m_presentation.FrameAt(offset, &frame)) return FALSE;
+    if (!_ReadFrame(frame, m_presentation.PositionOf(offset), sample)) return FALSE;
     m_nextOffset = offset + 1;
     return TRUE;
   }
@@ -34,9 +34,9 @@ class CRkClipElementBase : public CRkUnknown<IRkClipElement> {
  protected:
   explicit CRkClipElementBase(UINT sourceFrameCount) : m_presentation(sourceFrameCount) {}
 
-  // The sample of a source frame (below the source's count), carrying the position. FALSE while the
-  // element is not open.
-  virtual BOOL _ReadFrame(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) = 0;
+  // The sample of a frame (its source frame below the source's count), carrying the position. FALSE while
+  // the element is not open.
+  virtual BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) = 0;
 
  private:
   CRkClipPresentation m_presentation;

@@ -9,6 +9,12 @@
 #include "contracts/RkWithinMemory.h"
 #include "platform/CRkCriticalSection.h"
 
+// A frame of an element's source, and the first of those that are presented in one row with it.
+struct SRkPresentedFrame {
+  UINT source = 0;
+  UINT rowStart = 0;
+};
+
 // What a clip element shows of its source, and where: its mode, its trim information, the offsets that
 // are left, and its start on the list's timeline.
 //
@@ -61,14 +67,14 @@ class CRkClipPresentation {
     return m_presentedCount;
   }
 
-  // The source frame that is presented at the offset; false at or past the presented count.
-  bool SourceFrameAt(UINT offset, UINT* sourceFrame) const {
+  // The frame that is presented at the offset; false at or past the presented count.
+  bool FrameAt(UINT offset, SRkPresentedFrame* frame) const {
     CRkScopedLock lock(m_lock);
     if (offset >= m_presentedCount) return false;
     const auto after = std::upper_bound(m_runs.begin(), m_runs.end(), offset,
                                         [](UINT at, const SRkRun& run) { return at < run.firstOffset; });
     const SRkRun& run = *std::prev(after);
-    *sourceFrame = run.firstSource + (offset - run.firstOffset);
+    *frame = {run.firstSource + (offset - run.firstOffset), run.firstSource};
     return true;
   }
 

@@ -26,10 +26,12 @@ std::vector<ULONGLONG> EndsOf(const Trim& trim) {
 
 std::vector<UINT> FramesOf(const CRkClipPresentation& presentation) {
   std::vector<UINT> frames(presentation.PresentedCount());
-  for (UINT offset = 0; offset < frames.size(); ++offset)
-    EXPECT_TRUE(presentation.SourceFrameAt(offset, &frames[offset]));
-  UINT past = 0;
-  EXPECT_FALSE(presentation.SourceFrameAt(presentation.PresentedCount(), &past));
+  SRkPresentedFrame frame;
+  for (UINT offset = 0; offset < frames.size(); ++offset) {
+    EXPECT_TRUE(presentation.FrameAt(offset, &frame));
+    frames[offset] = frame.source;
+  }
+  EXPECT_FALSE(presentation.FrameAt(presentation.PresentedCount(), &frame));
   return frames;
 }
 

@@ -28,7 +28,7 @@ void CRkPatternClipElement::Close() {
   m_tone = {};
 }
 
-BOOL CRkPatternClipElement::_ReadFrame(UINT, UINT position, IRkAVPlaySample** sample) {
+BOOL CRkPatternClipElement::_ReadFrame(const SRkPresentedFrame&, UINT position, IRkAVPlaySample** sample) {
   if (!m_isOpen) return FALSE;
   CRkRef<IRkAVPlaySample> created;
   CRkRef<IRkVideoSample> picture;

@@ -17,7 +17,7 @@ class CRkPatternClipElement final : public CRkClipElementBase {
   void Close() override;
 
  private:
-  BOOL _ReadFrame(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) override;
+  BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
 
   bool m_isOpen = false;
   bool m_hasAudio = false;

@@ -1,8 +1,6 @@
 #include "contracts/kernel/media/CRkMediaClipElement.h"
 
-#include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "contracts/CRkAudioLock.h"
 #include "contracts/RkAVUtils.h"
@@ -75,22 +73,23 @@ void CRkMediaClipElement::Close() {
   m_scaler.reset();
 }
 
-BOOL CRkMediaClipElement::_ReadFrame(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) {
+BOOL CRkMediaClipElement::_ReadFrame(const SRkPresentedFrame& frame, UINT position,
+                                     IRkAVPlaySample** sample) {
   BOOL read = FALSE;
-  RkWithinMemory([&] { read = _Read(sourceFrame, position, sample); });
+  RkWithinMemory([&] { read = _Read(frame, position, sample); });
   return read;
 }
 
-BOOL CRkMediaClipElement::_Read(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) {
+BOOL CRkMediaClipElement::_Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) {
   if (!m_scaler) return FALSE;
   std::string damage;
-  const CRkRef<IRkVideoSample> video = _ReadPicture(sourceFrame, &damage);
+  const CRkRef<IRkVideoSample> video = _ReadPicture(frame.source, &damage);
   CRkRef<IRkAVPlaySample> created;
   if (!video || !RkCreateAVPlaySample(created.Out())) return FALSE;
   created->SetPosition(position);
   created->SetVideoSample(video.Get());
   if (m_format.audio.channels > 0) {
-    const CRkRef<IRkAudioSample> audio = _ReadSound(sourceFrame, position);
+    const CRkRef<IRkAudioSample> audio = _ReadSound(frame, position);
     if (!audio) return FALSE;
     created->SetAudioSample(0, audio.Get());
   }
@@ -118,13 +117,12 @@ CRkRef<IRkVideoSample> CRkMediaClipElement::_ReadPicture(UINT sourceFrame, std::
 }
 
 // The frame's share of the sound. Counted by the timeline, no sample is lost or doubled from one frame,
-// range or element to the next; each range begins at the source time of its first frame.
-CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(UINT sourceFrame, UINT position) {
-  const UINT rangeStart = _RangeStart(sourceFrame);
-  const UINT rangePosition = position - (sourceFrame - rangeStart);
+// row or element to the next; each row begins at the source time of its first frame.
+CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& frame, UINT position) {
+  const UINT rowPosition = position - (frame.source - frame.rowStart);
   const ULONGLONG begin = _SamplesBefore(position);
   const auto count = static_cast<DWORD>(_SamplesBefore(position + 1) - begin);
-  const ULONGLONG first = _SamplesBefore(rangeStart) + begin - _SamplesBefore(rangePosition);
+  const ULONGLONG first = _SamplesBefore(frame.rowStart) + begin - _SamplesBefore(rowPosition);
   CRkRef<IRkAudioSample> audio;
   if (!RkCreateUserAudioSample(m_format.audio, nullptr, count, audio.Out())) return {};
   audio->SetSampleCount(count);
@@ -135,22 +133,6 @@ CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(UINT sourceFrame, UINT po
     RkAudioUtils::SilientAudioBuffer(m_format.audio, lock.Data(), count);
   }
   return audio;
-}
-
-// The first source frame of the trim range that holds the frame.
-UINT CRkMediaClipElement::_RangeStart(UINT sourceFrame) {
-  CRkRef<IRkClipTrimInfo> info;
-  GetTrimInfo(info.Out());
-  if (!info) return 0;
-  std::vector<IRkClipTrimInfo::SRkTrimInOut> ranges;
-  info->GetTrimInOuts(ranges);
-  ULONGLONG previousOut = 0;
-  for (const auto& range : ranges) {
-    const ULONGLONG in = std::max(range.in, previousOut);
-    if (in <= sourceFrame && sourceFrame < range.out) return static_cast<UINT>(in);
-    previousOut = std::max(previousOut, range.out);
-  }
-  return 0;
 }
 
 ULONGLONG CRkMediaClipElement::_SamplesBefore(UINT frame) const {

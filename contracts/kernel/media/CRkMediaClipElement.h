@@ -24,11 +24,10 @@ class CRkMediaClipElement final : public CRkClipElementBase {
 
  private:
   bool _OpenReaders(IRkPlayBufferPool* pool);
-  BOOL _ReadFrame(UINT sourceFrame, UINT position, IRkAVPlaySample** sample) override;
-  BOOL _Read(UINT sourceFrame, UINT position, IRkAVPlaySample** sample);
+  BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
+  BOOL _Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample);
   CRkRef<IRkVideoSample> _ReadPicture(UINT sourceFrame, std::string* damage);
-  CRkRef<IRkAudioSample> _ReadSound(UINT sourceFrame, UINT position);
-  UINT _RangeStart(UINT sourceFrame);
+  CRkRef<IRkAudioSample> _ReadSound(const SRkPresentedFrame& frame, UINT position);
   ULONGLONG _SamplesBefore(UINT frame) const;
 
   const std::shared_ptr<const SRkMediaSource> m_source;
