@@ -6,23 +6,6 @@ constexpr UINT kMode = 3;
 
 using ElementModeTest = SourceChannelTest;
 
-TEST_F(ElementModeTest, an_idle_channel_takes_the_mode_and_plays_from_its_start) {
-  Build({10, 10});
-  channel->SetElementMode(kMode, 5);
-  EXPECT_EQ(channel->GetElementMode(), kMode);
-  ASSERT_TRUE(channel->Play(2, 1));
-  ExpectFrames(2, 5);
-  channel->Stop();
-  channel->SetElementMode(0, 7);
-  EXPECT_EQ(Take(0), kNothing);
-  ASSERT_TRUE(channel->Play(12, 1));
-  ExpectFrames(12, 20);
-  channel->Stop();
-  channel->RemoveAllElements();
-  channel->SetElementMode(kMode, 0);
-  EXPECT_EQ(channel->GetElementMode(), 0u);
-}
-
 TEST_F(ElementModeTest, never_moves_an_element_under_a_read_and_moves_it_afterwards) {
   Build({100, 200}, 4);
   ASSERT_TRUE(channel->Play(100, 1));
