@@ -118,7 +118,8 @@ bool Player::_ServeTakesWhenDue() {
     return _SwitchNow(m_ended ? ListOutcome::Played : ListOutcome::Taken);
   }
   const bool hasWindow = m_monitor != nullptr && m_monitor->HasWindow();
-  if (!m_ended || hasWindow || !m_terminal->InputEnded()) return true;
+  const bool maybeTyped = m_terminal != nullptr && !m_terminal->InputEnded();
+  if (!m_ended || hasWindow || maybeTyped) return true;
   _EndList(ListOutcome::Played);
   m_statistics.errors.emplace_back("the standard input has ended: nothing can take the next list");
   return false;

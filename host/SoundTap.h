@@ -16,7 +16,8 @@ namespace rkplay {
 // is heard to a file. The silence that follows the last frame of a run is left out of that.
 //
 // The sound system's thread enters OnSound, the device's threads and the host's the rest. The lock guards
-// everything; the renderer is asked without it.
+// everything; the renderer is asked without it. A file holds up the sound system while it is written, which
+// the virtual card, the only one that comes with a file, does not mind.
 class SoundTap final : public CRkUnknown<IRkAudioMonitor> {
  public:
   // `format` is what the device plays. path may be empty: nothing is written. Throws UsageError.
