@@ -5,8 +5,8 @@
 #include <sched.h>
 #include <time.h>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
 
 // Numbered samples that cost nothing to read.

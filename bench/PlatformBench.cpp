@@ -18,7 +18,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "platform/CRkHandle.h"
+#include "base/CRkHandle.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <mutex>
 #include <thread>
 
-#include "contracts/CRkRef.h"
-#include "platform/CRkHandle.h"
+#include "base/CRkHandle.h"
+#include "base/CRkRef.h"
 #include "source_channel/CRkClipSampleCache.h"
 
 namespace {

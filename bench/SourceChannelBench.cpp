@@ -5,8 +5,8 @@
 
 #include <chrono>
 
+#include "base/CRkHandle.h"
 #include "bench/BenchSupport.h"
-#include "platform/CRkHandle.h"
 
 namespace {
 

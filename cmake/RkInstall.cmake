@@ -23,6 +23,12 @@ endif()
 
 # The headers keep their folders: a host includes "module/RkClipPlay.h" here and there.
 set(public_headers
+  base/CRkAudioLock.h
+  base/CRkCriticalSection.h
+  base/CRkHandle.h
+  base/CRkRef.h
+  base/CRkUnknown.h
+  base/RkThreadAnnotations.h
   contracts/CRkAudioLock.h
   contracts/CRkRef.h
   contracts/CRkUnknown.h
@@ -38,10 +44,7 @@ set(public_headers
   module/RkClipPlay.h
   output_channel/IRkClipOutputChannel.h
   output_device/IRkSoftwareOutputDevice.h
-  platform/CRkCriticalSection.h
-  platform/CRkHandle.h
   platform/RkPlatform.h
-  platform/RkThreadAnnotations.h
   source_channel/CRkClipSampleCache.h
   source_channel/IRkClipSourceChannel.h
   source_player/IRkClipSourcePlayer.h)

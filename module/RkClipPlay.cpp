@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "contracts/RkCreateObject.h"
+#include "base/RkCreateObject.h"
 #include "output_channel/CRkClipOutputChannel.h"
 #include "output_device/CRkSoftwareOutputDevice.h"
 #include "source_channel/CRkClipSourceChannel.h"

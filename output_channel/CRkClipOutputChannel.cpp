@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "contracts/RkCreateObject.h"
-#include "contracts/RkLogLine.h"
-#include "platform/CRkDeadline.h"
+#include "base/CRkDeadline.h"
+#include "base/RkCreateObject.h"
+#include "base/RkLogLine.h"
 #include "source_channel/CRkClipSourceChannel.h"
 
 namespace {

@@ -4,11 +4,11 @@
 #include <atomic>
 #include <optional>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkHandle.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "output_channel/IRkClipOutputChannel.h"
-#include "platform/CRkCriticalSection.h"
-#include "platform/CRkHandle.h"
 #include "source_channel/IRkClipSourceChannel.h"
 
 // Plays clip lists one after the other through three source channels, which it owns for its whole life;

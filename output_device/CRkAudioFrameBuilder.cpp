@@ -4,7 +4,7 @@
 #include <cstring>
 #include <new>
 
-#include "contracts/CRkAudioLock.h"
+#include "base/CRkAudioLock.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "contracts/CRkRef.h"
+#include "base/CRkRef.h"
 #include "contracts/RkAVUtils.h"
 #include "contracts/RkKernel.h"
 

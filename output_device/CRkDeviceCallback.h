@@ -1,8 +1,8 @@
 #pragma once
 
-#include "contracts/CRkRef.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkRef.h"
 #include "output_device/IRkSoftwareOutputDevice.h"
-#include "platform/CRkCriticalSection.h"
 
 // The host's callback, which may be exchanged while the device plays. The lock guards the pointer only:
 // calls are made with a reference of their own and no lock held.

@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "contracts/CRkRef.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkHandle.h"
+#include "base/CRkRef.h"
 #include "contracts/RkKernel.h"
-#include "platform/CRkCriticalSection.h"
-#include "platform/CRkHandle.h"
 
 // A bounded first-in, first-out queue that makes room by dropping its oldest item. It holds one reference
 // to each item.

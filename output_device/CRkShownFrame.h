@@ -2,9 +2,9 @@
 
 #include <atomic>
 
+#include "base/CRkCriticalSection.h"
+#include "base/CRkHandle.h"
 #include "contracts/RkTypes.h"
-#include "platform/CRkCriticalSection.h"
-#include "platform/CRkHandle.h"
 
 // Which frame is due on screen now, in the numbering of the submitted frames, and how many those are.
 //

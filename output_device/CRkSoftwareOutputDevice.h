@@ -2,9 +2,9 @@
 
 #include <atomic>
 
-#include "contracts/CRkPoolElement.h"
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
+#include "base/CRkPoolElement.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "output_device/CRkAudioFrameBuilder.h"
 #include "output_device/CRkDeviceCallback.h"
 #include "output_device/CRkSampleQueue.h"

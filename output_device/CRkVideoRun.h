@@ -1,6 +1,6 @@
 #pragma once
 
-#include "contracts/CRkRef.h"
+#include "base/CRkRef.h"
 #include "output_device/CRkDeviceCallback.h"
 #include "output_device/CRkSampleQueue.h"
 #include "output_device/CRkShownFrame.h"

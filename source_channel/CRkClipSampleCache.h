@@ -2,11 +2,11 @@
 
 #include <memory>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkHandle.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "contracts/RkKernel.h"
-#include "platform/CRkCriticalSection.h"
-#include "platform/CRkHandle.h"
 
 // The bounded first-in, first-out store between a source channel's worker, which puts samples, and its
 // consumer, which takes them. Each sample travels with a tag. The blocking put is what throttles the

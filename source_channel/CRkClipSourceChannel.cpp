@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "contracts/RkLogLine.h"
+#include "base/RkLogLine.h"
 #include "source_channel/CRkClipSourceRun.h"
 
 namespace {

@@ -2,10 +2,10 @@
 
 #include <atomic>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
-#include "platform/CRkCriticalSection.h"
-#include "platform/CRkDeadline.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkDeadline.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "source_channel/CRkClipSampleCache.h"
 #include "source_channel/CRkWorkerOrders.h"
 #include "source_channel/IRkClipSourceChannel.h"

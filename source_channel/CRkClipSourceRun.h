@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "contracts/CRkRef.h"
+#include "base/CRkRef.h"
 #include "source_channel/CRkClipSourceChannel.h"
 
 // One run of a source channel's worker, from start to stop: reads the list's elements in order into the

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/CRkCriticalSection.h"
+#include "base/CRkHandle.h"
 #include "contracts/RkTypes.h"
-#include "platform/CRkCriticalSection.h"
-#include "platform/CRkHandle.h"
 
 // What the worker takes from its orders at the start of a frame.
 struct SRkWorkerOrders {

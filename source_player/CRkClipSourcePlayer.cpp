@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "contracts/RkWithinMemory.h"
-#include "platform/CRkHandle.h"
+#include "base/CRkHandle.h"
+#include "base/RkWithinMemory.h"
 
 namespace {
 

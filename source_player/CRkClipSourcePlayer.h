@@ -1,8 +1,8 @@
 #pragma once
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
-#include "platform/CRkCriticalSection.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "source_player/CRkTrimWalk.h"
 #include "source_player/IRkClipSourcePlayer.h"
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "platform/CRkCriticalSection.h"
+#include "base/CRkCriticalSection.h"
 #include "platform/linux/CRkWaiter.h"
 
 // A waiter's place in the queue of one object. Lives on the waiter's stack.

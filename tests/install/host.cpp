@@ -1,5 +1,5 @@
 // A host as small as can be: plays one frame of the pattern.
-#include "contracts/CRkRef.h"
+#include "base/CRkRef.h"
 #include "module/RkClipPlay.h"
 
 int main() {

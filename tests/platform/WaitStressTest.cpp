@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/CRkHandle.h"
+#include "base/CRkHandle.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/CRkHandle.h"
+#include "base/CRkHandle.h"
 #include "tests/support/RkAsleep.h"
 
 namespace {

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "contracts/CRkRef.h"
-#include "contracts/CRkUnknown.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
 
 // What the host and the clip core hand to the module, made for tests: scripted, counted, and instant

@@ -1,0 +1,54 @@
+#include "libraries/clip_core/CRkPatternClipElement.h"
+
+#include <new>
+
+#include "contracts/RkKernel.h"
+
+BOOL CRkPatternClipElement::Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) {
+  (void)reserved;
+  Close();
+  if (format == nullptr || !RkIsFrameRate(format->video.frameRate)) return FALSE;
+  if (!CRkPatternPicture::IsSupported(format->video)) return FALSE;
+  m_hasAudio = format->audio.channels > 0;
+  if (m_hasAudio) {
+    if (!CRkPatternTone::IsSupported(format->audio, format->video.frameRate)) return FALSE;
+    if (!m_tone.Prepare(format->audio, format->video.frameRate)) return FALSE;
+  }
+  if (!m_picture.Prepare(format->video)) return FALSE;
+  m_pool = CRkRef<IRkPlayBufferPool>::Retain(pool);
+  m_isOpen = true;
+  SeekTo(0);
+  return TRUE;
+}
+
+void CRkPatternClipElement::Close() {
+  m_isOpen = false;
+  m_pool.Reset();
+  m_picture = {};
+  m_tone = {};
+}
+
+BOOL CRkPatternClipElement::_ReadFrame(const SRkPresentedFrame&, UINT position, IRkAVPlaySample** sample) {
+  if (!m_isOpen) return FALSE;
+  CRkRef<IRkAVPlaySample> created;
+  CRkRef<IRkVideoSample> picture;
+  if (!RkCreateAVPlaySample(created.Out()) || !RkCreateVideoSample(picture.Out())) return FALSE;
+  if (!m_picture.Draw(position, m_pool.Get(), picture.Get())) return FALSE;
+  created->SetVideoSample(picture.Get());
+  if (m_hasAudio) {
+    CRkRef<IRkAudioSample> block;
+    if (!m_tone.Play(position, block.Out())) return FALSE;
+    created->SetAudioSample(0, block.Get());
+  }
+  created->SetPosition(position);
+  *sample = created.Detach();
+  return TRUE;
+}
+
+int RkCreatePatternClipElement(UINT frameCount, IRkClipElement** element) {
+  if (frameCount == 0 || element == nullptr) return 0;
+  auto* const created = RkTryNew<CRkPatternClipElement>(frameCount);
+  if (created == nullptr) return 0;
+  *element = created;
+  return 1;
+}

@@ -1,0 +1,42 @@
+#include "libraries/kernel/audio/CRkAudioRing.h"
+
+#include <algorithm>
+
+CRkAudioRing::CRkAudioRing(DWORD spanBytes, BYTE silence) : m_bytes(spanBytes, silence), m_silence(silence) {}
+
+void CRkAudioRing::Reset() {
+  std::fill(m_bytes.begin(), m_bytes.end(), m_silence);
+  m_read = 0;
+  m_writtenEnd = 0;
+}
+
+template <class Part>
+void CRkAudioRing::_ForEachPart(ULONGLONG position, ULONGLONG bytes, Part part) {
+  const ULONGLONG offset = position % m_bytes.size();
+  const ULONGLONG toEnd = std::min<ULONGLONG>(bytes, m_bytes.size() - offset);
+  part(m_bytes.data() + offset, ULONGLONG{0}, toEnd);
+  part(m_bytes.data(), toEnd, bytes - toEnd);
+}
+
+void CRkAudioRing::Write(const BYTE* data, DWORD bytes, ULONGLONG position) {
+  const ULONGLONG limit = m_read + m_bytes.size();
+  if (position >= limit) return;
+  const ULONGLONG begin = std::max(position, m_read);
+  const ULONGLONG end = std::min(position + bytes, limit);
+  if (begin >= end) return;
+  const BYTE* const source = data + (begin - position);
+  _ForEachPart(begin, end - begin, [source](BYTE* ring, ULONGLONG offset, ULONGLONG count) {
+    std::copy_n(source + offset, count, ring);
+  });
+  m_writtenEnd = std::max(m_writtenEnd, end);
+}
+
+void CRkAudioRing::Read(BYTE* target, ULONGLONG bytes) {
+  const ULONGLONG held = std::min<ULONGLONG>(bytes, m_bytes.size());
+  _ForEachPart(m_read, held, [this, target](BYTE* ring, ULONGLONG offset, ULONGLONG count) {
+    if (target != nullptr) std::copy_n(ring, count, target + offset);
+    std::fill_n(ring, count, m_silence);
+  });
+  if (target != nullptr) std::fill_n(target + held, bytes - held, m_silence);
+  m_read += bytes;
+}

@@ -1,0 +1,35 @@
+#include <memory>
+#include <new>
+
+#include "base/RkMonotonicTime.h"
+#include "libraries/kernel/audio/CRkAudioDirectSound.h"
+#include "libraries/kernel/audio/CRkAudioSystemChoice.h"
+#include "libraries/kernel/audio/CRkVirtualSoundOutput.h"
+#ifndef _WIN32
+#include "libraries/kernel/audio/CRkSdlSoundOutput.h"
+#endif
+
+namespace {
+
+std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system) {
+#ifndef _WIN32
+  if (system == RkAudioSystem_System)
+    return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) CRkSdlSoundOutput);
+#endif
+  if (system != RkAudioSystem_Virtual) return nullptr;
+  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) CRkVirtualSoundOutput);
+}
+
+}  // namespace
+
+int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double bufferMs, DWORD startBytes,
+                             IRkAudioDirectSound** renderer) {
+  auto choice = CRkAudioSystemChoice::Instance().Get();
+  auto output = MakeOutput(choice.system);
+  if (!output) return 0;
+  auto created = CRkAudioDirectSound::Create(format, bufferMs, startBytes, std::move(output),
+                                             std::move(choice.monitor), &RkMonotonicNow);
+  if (!created) return 0;
+  *renderer = created.Detach();
+  return 1;
+}

@@ -1,0 +1,52 @@
+#include "libraries/kernel/threads/CRkWorkerThread.h"
+
+#include <new>
+#include <system_error>
+#include <utility>
+
+CRkWorkerThread::CRkWorkerThread(const std::shared_ptr<CRkWorkerLoop>& loop)
+    : m_loop(loop), m_thread([loop] { loop->Run(); }) {}
+
+// Without a Close before it the destructor waits without limit: the routine works on its owner's memory.
+CRkWorkerThread::~CRkWorkerThread() {
+  bool open;
+  {
+    CRkScopedLock lock(m_threadLock);
+    open = m_thread.joinable();
+  }
+  if (open) CRkWorkerThread::Close(INFINITE);
+}
+
+void CRkWorkerThread::WaitForStop(DWORD timeoutMs) {
+  if (!m_loop->IsOwnThread()) RkWait(m_loop->IdleEvent(), timeoutMs);
+}
+
+void CRkWorkerThread::Close(DWORD timeoutMs) {
+  m_loop->Close();
+  const bool ended = !m_loop->IsOwnThread() && RkWait(m_loop->EndedEvent(), timeoutMs);
+  std::thread thread = _TakeThread();
+  if (!thread.joinable()) return;
+  if (ended) {
+    thread.join();
+  } else {
+    thread.detach();
+  }
+}
+
+std::thread CRkWorkerThread::_TakeThread() {
+  CRkScopedLock lock(m_threadLock);
+  return std::move(m_thread);
+}
+
+int RkCreateWorkerThread(int priority, IRkWorkerThread** thread) {
+  try {
+    auto loop = std::make_shared<CRkWorkerLoop>(priority);
+    if (!loop->IsValid()) return 0;
+    *thread = new CRkWorkerThread(loop);
+    return 1;
+  } catch (const std::bad_alloc&) {
+    return 0;
+  } catch (const std::system_error&) {
+    return 0;
+  }
+}

@@ -1,0 +1,163 @@
+#include "libraries/media/CRkMediaClipElement.h"
+
+#include <utility>
+
+#include "base/CRkAudioLock.h"
+#include "base/RkWithinMemory.h"
+#include "contracts/RkAVUtils.h"
+
+namespace {
+
+constexpr int kMaxPictureSide = 16384;
+
+bool IsSupported(const SRkVideoResolution& video) {
+  return video.width > 0 && video.width <= kMaxPictureSide && video.height > 0 &&
+         video.height <= kMaxPictureSide && video.pixelFormat >= RkPixelFormat_I420 &&
+         video.pixelFormat <= RkPixelFormat_I444 && video.scanMode == 0 &&
+         (video.colorRange == RkColorRange_Limited || video.colorRange == RkColorRange_Full);
+}
+
+bool IsSupported(const SRkWaveFormatInfo& audio) {
+  const WORD bits = audio.bitsPerSample;
+  return audio.formatType == 1 && audio.channels <= CRkSoundConverter::kMaxChannels &&
+         audio.samplesPerSecond > 0 && audio.samplesPerSecond <= INT32_MAX &&
+         (bits == 8 || bits == 16 || bits == 24 || bits == 32) &&
+         audio.blockAlign == bits / 8 * audio.channels;
+}
+
+}  // namespace
+
+CRkMediaClipElement::CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate,
+                                         IRkMediaReadSink* sink)
+    : CRkClipElementBase(source->FrameCount(frameRate)),
+      m_source(std::move(source)),
+      m_frameRate(frameRate),
+      m_sink(CRkRef<IRkMediaReadSink>::Retain(sink)) {}
+
+BOOL CRkMediaClipElement::Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) {
+  (void)reserved;
+  Close();
+  if (format == nullptr || format->video.frameRate != m_frameRate || !IsSupported(format->video))
+    return FALSE;
+  const bool wantsSound = format->audio.channels > 0;
+  if (wantsSound && !IsSupported(format->audio)) return FALSE;
+  m_format = *format;
+  bool opened = false;
+  if (!RkWithinMemory([&] { opened = _OpenReaders(pool); }) || !opened) {
+    Close();
+    return FALSE;
+  }
+  SeekTo(0);
+  return TRUE;
+}
+
+bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
+  std::string reason;
+  m_scaler.emplace(m_format.video, pool);
+  m_lastVideo = m_scaler->Black();
+  if (!m_lastVideo) return false;
+  if (m_source->hasVideo) {
+    m_pictures.emplace();
+    if (!m_pictures->Open(m_source->path, &m_source->pictures, reason)) return false;
+  }
+  if (!m_source->hasAudio || m_format.audio.channels <= 0) return true;
+  m_sound.emplace(m_format.audio);
+  return m_sound->Open(*m_source, reason);
+}
+
+void CRkMediaClipElement::Close() {
+  m_pictures.reset();
+  m_sound.reset();
+  m_lastVideo.Reset();
+  m_lastNumber = -1;
+  m_scaler.reset();
+}
+
+BOOL CRkMediaClipElement::_ReadFrame(const SRkPresentedFrame& frame, UINT position,
+                                     IRkAVPlaySample** sample) {
+  BOOL read = FALSE;
+  RkWithinMemory([&] { read = _Read(frame, position, sample); });
+  return read;
+}
+
+BOOL CRkMediaClipElement::_Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) {
+  if (!m_scaler) return FALSE;
+  std::string damage;
+  const CRkRef<IRkVideoSample> video = _ReadPicture(frame.source, &damage);
+  CRkRef<IRkAVPlaySample> created;
+  if (!video || !RkCreateAVPlaySample(created.Out())) return FALSE;
+  created->SetPosition(position);
+  created->SetVideoSample(video.Get());
+  if (m_format.audio.channels > 0) {
+    const CRkRef<IRkAudioSample> audio = _ReadSound(frame, position);
+    if (!audio) return FALSE;
+    created->SetAudioSample(0, audio.Get());
+  }
+  if (!damage.empty() && m_sink) m_sink->OnFrameSubstituted(position - GetTimelineStart(), damage.c_str());
+  *sample = created.Detach();
+  return TRUE;
+}
+
+// Null only without memory. `damage` stays empty when the picture is the one that belongs there.
+CRkRef<IRkVideoSample> CRkMediaClipElement::_ReadPicture(UINT sourceFrame, std::string* damage) {
+  if (!m_pictures) return CRkPictureScaler::Share(*m_lastVideo.Get());
+  const int64_t number = m_source->pictures.PictureAt(sourceFrame, RkAvFrameRate(m_frameRate));
+  const CRkPictureReader::SRkPicture picture = m_pictures->Read(number);
+  if (picture.damage != nullptr) *damage = picture.damage;
+  if (picture.frame != nullptr && picture.number != m_lastNumber) {
+    CRkRef<IRkVideoSample> video = m_scaler->Scale(*picture.frame);
+    if (video) {
+      m_lastVideo = std::move(video);
+      m_lastNumber = picture.number;
+    } else {
+      *damage = "the picture cannot be converted";
+    }
+  }
+  return CRkPictureScaler::Share(*m_lastVideo.Get());
+}
+
+// The frame's share of the sound. Counted by the timeline, no sample is lost or doubled from one frame,
+// row or element to the next; each row begins at the source time of its first frame.
+CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& frame, UINT position) {
+  const UINT rowPosition = position - (frame.source - frame.rowStart);
+  const ULONGLONG begin = _SamplesBefore(position);
+  const auto count = static_cast<DWORD>(_SamplesBefore(position + 1) - begin);
+  const ULONGLONG first = _SamplesBefore(frame.rowStart) + begin - _SamplesBefore(rowPosition);
+  CRkRef<IRkAudioSample> audio;
+  if (!RkCreateUserAudioSample(m_format.audio, nullptr, count, audio.Out())) return {};
+  audio->SetSampleCount(count);
+  const CRkAudioLock lock(*audio);
+  if (m_sound) {
+    m_sound->Read(static_cast<int64_t>(first), count, lock.Data());
+  } else {
+    RkAudioUtils::SilientAudioBuffer(m_format.audio, lock.Data(), count);
+  }
+  return audio;
+}
+
+ULONGLONG CRkMediaClipElement::_SamplesBefore(UINT frame) const {
+  return RkAudioUtils::GetAudioSampleCounts(m_format.audio.samplesPerSecond,
+                                            static_cast<ERkFrameRate>(m_frameRate), 0, frame);
+}
+
+int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* sink,
+                             IRkClipElement** element, std::string& reason) {
+  if (path == nullptr || element == nullptr || !RkIsFrameRate(frameRate)) {
+    reason = "no path, no element or no frame rate";
+    return 0;
+  }
+  CRkRef<CRkMediaClipElement> created;
+  const bool within = RkWithinMemory([&] {
+    auto source = std::make_shared<SRkMediaSource>();
+    if (!RkProbeMedia(path, source.get(), nullptr, reason)) return;
+    if (source->FrameCount(frameRate) == 0) {
+      reason = "it is empty";
+      return;
+    }
+    created = CRkRef<CRkMediaClipElement>::Adopt(new CRkMediaClipElement(std::move(source), frameRate, sink));
+  });
+  if (!within) reason = "out of memory";  // needs none
+  if (!created) return 0;
+  *element = created.Detach();
+  return 1;
+}

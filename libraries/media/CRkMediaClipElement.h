@@ -1,0 +1,45 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/CRkClipElementBase.h"
+#include "base/CRkRef.h"
+#include "contracts/RkMediaElement.h"
+#include "libraries/media/CRkPictureReader.h"
+#include "libraries/media/CRkPictureScaler.h"
+#include "libraries/media/CRkSoundReader.h"
+#include "libraries/media/SRkMediaSource.h"
+
+// A media file as a clip element. What it presents is settled when it is created; opening it opens the
+// file's decoders, which belong to the thread that reads. A frame that the file cannot give any more is
+// replaced and reported, so the announced count is always delivered.
+class CRkMediaClipElement final : public CRkClipElementBase {
+ public:
+  CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate, IRkMediaReadSink* sink);
+
+  BOOL Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) override;
+  void Close() override;
+
+ private:
+  bool _OpenReaders(IRkPlayBufferPool* pool);
+  BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
+  BOOL _Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample);
+  CRkRef<IRkVideoSample> _ReadPicture(UINT sourceFrame, std::string* damage);
+  CRkRef<IRkAudioSample> _ReadSound(const SRkPresentedFrame& frame, UINT position);
+  ULONGLONG _SamplesBefore(UINT frame) const;
+
+  const std::shared_ptr<const SRkMediaSource> m_source;
+  const int m_frameRate;
+  const CRkRef<IRkMediaReadSink> m_sink;
+
+  // While open.
+  SRkClipFormat m_format{};
+  std::optional<CRkPictureScaler> m_scaler;
+  std::optional<CRkPictureReader> m_pictures;  // none without pictures in the file
+  std::optional<CRkSoundReader> m_sound;       // none without sound in the file or in the format
+  // The picture read last, black before the first: it is shared by all the frames that show it.
+  CRkRef<IRkVideoSample> m_lastVideo;
+  int64_t m_lastNumber = -1;
+};

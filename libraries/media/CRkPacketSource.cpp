@@ -1,0 +1,81 @@
+#include "libraries/media/CRkPacketSource.h"
+
+#include <utility>
+
+namespace {
+
+// A reader that got nowhere in so many attempts has met the end of what is readable.
+constexpr int kMaxReadErrors = 64;
+
+void QuietLibraries() {
+  static const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
+  (void)quiet;
+}
+
+}  // namespace
+
+bool CRkPacketSource::Open(const std::string& path, std::string& reason) {
+  QuietLibraries();
+  m_path = path;
+  m_stream = -1;
+  m_format.reset();
+  AVFormatContext* format = nullptr;
+  // The scheme keeps a name with a colon in it from being taken for an address.
+  int result = avformat_open_input(&format, ("file:" + path).c_str(), nullptr, nullptr);
+  m_format.reset(format);
+  if (result >= 0) result = avformat_find_stream_info(format, nullptr);
+  if (result >= 0) return true;
+  reason = RkAvErrorText(result);
+  m_format.reset();
+  return false;
+}
+
+int CRkPacketSource::FindStream(AVMediaType type) const {
+  const AVCodec* decoder = nullptr;
+  const int stream = av_find_best_stream(m_format.get(), type, -1, -1, &decoder, 0);
+  if (stream >= 0 && (m_format->streams[stream]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+    return AVERROR_STREAM_NOT_FOUND;
+  }
+  return stream;
+}
+
+void CRkPacketSource::Select(int stream) {
+  m_stream = stream;
+  for (unsigned i = 0; i < m_format->nb_streams; ++i) {
+    m_format->streams[i]->discard = static_cast<int>(i) == stream ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+  }
+  // Many containers index the pictures only.
+  const int pictures = FindStream(AVMEDIA_TYPE_VIDEO);
+  m_indexStream = pictures >= 0 ? pictures : stream;
+}
+
+bool CRkPacketSource::Read(AVPacket* packet) {
+  for (int errors = 0; errors < kMaxReadErrors;) {
+    av_packet_unref(packet);
+    const int result = av_read_frame(m_format.get(), packet);
+    if (result == AVERROR_EOF) return false;
+    if (result < 0) {
+      ++errors;
+    } else if (packet->stream_index == m_stream) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool CRkPacketSource::SeekBefore(int64_t timestamp) {
+  const AVRational indexBase = m_format->streams[m_indexStream]->time_base;
+  const int64_t target = av_rescale_q_rnd(timestamp, Stream()->time_base, indexBase, AV_ROUND_DOWN);
+  return av_seek_frame(m_format.get(), m_indexStream, target, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+bool CRkPacketSource::Restart() {
+  CRkPacketSource again;
+  std::string reason;
+  if (!again.Open(m_path, reason)) return false;
+  // The file may have been replaced by another meanwhile.
+  if (m_stream >= static_cast<int>(again.m_format->nb_streams)) return false;
+  again.Select(m_stream);
+  *this = std::move(again);
+  return true;
+}

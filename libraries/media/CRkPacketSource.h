@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+#include "libraries/media/RkAv.h"
+
+// The packets of one stream of a file. Picture and sound are read through a source each, so that either
+// can seek without disturbing the other.
+//
+// One thread at a time. Damage is passed over; what cannot be passed over ends the packets.
+class CRkPacketSource {
+ public:
+  // Opens the file; no stream is selected yet. `reason` says in a few words why it failed.
+  bool Open(const std::string& path, std::string& reason);
+
+  // The index of the stream to play of the type; AVERROR_STREAM_NOT_FOUND when there is none,
+  // AVERROR_DECODER_NOT_FOUND when it cannot be decoded. Cover art is no picture.
+  int FindStream(AVMediaType type) const;
+  void Select(int stream);
+
+  AVStream* Stream() const { return m_format->streams[m_stream]; }
+  AVFormatContext* Format() const { return m_format.get(); }
+
+  // False at the end.
+  bool Read(AVPacket* packet);
+  // Goes to a place from which everything at `timestamp` (of the selected stream) can be decoded. The
+  // container's index decides how far before it, and some are wrong: look at where the packets go on.
+  bool SeekBefore(int64_t timestamp);
+  // Back to the very first packet. False, and no change, when the file cannot be opened any more.
+  bool Restart();
+
+ private:
+  std::string m_path;
+  CRkAv<AVFormatContext> m_format;
+  int m_stream = -1;
+  int m_indexStream = -1;
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "contracts/RkMediaRecords.h"
+#include "libraries/media/RkAv.h"
+
+// Turns decoded sound into interleaved integer samples of the format, and knows the place of every
+// sample it gives: output sample n is the sound at n / output rate, wherever conversion began. So that
+// holds, it begins only at places where a source and an output sample coincide. One thread at a time.
+class CRkSoundConverter {
+ public:
+  static constexpr int kMaxChannels = 64;  // that the library converts
+
+  explicit CRkSoundConverter(const SRkWaveFormatInfo& format) : m_format(format) {}
+
+  // Begins anew with sound like the frame's. False when it cannot be converted.
+  bool Begin(const AVFrame& like);
+  // Goes on with sound of another kind, at the same rate.
+  bool GoOnWith(const AVFrame& like);
+  bool IsLike(const AVFrame& frame) const;
+
+  int SourceRate() const { return m_sourceRate; }
+  // Source samples from one place where conversion can begin to the next.
+  int64_t SourceStep() const { return m_sourceStep; }
+  int64_t OutputStep() const { return m_outputStep; }
+
+  // Each appends what is ready to the output. False on failure; then nothing was.
+  bool Convert(const AVFrame& frame, int64_t skipSamples, std::vector<BYTE>* output);
+  bool ConvertSilence(int64_t samples, std::vector<BYTE>* output);
+  bool Flush(std::vector<BYTE>* output);
+
+ private:
+  bool _MakeSilence();
+  bool _Feed(const uint8_t** data, int samples, std::vector<BYTE>* output);
+
+  const SRkWaveFormatInfo m_format;
+  CRkAv<SwrContext> m_resampler;
+  CRkAv<AVFrame> m_like{av_frame_alloc()};  // the kind of sound, without any
+  CRkAv<AVFrame> m_silence;
+  std::vector<uint8_t> m_wide;  // 24-bit sound comes from the library as 32-bit
+  int m_sourceRate = 0;
+  int64_t m_sourceStep = 1;
+  int64_t m_outputStep = 1;
+};

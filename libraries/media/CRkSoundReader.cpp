@@ -1,0 +1,215 @@
+#include "libraries/media/CRkSoundReader.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "contracts/RkAVUtils.h"
+
+namespace {
+
+// Codecs whose frames lean on earlier ones give the right samples again after so much sound.
+constexpr double kPrerollSeconds = 0.5;
+// Earlier and earlier places to seek to, before the sound is decoded from its beginning.
+constexpr double kStepsBackSeconds[] = {0.0, 2.0, 8.0};
+// The most silence that is converted at a time.
+constexpr int64_t kSilenceSamples = 4096;
+// A timestamp that goes back further than any overlap is wrong.
+constexpr int64_t kMaxOverlapSeconds = 1;
+
+int64_t RoundDown(int64_t value, int64_t step) {
+  const int64_t rest = value % step;
+  return rest < 0 ? value - rest - step : value - rest;
+}
+
+int64_t RoundUp(int64_t value, int64_t step) {
+  return RoundDown(value + step - 1, step);
+}
+
+}  // namespace
+
+bool CRkSoundReader::Open(const SRkMediaSource& source, std::string& reason) {
+  m_originTimeBase = source.originTimeBase;
+  m_origin = source.origin;
+  if (m_frame == nullptr || !m_decoder.Open(source.path, AVMEDIA_TYPE_AUDIO, reason)) return false;
+  if (!_Begin(true)) {
+    reason = "its sound cannot be converted";
+    return false;
+  }
+  // Two frames tell the grid, which seeks may need.
+  while (_IsCoarse() && m_framesFromStart < 2 && !m_ended) _Pump();
+  return true;
+}
+
+void CRkSoundReader::Read(int64_t first, DWORD count, BYTE* data) {
+  const int64_t end = first + count;
+  const bool before = first < m_readyFrom && !m_fromStart;
+  const bool far = first > _ReadyEnd() + m_format.samplesPerSecond && !m_ended;
+  if (before || far) _Locate(first);
+  while (!m_ended && _ReadyEnd() < end) _Pump();
+
+  RkAudioUtils::SilientAudioBuffer(m_format, data, count);
+  const int64_t from = std::max(first, m_readyFrom);
+  const int64_t to = std::min(end, _ReadyEnd());
+  if (from < to) {
+    std::memcpy(data + (from - first) * m_format.blockAlign,
+                m_ready.data() + (from - m_readyFrom) * m_format.blockAlign,
+                static_cast<size_t>(to - from) * m_format.blockAlign);
+  }
+  // What lies before this stretch is not asked for again without a seek.
+  const int64_t passed = std::min(first, _ReadyEnd()) - m_readyFrom;
+  if (passed > 0) {
+    m_ready.erase(m_ready.begin(), m_ready.begin() + passed * m_format.blockAlign);
+    m_readyFrom += passed;
+    m_fromStart = false;
+  }
+}
+
+void CRkSoundReader::_Locate(int64_t first) {
+  const int rate = m_converter.SourceRate();
+  const int64_t target = av_rescale(first, rate, m_format.samplesPerSecond);
+  const AVRational timeBase = m_decoder.TimeBase();
+  for (const double back : kStepsBackSeconds) {
+    const int64_t place =
+        target - m_converter.SourceStep() - static_cast<int64_t>((kPrerollSeconds + back) * rate);
+    if (place <= 0) break;
+    const int64_t timestamp =
+        av_rescale_q(place, {1, rate}, timeBase) + av_rescale_q(m_origin, m_originTimeBase, timeBase);
+    CRkStreamDecoder::SRkLanding landing{};
+    const auto found = m_decoder.Seek(timestamp, &landing);
+    if (found == CRkStreamDecoder::ERkSeek::NotPossible) break;
+    if (found == CRkStreamDecoder::ERkSeek::NothingThere) {
+      // The sound ends before this place.
+      m_ready.clear();
+      m_readyFrom = first;
+      m_fromStart = m_frameHeld = false;
+      m_ended = true;
+      return;
+    }
+    if (_Begin(false) && m_readyFrom <= first) return;
+  }
+  if (!m_decoder.Restart() || !_Begin(true)) m_ended = true;
+}
+
+// Starts at the decoder's next frame.
+bool CRkSoundReader::_Begin(bool fromStart) {
+  m_ready.clear();
+  m_frameHeld = m_ended = false;
+  m_silence = m_skip = 0;
+  m_framesFromStart = 0;
+  m_fromStart = fromStart;
+  int64_t place = 0;
+  if (!m_decoder.NextFrame(m_frame.get()) || !m_converter.Begin(*m_frame) || !_FindPlace(&place)) {
+    m_ended = true;
+    return false;
+  }
+  const int64_t step = m_converter.SourceStep();
+  if (fromStart) {
+    m_framesFromStart = 1;
+    m_nextPlace = place;
+    m_silence = place - RoundDown(place, step);
+  } else {
+    m_nextPlace = RoundUp(place, step);
+    m_skip = m_nextPlace - place;
+  }
+  m_readyFrom = (m_nextPlace - m_silence) / step * m_converter.OutputStep();
+  m_frameHeld = true;
+  return true;
+}
+
+// Where the first frame belongs. False when that cannot be told to the sample.
+bool CRkSoundReader::_FindPlace(int64_t* place) const {
+  const int64_t stated = _StatedPlace();
+  if (stated == AV_NOPTS_VALUE) {
+    *place = 0;
+    return m_fromStart;
+  }
+  *place = stated;
+  if (m_fromStart || !_IsCoarse()) return true;
+  if (m_gridStep <= 0 || m_frame->nb_samples != m_gridStep) return false;
+  *place = m_gridPlace + RoundDown(stated - m_gridPlace + m_gridStep / 2, m_gridStep);
+  return std::abs(*place - stated) <= _Tolerance();
+}
+
+void CRkSoundReader::_Pump() {
+  if (m_silence > 0) {
+    const int64_t now = std::min(m_silence, kSilenceSamples);
+    if (!m_converter.ConvertSilence(now, &m_ready)) m_ended = true;
+    m_silence -= now;
+  } else if (m_frameHeld) {
+    _PumpFrame();
+  } else if (!_NextFrame()) {
+    m_converter.Flush(&m_ready);
+    m_ended = true;
+  }
+}
+
+void CRkSoundReader::_PumpFrame() {
+  m_frameHeld = false;
+  if (!m_converter.IsLike(*m_frame)) {
+    m_converter.Flush(&m_ready);
+    if (!m_converter.GoOnWith(*m_frame)) {
+      m_ended = true;
+      return;
+    }
+  }
+  const int64_t skipped = std::min<int64_t>(m_skip, m_frame->nb_samples);
+  m_skip -= skipped;
+  m_nextPlace += m_frame->nb_samples - skipped;
+  if (!m_converter.Convert(*m_frame, skipped, &m_ready)) m_ended = true;
+}
+
+// Decodes a frame and finds the gap or the overlap before it.
+bool CRkSoundReader::_NextFrame() {
+  do {
+    if (!m_decoder.NextFrame(m_frame.get())) return false;
+  } while (m_frame->nb_samples <= 0 || m_frame->sample_rate != m_converter.SourceRate());
+  m_frameHeld = true;
+  const int64_t expected = m_nextPlace - m_skip;
+  _LearnGrid(expected);
+  const int64_t stated = _StatedPlace();
+  if (stated == AV_NOPTS_VALUE) return true;
+  const int64_t gap = stated - expected;
+  if (gap > _Tolerance()) {
+    m_silence = gap - std::min(gap, m_skip);
+    m_skip -= std::min(gap, m_skip);
+    m_nextPlace += m_silence;
+  } else if (gap < -_Tolerance() && gap >= -kMaxOverlapSeconds * m_converter.SourceRate()) {
+    m_skip -= gap;
+  }
+  return true;
+}
+
+void CRkSoundReader::_LearnGrid(int64_t place) {
+  if (m_framesFromStart == 0) return;
+  ++m_framesFromStart;
+  const AVCodecParameters* codec = m_decoder.Stream()->codecpar;
+  if (codec->frame_size <= 0 && av_get_exact_bits_per_sample(codec->codec_id) == 0) return;
+  if (m_framesFromStart == 2 && m_gridStep == 0) {
+    m_gridPlace = place;
+    m_gridStep = m_frame->nb_samples;
+  } else if (m_framesFromStart > 2 && m_gridStep > 0 && (place - m_gridPlace) % m_gridStep != 0) {
+    m_gridStep = -1;  // frames of many lengths
+  }
+}
+
+// Where the frame's timestamp puts it; AV_NOPTS_VALUE without one.
+int64_t CRkSoundReader::_StatedPlace() const {
+  if (m_frame->best_effort_timestamp == AV_NOPTS_VALUE) return AV_NOPTS_VALUE;
+  const AVRational samples{1, m_converter.SourceRate()};
+  return av_rescale_q(m_frame->best_effort_timestamp, m_decoder.TimeBase(), samples) -
+         av_rescale_q(m_origin, m_originTimeBase, samples);
+}
+
+// Whether a timestamp is too coarse to name a sample.
+bool CRkSoundReader::_IsCoarse() const {
+  return av_cmp_q(m_decoder.TimeBase(), {1, m_converter.SourceRate()}) > 0;
+}
+
+// How far timestamps may be off without meaning a gap: two ticks, or a millisecond.
+int64_t CRkSoundReader::_Tolerance() const {
+  const AVRational timeBase = m_decoder.TimeBase();
+  return std::max(av_rescale(int64_t{2} * timeBase.num, m_converter.SourceRate(), timeBase.den),
+                  int64_t{m_converter.SourceRate() / 1000});
+}

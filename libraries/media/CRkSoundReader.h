@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "libraries/media/CRkSoundConverter.h"
+#include "libraries/media/CRkStreamDecoder.h"
+#include "libraries/media/SRkMediaSource.h"
+
+// Any stretch of a file's sound by its sample numbers in the output format, where sample 0 is at the
+// file's time 0: to the sample, whether reached by playing on or by a seek. What the file does not give is
+// silence. One thread at a time.
+//
+// m_ready holds the converted sound from sample m_readyFrom on. Places in the source are counted in
+// source samples from time 0; after the first frame they are told by counting, and timestamps serve only
+// to find gaps.
+class CRkSoundReader {
+ public:
+  explicit CRkSoundReader(const SRkWaveFormatInfo& format) : m_format(format), m_converter(format) {}
+
+  bool Open(const SRkMediaSource& source, std::string& reason);
+  // Fills in `count` samples from number `first` on; first is not below 0.
+  void Read(int64_t first, DWORD count, BYTE* data);
+
+ private:
+  int64_t _ReadyEnd() const {
+    return m_readyFrom + static_cast<int64_t>(m_ready.size()) / m_format.blockAlign;
+  }
+  void _Locate(int64_t first);
+  bool _Begin(bool fromStart);
+  bool _FindPlace(int64_t* place) const;
+  void _LearnGrid(int64_t place);
+  void _Pump();
+  void _PumpFrame();
+  bool _NextFrame();
+  int64_t _StatedPlace() const;
+  bool _IsCoarse() const;
+  int64_t _Tolerance() const;
+
+  const SRkWaveFormatInfo m_format;
+  CRkStreamDecoder m_decoder;
+  CRkSoundConverter m_converter;
+  CRkAv<AVFrame> m_frame{av_frame_alloc()};
+  bool m_frameHeld = false;  // m_frame is decoded and not converted yet
+  bool m_fromStart = false;  // nothing precedes m_readyFrom in the file
+  bool m_ended = false;
+  AVRational m_originTimeBase{0, 1};
+  int64_t m_origin = 0;
+
+  std::vector<BYTE> m_ready;
+  int64_t m_readyFrom = 0;
+  int64_t m_nextPlace = 0;  // in the source, of what is converted next
+  int64_t m_silence = 0;    // source samples of silence to convert before the held frame
+  int64_t m_skip = 0;       // source samples to leave out first
+
+  // Where timestamps are coarser than samples, frames of one length tell their place: each begins some
+  // number of steps after m_gridPlace. m_gridStep is 0 while not known, -1 when there is no such grid.
+  int64_t m_gridPlace = 0;
+  int64_t m_gridStep = 0;
+  int m_framesFromStart = 0;  // 0 after a seek
+};

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "libraries/media/CRkPacketSource.h"
+
+// The decoded frames of one stream of a file, in the order they are shown. One thread at a time; the
+// decoder uses no threads of its own, for hundreds of them run beside each other.
+class CRkStreamDecoder {
+ public:
+  // Where the packets go on after a seek.
+  struct SRkLanding {
+    int64_t pts;
+    int64_t dts;
+  };
+
+  // Starts at the first frame of the best stream of the type.
+  bool Open(const std::string& path, AVMediaType type, std::string& reason);
+
+  // False at the end of what can be decoded. Packets that cannot are passed over.
+  bool NextFrame(AVFrame* frame);
+
+  enum class ERkSeek { Landed, NothingThere, NotPossible };
+
+  // Decoding goes on at a key packet, normally at or before `timestamp`, whose times `landing` receives;
+  // unless that succeeds it goes on nowhere.
+  ERkSeek Seek(int64_t timestamp, SRkLanding* landing);
+  // Back to the first frame.
+  bool Restart();
+
+  AVStream* Stream() const { return m_source.Stream(); }
+  AVRational TimeBase() const { return Stream()->time_base; }
+  CRkPacketSource& Source() { return m_source; }
+
+ private:
+  bool _OpenCodec(std::string& reason);
+  bool _Feed();
+
+  CRkPacketSource m_source;
+  CRkAv<AVCodecContext> m_codec;
+  CRkAv<AVPacket> m_packet{av_packet_alloc()};
+  bool m_packetHeld = false;  // m_packet was read by Seek and is not decoded yet
+  bool m_ended = false;
+};

@@ -1,0 +1,85 @@
+#include <cmath>
+#include <limits>
+
+#include "base/RkWithinMemory.h"
+#include "contracts/RkMediaElement.h"
+#include "libraries/media/SRkMediaSource.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+namespace {
+
+int NearestFrameRate(AVRational rate) {
+  if (rate.num <= 0 || rate.den <= 0) return RkFrameRate_25;
+  int nearest = 0;
+  for (int i = 1; i < kRkFrameRateCount; ++i) {
+    if (av_nearer_q(rate, RkAvFrameRate(i), RkAvFrameRate(nearest)) > 0) nearest = i;
+  }
+  return nearest;
+}
+
+int NearestPixelFormat(AVPixelFormat format) {
+  const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(format);
+  if (descriptor == nullptr || descriptor->nb_components < 3) return RkPixelFormat_I420;
+  if (descriptor->log2_chroma_w == 0) return RkPixelFormat_I444;
+  return descriptor->log2_chroma_h == 0 ? RkPixelFormat_I422 : RkPixelFormat_I420;
+}
+
+WORD NearestBits(const SRkMediaLook& look) {
+  switch (av_get_packed_sample_fmt(look.sampleFormat)) {
+    case AV_SAMPLE_FMT_S32:
+      return look.sampleBits > 0 && look.sampleBits <= 24 ? 24 : 32;
+    default:
+      return 16;
+  }
+}
+
+SRkVideoResolution DescribePictures(const SRkMediaLook& look) {
+  SRkVideoResolution video{};
+  video.width = look.width;
+  video.height = look.height;
+  video.pixelFormat = NearestPixelFormat(look.pixelFormat);
+  video.frameRate = NearestFrameRate(look.frameRate);
+  if (look.pixelAspect.num > 0) {
+    video.aspectNumerator = look.pixelAspect.num;
+    video.aspectDenominator = look.pixelAspect.den;
+  }
+  video.colorRange = look.fullRange ? RkColorRange_Full : RkColorRange_Limited;
+  return video;
+}
+
+// What a file without pictures is shown as, where nothing else sets the format.
+SRkVideoResolution DescribeBlack() {
+  SRkVideoResolution video{};
+  video.width = 1280;
+  video.height = 720;
+  video.frameRate = RkFrameRate_25;
+  video.aspectNumerator = video.aspectDenominator = 1;
+  return video;
+}
+
+}  // namespace
+
+int RkDescribeMedia(const char* path, SRkMediaDescription* description, std::string& reason) {
+  if (path == nullptr || description == nullptr) {
+    reason = "no path or no description";
+    return 0;
+  }
+  SRkMediaSource source;
+  SRkMediaLook look;
+  int probed = 0;
+  if (!RkWithinMemory([&] { probed = RkProbeMedia(path, &source, &look, reason); })) reason = "out of memory";
+  if (!probed) return 0;
+  *description = {};
+  description->format.video = source.hasVideo ? DescribePictures(look) : DescribeBlack();
+  if (source.hasAudio) {
+    description->format.audio =
+        RkMakeWaveFormat(look.channels, static_cast<DWORD>(look.sampleRate), NearestBits(look));
+  }
+  description->frameCount = source.FrameCount(description->format.video.frameRate);
+  description->hasVideo = source.hasVideo;
+  description->hasAudio = source.hasAudio;
+  return 1;
+}

@@ -1,0 +1,167 @@
+#include "rkplay/cli/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+
+#include "rkplay/cli/FrameRate.h"
+#include "rkplay/cli/Number.h"
+#include "rkplay/cli/PictureSize.h"
+#include "rkplay/cli/UsageError.h"
+#include "rkplay/monitor/Window.h"
+
+namespace rkplay {
+namespace {
+
+constexpr int kMaximumChannels = 16;
+constexpr DWORD kMinimumAudioRate = 8000;
+constexpr DWORD kMaximumAudioRate = 192000;
+
+constexpr char kDescription[] =
+    "Plays clip lists through an output channel, one after the other without a gap.";
+
+constexpr char kClipHelp[] = "A clip list, NAME[@IN-OUT][*N]: see below";
+
+constexpr char kMonitorRule[] =
+    "The rule is a window where there is a display and no pictures or sound are written, else none.\n\n";
+
+constexpr char kFooter[] =
+    R"(rkplay preview plays one clip, rkplay frame writes single frames of one: each has a --help of its own.
+
+Clip lists, NAME[@IN-OUT][*N]:
+  NAME      a media file;
+            pattern:[FRAMES], colour bars and a tone (250 frames when no count is given);
+            or an .m3u or .m3u8 playlist, whose clips play as one list: a file or pattern:[FRAMES]
+            a line, relative to the playlist's folder, # begins a comment
+  @IN-OUT   only the frames from IN up to, but not with, OUT, counted from 0 at the output's frame
+            rate; on a playlist over all its clips
+  *N        the list N times; * alone for ever
+An existing file whose own name has an @ or * in it is that file.
+
+Every clip is opened before anything goes on air, and the next list is always cued while one plays.
+What is not given of the output format comes from the clips: size, frame rate and pixel format from
+the first with a picture, sound from the first with sound.
+
+With --manual, Enter takes the next list once one has ended, and leaves an endless list at once. After
+the last list there is nothing to take: it ends by itself.
+
+Keys, in the window and on a terminal (through a pipe with --keys or --manual):
+  space            pause, and go on
+  left, right      pause, one frame back or forward
+  page up, down    one second back or forward
+  home, end        first frame, last frame
+  t                the next list at once
+  r                repeat the list on air, on and off
+  q                end
+  ?                this help
+
+Exit status:
+  0    every list was played whole, or was left by a key
+  1    something could not be played to its end, or an output file could not be written
+  2    bad arguments, or a clip or output file that cannot be opened; nothing was played
+  130  stopped by Ctrl-C (143: by SIGTERM), after the summary
+
+Examples:
+  rkplay opener.mp4 news.mov closer.mp4 --realtime
+  rkplay --monitor=virtual --sound heard.wav opener.mp4 news.mov
+  rkplay 'clip.mp4@50-100*3' pattern:100 --video out.y4m --audio out.wav
+  rkplay 'pattern:*' show.m3u --manual --rate 29.97 --size 1280x720
+)";
+
+template <class Value>
+Value Require(const std::optional<Value>& value, const std::string& complaint) {
+  if (value) return *value;
+  throw UsageError(complaint);
+}
+
+template <class Whole>
+Whole ParseCount(const char* option, const std::string& text, Whole minimum, Whole maximum) {
+  return Require(ParseNumber<Whole>(text, minimum, maximum),
+                 std::string(option) + ": '" + text + "' is not a number from " + std::to_string(minimum) +
+                     " to " + std::to_string(maximum));
+}
+
+void AddFormatOptions(CLI::App& app, FormatOptions& format) {
+  const auto add = [&app](const char* name, const char* shape, const char* help, auto parse) {
+    app.add_option_function<std::string>(name, parse, help)->type_name(shape)->group("Output format");
+  };
+  add("--size", "WxH", "Picture size",
+      [&format](const std::string& text) { format.size = ParsePictureSize(text); });
+  add("--rate", "RATE", "Frame rate: 23.976, 24, 25, 29.97, 30, 50, 59.94, 60, or as a fraction",
+      [&format](const std::string& text) {
+        format.frameRate =
+            Require(ParseFrameRate(text), "--rate: '" + text + "' is not one of " + FrameRateNames());
+      });
+  add("--audio-rate", "HZ", "Samples per second", [&format](const std::string& text) {
+    format.audioRate = ParseCount<DWORD>("--audio-rate", text, kMinimumAudioRate, kMaximumAudioRate);
+  });
+  add("--audio-channels", "N", "Audio channels", [&format](const std::string& text) {
+    format.audioChannels = ParseCount<int>("--audio-channels", text, 1, kMaximumChannels);
+  });
+}
+
+void AddPlayOptions(CLI::App& app, Options& options) {
+  const char* group = "Playing";
+  app.add_option_function<std::string>(
+         "--start",
+         [&options](const std::string& text) {
+           options.startFrame = ParseCount<UINT>("--start", text, 0, kRkNoPosition - 1);
+         },
+         "Frame of the first list to begin with")
+      ->type_name("FRAME")
+      ->group(group);
+  app.add_flag("--realtime", options.realtime, "Pace by the frame rate instead of as fast as it goes")
+      ->group(group);
+  app.add_flag("--keys", options.keys, "Read keys from the standard input, also where that is no terminal")
+      ->group(group);
+  app.add_flag("--manual", options.manual, "At the end of a list wait for Enter before the next")
+      ->group(group);
+}
+
+void AddFileOptions(CLI::App& app, Options& options) {
+  const auto add = [&app](const char* name, std::string& path, const char* help) {
+    app.add_option(name, path, help)->type_name("FILE")->group("Files to write");
+  };
+  add("--video", options.videoPath, "Pictures that went on air, YUV4MPEG2 (.y4m)");
+  add("--audio", options.audioPath, "Sound that went on air (.wav)");
+  add("--log", options.logPath, "Diagnostic lines of the engine, appended");
+  add("--stats", options.statsPath, "The closing summary as JSON");
+}
+
+void RefuseEmptyPaths(const Options& options, const CLI::App& app) {
+  for (const auto& [name, path] : {std::pair<const char*, const std::string&>("--video", options.videoPath),
+                                   {"--audio", options.audioPath},
+                                   {"--log", options.logPath},
+                                   {"--stats", options.statsPath}}) {
+    if (path.empty() && app.count(name) != 0) throw UsageError(std::string(name) + ": no file name");
+  }
+}
+
+}  // namespace
+
+std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
+  Options options;
+  CLI::App app(kDescription, "rkplay");
+  app.get_formatter()->column_width(28);
+  app.footer(std::string(kMonitorHelp) + kMonitorRule + kFooter);
+  app.set_version_flag("--version", "rkplay " RKPLAY_VERSION);
+  app.add_option("CLIP", options.clips, kClipHelp)->required()->type_name("");
+  AddFormatOptions(app, options.format);
+  AddPlayOptions(app, options);
+  const MonitorArguments monitor(app);
+  AddFileOptions(app, options);
+  try {
+    app.parse(argumentCount, arguments);
+  } catch (const CLI::Success& request) {  // --help, --version
+    app.exit(request);
+    return std::nullopt;
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
+  }
+  RefuseEmptyPaths(options, app);
+  const bool writesFiles = !options.videoPath.empty() || !options.audioPath.empty();
+  options.monitor = monitor.Chosen(Window::HasDisplay() && !writesFiles ? "window" : "none");
+  return options;
+}
+
+}  // namespace rkplay

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+#include "contracts/RkMediaRecords.h"
+#include "rkplay/cli/Options.h"
+
+namespace rkplay {
+
+// What a clip contributes to the choice of the output format.
+struct ClipNature {
+  SRkClipFormat format;
+  bool hasVideo;
+  bool hasAudio;
+};
+
+// The format of pattern clips when nothing else is asked for: 640x360, 25 frames, 48 kHz stereo.
+SRkClipFormat DefaultFormat();
+
+// Chooses the format that everything is converted to: pictures as in the first clip with a picture,
+// sound as in the first clip with sound (none without such a clip), then what the options say. A change of
+// size keeps the shape of the picture by changing the shape of its pixels.
+class OutputFormat {
+ public:
+  // True while a further clip could still matter.
+  bool WantsMore() const { return !m_hasVideo || !m_hasAudio; }
+  void Consider(const ClipNature& clip);
+  SRkClipFormat Chosen(const FormatOptions& options) const;
+
+ private:
+  SRkClipFormat m_format = DefaultFormat();
+  bool m_hasVideo = false;
+  bool m_hasAudio = false;
+};
+
+// "640x360, 25 frames/s, 48000 Hz, 2 channels"
+std::string Describe(const SRkClipFormat& format);
+
+}  // namespace rkplay

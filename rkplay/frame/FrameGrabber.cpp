@@ -1,0 +1,68 @@
+#include "rkplay/frame/FrameGrabber.h"
+
+#include <utility>
+
+#include "base/CRkUnknown.h"
+#include "module/RkClipPlay.h"
+#include "rkplay/cli/UsageError.h"
+#include "rkplay/clips/PlayBufferPool.h"
+#include "rkplay/frame/ColourMatrix.h"
+
+namespace rkplay {
+namespace {
+
+// Frames that are read one by one need little more than one picture at a time.
+constexpr size_t kSpareMemory = size_t{8} << 20;
+
+}  // namespace
+
+// Keeps the frame shown last. No run is ever played, so all of it is on one thread.
+class FrameGrabber::Sink final : public CRkUnknown<IRkClipOutputCallback> {
+ public:
+  void OnPlayStart() override {}
+  void OnPlaySample(IRkAVPlaySample* sample) override { m_shown = CRkRef<IRkAVPlaySample>::Retain(sample); }
+  void OnPlayEnd() override {}
+
+  CRkRef<IRkAVPlaySample> Take() { return std::exchange(m_shown, {}); }
+
+ private:
+  CRkRef<IRkAVPlaySample> m_shown;
+};
+
+FrameGrabber::FrameGrabber(const Programme& programme)
+    : m_clip(programme.lists.front()),
+      m_writer(programme.format.video, ColourMatrixOf(programme)),
+      m_sink(CRkRef<Sink>::Adopt(new Sink)) {
+  const SRkWaveFormatInfo& audio = programme.format.audio;
+  const SRkWaveFormatInfo noSound = RkMakeWaveFormat(0, audio.samplesPerSecond, audio.bitsPerSample);
+  const auto pool = CRkRef<PlayBufferPool>::Adopt(new PlayBufferPool(kSpareMemory));
+  CRkRef<IRkClipElement> clip;
+  m_clip.elements->GetFirstElement(clip.Out());
+  if (!RkCreateClipSourcePlayer(programme.format.video, noSound, pool.Get(), m_sink.Get(), m_player.Out()) ||
+      !m_player->Open(clip.Get())) {
+    throw UsageError(m_clip.title + ": cannot be opened");
+  }
+}
+
+FrameGrabber::~FrameGrabber() = default;
+
+bool FrameGrabber::Grab(UINT position, const std::string& path, std::string& error) {
+  const std::string frame = m_clip.title + ": frame " + std::to_string(position);
+  const bool read = m_player->Seek(position) != FALSE;
+  const CRkRef<IRkAVPlaySample> sample = m_sink->Take();
+  if (!read || !sample) {
+    error = frame + " cannot be read";
+    return false;
+  }
+  // Another picture stands in for one that the file cannot give.
+  if (const auto* file = m_clip.FileAt(position); file != nullptr && file->errors->Has(position)) {
+    error = frame + " cannot be read (first fault met in the file: " + file->errors->FirstReason() + ")";
+    return false;
+  }
+  std::string reason;
+  if (m_writer.Write(*sample, path, reason)) return true;
+  error = path + ": cannot be written: " + reason;
+  return false;
+}
+
+}  // namespace rkplay

@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+#include "base/CRkHeapPlayBuffer.h"
+#include "base/CRkRef.h"
+#include "base/CRkUnknown.h"
+#include "contracts/RkClipCore.h"
+#include "contracts/RkHost.h"
+#include "contracts/RkKernel.h"
+#include "contracts/RkPictureLayout.h"
+#include "libraries/clip_core/RkPatternNumber.h"
+
+namespace {
+
+using Element = CRkRef<IRkClipElement>;
+using Sample = CRkRef<IRkAVPlaySample>;
+
+SRkClipFormat MakeFormat(int width, int height, int pixelFormat, int rate = RkFrameRate_25, int bits = 16,
+                         int channels = 2) {
+  return {RkMakeWaveFormat(channels, 48000, static_cast<WORD>(bits)),
+          {width, height, pixelFormat, 0, rate, 1, 1, RkColorRange_Limited, 0}};
+}
+
+Element MakeElement(UINT frames) {
+  Element element;
+  EXPECT_EQ(RkCreatePatternClipElement(frames, element.Out()), 1);
+  return element;
+}
+
+CRkRef<IRkPlayBuffer> PlaneOf(const Sample& sample, UINT plane) {
+  CRkRef<IRkVideoSample> video;
+  sample->GetVideoSample(video.Out());
+  CRkRef<IRkUnknown> buffer;
+  EXPECT_TRUE(video->GetBuffer(plane, buffer.Out()));
+  return CRkRef<IRkPlayBuffer>::Retain(dynamic_cast<IRkPlayBuffer*>(buffer.Get()));
+}
+
+// The number as a viewer reads it: the digit whose dots are exactly the bright ones; -1 for none.
+LONGLONG ReadNumber(const Sample& sample, const SRkVideoResolution& video) {
+  const auto luma = PlaneOf(sample, 0);
+  const int stride = RkPlaneLayout(video, 0).stride;
+  const SRkPatternNumberPlace place = RkPlacePatternNumber(video.width, video.height);
+  LONGLONG number = 0;
+  for (int index = 0; index < place.digits; ++index) {
+    UINT dots = 0;
+    for (int dot = 0; dot < kRkDigitWidth * kRkDigitHeight; ++dot) {
+      const int x = place.x + (index * kRkDigitPitch + dot % kRkDigitWidth) * place.dot + place.dot / 2;
+      const int y = place.y + dot / kRkDigitWidth * place.dot + place.dot / 2;
+      dots = dots * 2 + (luma->GetData()[y * stride + x] > 128 ? 1 : 0);
+    }
+    const int digit = static_cast<int>(std::find(kRkDigitDots, kRkDigitDots + 10, dots) - kRkDigitDots);
+    if (digit == 10) return -1;
+    number = number * 10 + digit;
+  }
+  return number;
+}
+
+std::vector<BYTE> SoundOf(const Sample& sample) {
+  CRkRef<IRkAudioSample> block;
+  sample->GetAudioSample(0, 0, block.Out());
+  if (!block) return {};
+  SRkAudioSampleInfo info = {};
+  block->GetInfo(&info);
+  SRkLockAudioSample lock = {};
+  block->Lock(&lock);
+  std::vector<BYTE> bytes(lock.data, lock.data + info.dataLength);
+  block->Unlock();
+  return bytes;
+}
+
+// The sound of elements that follow one another, read from the first frame to the last.
+std::vector<BYTE> SoundOfElements(const std::vector<UINT>& frameCounts, const SRkClipFormat& format) {
+  std::vector<BYTE> sound;
+  UINT start = 0;
+  for (const UINT frames : frameCounts) {
+    const auto element = MakeElement(frames);
+    element->SetTimelineStart(start);
+    start += frames;
+    EXPECT_TRUE(element->Open(nullptr, 0, &format));
+    for (Sample sample; element->ReadNextSample(sample.Out());) {
+      const std::vector<BYTE> part = SoundOf(sample);
+      sound.insert(sound.end(), part.begin(), part.end());
+    }
+  }
+  return sound;
+}
+
+double SampleAt(const std::vector<BYTE>& sound, size_t index, int bits) {
+  if (bits == 8) return (sound[index] - 128) / 128.0;
+  int value = 0;
+  std::memcpy(reinterpret_cast<BYTE*>(&value) + 4 - bits / 8, &sound[index * (bits / 8)], bits / 8);
+  return value / 2147483648.0;
+}
+
+// Lends its one buffer as the luma of 64x64, whether that is large enough or not.
+struct CSmallPool final : CRkUnknown<IRkPlayBufferPool> {
+  explicit CSmallPool(UINT bytes) { CRkHeapPlayBuffer::Create(bytes, buffer.Out()); }
+  BOOL GetBuffer(UINT bytes, IRkPlayBuffer** out) override {
+    if (bytes != 64 * 64) return FALSE;
+    buffer.CopyTo(out);
+    return TRUE;
+  }
+  CRkRef<IRkPlayBuffer> buffer;
+};
+
+TEST(PatternElement, burns_the_timeline_position_into_pictures_of_every_kind) {
+  for (const int pixelFormat : {RkPixelFormat_I420, RkPixelFormat_I422, RkPixelFormat_I444}) {
+    for (const auto& [width, height] : {std::pair{16, 16}, {720, 576}, {333, 251}, {2000, 16}, {16, 900}}) {
+      const SRkClipFormat format = MakeFormat(width, height, pixelFormat);
+      const auto element = MakeElement(3);
+      ASSERT_TRUE(element->Open(nullptr, 0, &format));
+      for (const UINT start : {0u, 1234567890u, 4294967290u}) {
+        element->SetTimelineStart(start);
+        Sample sample;
+        ASSERT_TRUE(element->ReadSampleAt(2, sample.Out()));
+        EXPECT_EQ(sample->GetPosition(), start + 2);
+        const int digits = RkPlacePatternNumber(width, height).digits;
+        EXPECT_GE(digits, 4);
+        EXPECT_EQ(ReadNumber(sample, format.video),
+                  (start + 2LL) % static_cast<LONGLONG>(std::pow(10, digits)))
+            << width << 'x' << height;
+      }
+    }
+  }
+}
+
+TEST(PatternElement, refuses_formats_it_cannot_make_but_not_one_without_channels) {
+  const auto element = MakeElement(1);
+  const SRkClipFormat good = MakeFormat(16, 16, RkPixelFormat_I444, RkFrameRate_60, 32);
+  ASSERT_TRUE(element->Open(nullptr, 0, &good));
+  Sample sample;
+  for (const SRkClipFormat& bad :
+       {MakeFormat(15, 16, 0), MakeFormat(16, 15, 0), MakeFormat(-16, 16, 0), MakeFormat(0x7FFFFFFF, 16, 0),
+        MakeFormat(16, 16, 3), MakeFormat(16, 16, -1), MakeFormat(16, 16, 0, 8), MakeFormat(16, 16, 0, -1),
+        MakeFormat(16, 16, 0, 0, 20), MakeFormat(16, 16, 0, 0, 0), MakeFormat(16, 16, 0, 0, 32, 20000)}) {
+    EXPECT_FALSE(element->Open(nullptr, 0, &bad));
+    EXPECT_FALSE(element->ReadNextSample(sample.Out()));
+  }
+
+  const SRkClipFormat silent = MakeFormat(16, 16, RkPixelFormat_I420, RkFrameRate_25, 0, 0);
+  ASSERT_TRUE(element->Open(nullptr, 0, &silent) && element->ReadNextSample(sample.Out()));
+  EXPECT_TRUE(SoundOf(sample).empty());
+  EXPECT_EQ(RkCreatePatternClipElement(0, Element().Out()), 0);
+}
+
+TEST(PatternElement, sounds_without_a_seam_from_element_to_element) {
+  for (const int bits : {8, 16, 24, 32}) {
+    const SRkClipFormat format = MakeFormat(16, 16, RkPixelFormat_I420, RkFrameRate_29_97, bits, 3);
+    const std::vector<BYTE> sound = SoundOfElements({1, 7, 40, 4}, format);
+    EXPECT_EQ(sound, SoundOfElements({52}, format));
+    ASSERT_EQ(sound.size(), size_t{52} * 48000 * 1001 / 30000 * format.audio.blockAlign);
+    double crest = 0;
+    for (size_t index = 0; index < sound.size() / format.audio.blockAlign; ++index) {
+      const double wave = 0.12589 * std::sin(2 * 3.14159265358979 * (index % 48) / 48);
+      for (size_t channel = 0; channel < 3; ++channel)
+        ASSERT_NEAR(SampleAt(sound, index * 3 + channel, bits), wave, 1.0 / 128);
+      crest = std::max(crest, SampleAt(sound, index * 3, bits));
+    }
+    EXPECT_NEAR(20 * std::log10(crest), -18, bits == 8 ? 0.3 : 0.01);
+  }
+}
+
+TEST(PatternElement, draws_into_the_pools_memory_and_into_its_own_where_that_is_missing) {
+  const SRkClipFormat format = MakeFormat(64, 64, RkPixelFormat_I420);
+  const auto element = MakeElement(2);
+  Sample sample;
+  for (const UINT bytes : {64u * 64, 64u * 64 - 1}) {
+    const auto pool = CRkRef<CSmallPool>::Adopt(new CSmallPool(bytes));
+    ASSERT_TRUE(element->Open(pool.Get(), 0, &format) && element->ReadNextSample(sample.Out()));
+    EXPECT_EQ(PlaneOf(sample, 0).Get() == pool->buffer.Get(), bytes == 64 * 64);
+    EXPECT_EQ(ReadNumber(sample, format.video), 0);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,290 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <future>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include "base/RkMonotonicTime.h"
+#include "libraries/kernel/audio/CRkAudioDirectSound.h"
+#include "tests/libraries/kernel/AudioRendererFakes.h"
+#include "tests/support/RkLogRecorder.h"
+
+namespace {
+
+constexpr DWORD kFrameBytes = 4;
+constexpr DWORD kPeriodBytes = 480 * kFrameBytes;  // 10 ms
+constexpr double kSpanMs = 100.0;
+constexpr DWORD kSpanFrames = 4800;
+constexpr DWORD kStartBytes = 2 * kPeriodBytes;
+constexpr LONGLONG kMs = 1'000'000;
+
+std::atomic<LONGLONG> g_now = 0;
+
+// What a test decides and sees of the sound system, which belongs to the renderer.
+struct SScript {
+  bool opens = true;
+  bool isVirtual = false;
+  std::atomic<bool> lost = false;
+  std::atomic<int> running = 0;
+  IRkSoundSource* source = nullptr;
+  std::vector<BYTE> taken;
+  size_t takenAtStop = 0;
+};
+
+class CScriptedOutput final : public IRkSoundOutput {
+ public:
+  explicit CScriptedOutput(SScript& script) : m_script(script) {}
+  bool Open(const SRkWaveFormatInfo&, IRkSoundSource& source) override {
+    m_script.source = &source;
+    return m_script.opens;
+  }
+  void Start() override { ++m_script.running; }
+  void Stop() override {
+    m_script.running = 0;
+    m_script.takenAtStop = m_script.taken.size();
+  }
+  bool IsLost() override { return m_script.lost; }
+  DWORD LatencyFrames() const override { return 0; }
+  bool IsVirtual() const override { return m_script.isVirtual; }
+
+ private:
+  SScript& m_script;
+};
+
+class audio_renderer : public testing::Test {
+ protected:
+  void Create(DWORD startBytes = kStartBytes) {
+    m_renderer = CRkAudioDirectSound::Create(
+        kTestFormat, kSpanMs, startBytes, std::make_unique<CScriptedOutput>(m_script),
+        CRkRef<IRkAudioMonitor>::Retain(m_monitor.Get()), [] { return g_now.load(); });
+    ASSERT_TRUE(m_renderer);
+  }
+  void Write(DWORD bytes) {
+    m_renderer->WriteSample(MakeSound(m_written, bytes).Get(), m_written);
+    m_written += bytes;
+  }
+  void Pull(DWORD bytes = kPeriodBytes) {
+    const size_t begin = m_script.taken.size();
+    m_script.taken.resize(begin + bytes);
+    m_script.source->Pull(m_script.taken.data() + begin, bytes);
+  }
+  void PullAfter10Ms() {
+    g_now += 10 * kMs;
+    Pull();
+  }
+  double Position() {
+    double position = 0.0;
+    m_renderer->GetPlayPosition(&position);
+    return position;
+  }
+
+  // The position wraps at the span.
+  bool IsAt(double milliseconds) {
+    const double position = Position();
+    return position < kSpanMs && std::abs(std::remainder(position - milliseconds, kSpanMs)) < 1e-6;
+  }
+
+  SScript m_script;
+  CRkRef<CSoundRecorder> m_monitor = CRkRef<CSoundRecorder>::Adopt(new CSoundRecorder);
+  CRkRef<IRkAudioDirectSound> m_renderer;
+  ULONGLONG m_written = 0;
+};
+
+TEST_F(audio_renderer, plays_once_enough_is_written_and_then_silence) {
+  Create();
+  EXPECT_EQ(m_renderer->GetBufferDuration(), kSpanMs);
+  EXPECT_EQ(m_monitor->Created(), 1);
+  EXPECT_FALSE(m_renderer->Play());
+  Write(kStartBytes - kFrameBytes);
+  EXPECT_FALSE(m_renderer->Play());
+  EXPECT_EQ(m_script.running, 0);
+  Write(kFrameBytes);
+  for (int i = 0; i < 3; ++i) EXPECT_TRUE(m_renderer->Play());
+  EXPECT_EQ(m_script.running, 1);
+
+  for (int i = 0; i < 25; ++i) {
+    Pull();
+    EXPECT_TRUE(IsAt(10.0 * i));
+    g_now += 10 * kMs;
+  }
+  EXPECT_EQ(m_script.taken, StreamThenSilence(kStartBytes, 25 * kPeriodBytes));
+  EXPECT_EQ(m_monitor->Heard(), m_script.taken);
+}
+
+TEST_F(audio_renderer, gives_back_every_byte_over_many_wraps) {
+  Create(0);
+  EXPECT_TRUE(m_renderer->Play());
+  // Steps that share no divisor with the span, so that they straddle its end in ever new ways.
+  constexpr DWORD kWritten = 121 * kFrameBytes, kPulled = 91 * kFrameBytes;
+  while (m_script.taken.size() < 40 * kSpanFrames * kFrameBytes) {
+    while (m_written + kWritten <= m_script.taken.size() + kSpanFrames * kFrameBytes) Write(kWritten);
+    Pull(kPulled);
+  }
+  EXPECT_EQ(m_script.taken, StreamThenSilence(m_script.taken.size(), m_script.taken.size()));
+}
+
+TEST_F(audio_renderer, skips_sound_that_comes_late_cuts_what_comes_early_and_is_silent_elsewhere) {
+  Create(0);
+  EXPECT_TRUE(m_renderer->Play());
+  const auto write = [this](ULONGLONG beginFrame, DWORD frames) {
+    const ULONGLONG begin = beginFrame * kFrameBytes;
+    m_renderer->WriteSample(MakeSound(begin, frames * kFrameBytes).Get(), begin);
+  };
+  Pull(10 * kFrameBytes);
+  write(0, 8);  // wholly late
+  write(6, 8);  // its first four frames are late
+  Pull(6 * kFrameBytes);
+  write(kSpanFrames + 10, 20);  // fits up to 16 frames past the span
+  write(kSpanFrames + 16, 4);   // wholly early
+  write(20, 4);                 // before what is written already
+  m_renderer->WriteSample(MakeSound(0, 8 * kFrameBytes).Get(), ~ULONGLONG{0} - 2);
+  Pull((kSpanFrames + 4) * kFrameBytes);  // more at once than the span
+  Pull(kSpanFrames * kFrameBytes);
+
+  std::vector<BYTE> expected(m_script.taken.size(), 0);
+  for (const auto& [first, end] : {std::pair{10u, 14u}, {20u, 24u}, {kSpanFrames + 10, kSpanFrames + 16}}) {
+    for (DWORD i = first * kFrameBytes; i < end * kFrameBytes; ++i) expected[i] = StreamByte(i);
+  }
+  EXPECT_EQ(m_script.taken, expected);
+}
+
+TEST_F(audio_renderer, begins_anew_at_byte_0_after_a_reset) {
+  Create();
+  Write(4 * kPeriodBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  PullAfter10Ms();
+  m_renderer->Reset();  // cuts what is left
+  EXPECT_EQ(m_script.running, 0);
+  EXPECT_EQ(Position(), 0.0);
+  EXPECT_FALSE(m_renderer->Play());
+
+  m_written = 0;
+  m_script.taken.clear();
+  Write(kStartBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  EXPECT_EQ(m_script.running, 1);
+  Pull();
+  PullAfter10Ms();
+  PullAfter10Ms();
+  EXPECT_EQ(m_script.taken, StreamThenSilence(kStartBytes, 3 * kPeriodBytes));
+  EXPECT_NEAR(Position(), 20.0, 1e-6);
+}
+
+TEST_F(audio_renderer, waits_for_a_virtual_card_that_wakes_late_and_hands_it_the_rest_when_it_stops) {
+  m_script.isVirtual = true;
+  Create();
+  Write(9 * kPeriodBytes + kFrameBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  g_now += 2000 * kMs;
+  EXPECT_NEAR(Position(), 10.0, 1e-6);
+  Pull();
+  for (int i = 0; i < 2; ++i) {
+    m_renderer->Stop();
+    EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, m_written));
+  }
+  EXPECT_EQ(m_script.running, 0);
+  EXPECT_FALSE(m_renderer->Play());
+  const double stoppedAt = Position();
+  g_now += 50 * kMs;
+  EXPECT_EQ(Position(), stoppedAt);
+}
+
+TEST_F(audio_renderer, waits_at_a_stop_until_the_card_has_taken_the_last_byte) {
+  Create();
+  Write(9 * kPeriodBytes + kFrameBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  auto stopped = std::async(std::launch::async, [&] { m_renderer->Stop(); });
+  while (m_script.taken.size() < m_written) PullAfter10Ms();
+  stopped.get();
+  EXPECT_EQ(m_script.takenAtStop, 10 * kPeriodBytes);
+  EXPECT_EQ(m_monitor->Heard(), StreamThenSilence(m_written, 10 * kPeriodBytes));
+}
+
+TEST_F(audio_renderer, goes_on_by_the_clock_when_the_card_takes_no_sound_and_says_so_once) {
+  CLogRecorder log;
+  Create();
+  m_renderer->SetNotifyInterval(1000.0 / 62);
+  Write(10 * kPeriodBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  g_now += 500 * kMs;
+  EXPECT_NEAR(Position(), 10.0, 1e-6);
+  EXPECT_TRUE(log.Lines().empty());  // not yet lost
+  g_now += kMs;
+  EXPECT_NEAR(Position(), 10.0, 1e-6);
+  g_now += 5 * kMs;
+  EXPECT_NEAR(Position(), 15.0, 1e-6);
+  EXPECT_TRUE(m_renderer->WaitForNotify(0));
+  g_now += 40 * kMs;
+  EXPECT_NEAR(Position(), 55.0, 1e-6);
+  EXPECT_EQ(m_monitor->Heard().size(), kPeriodBytes);
+  EXPECT_EQ(log.Lines().size(), 1u);
+
+  // The card comes back where the clock has come to; what was due meanwhile is dropped.
+  g_now += 5 * kMs;
+  Pull();
+  std::vector<BYTE> expected = StreamThenSilence(10 * kPeriodBytes, 10 * kPeriodBytes);
+  expected.erase(expected.begin() + kPeriodBytes, expected.begin() + 6 * kPeriodBytes);
+  expected.resize(2 * kPeriodBytes);
+  EXPECT_EQ(m_script.taken, expected);
+  PullAfter10Ms();
+  EXPECT_NEAR(Position(), 70.0, 1e-6);
+
+  m_script.lost = true;  // unplugged: known at once
+  for (int i = 1; i <= 50; ++i) {
+    g_now += 2 * kMs;
+    EXPECT_TRUE(IsAt(70.0 + 2.0 * i));
+  }
+  m_written = 20 * kPeriodBytes;
+  Write(kPeriodBytes);
+  m_renderer->Stop();  // waits for nobody
+  EXPECT_EQ(m_script.running, 0);
+  EXPECT_EQ(log.Lines().size(), 1u);
+}
+
+TEST_F(audio_renderer, lets_two_callers_count_every_wrap_of_a_long_jump) {
+  Create();
+  Write(kStartBytes);
+  EXPECT_TRUE(m_renderer->Play());
+  Pull();
+  for (int i = 0; i < 33; ++i) PullAfter10Ms();  // 3.3 spans in which nobody asks
+  struct {
+    double positionMs = 0.0;
+    int wraps = 0;
+  } callers[2];
+  for (int call = 0; call < 20; ++call) {
+    auto& caller = callers[call % 2];
+    const double last = std::exchange(caller.positionMs, Position());
+    if (caller.positionMs < last) ++caller.wraps;
+  }
+  for (const auto& caller : callers) EXPECT_NEAR(caller.wraps * kSpanMs + caller.positionMs, 330.0, 1e-6);
+
+  m_written = (static_cast<ULONGLONG>(callers[0].wraps) * 10 + 4) * kPeriodBytes;
+  Write(kPeriodBytes);
+  PullAfter10Ms();
+  EXPECT_EQ(m_script.taken.back(), StreamByte(m_written - 1));
+}
+
+TEST_F(audio_renderer, is_not_created_for_what_it_cannot_play) {
+  const auto creates = [this](const SRkWaveFormatInfo& format, double bufferMs, DWORD startBytes) {
+    return static_cast<bool>(CRkAudioDirectSound::Create(
+        format, bufferMs, startBytes, std::make_unique<CScriptedOutput>(m_script), {}, &RkMonotonicNow));
+  };
+  EXPECT_TRUE(creates(kTestFormat, 10.0, kPeriodBytes));
+  EXPECT_FALSE(creates(kTestFormat, 10.0, kPeriodBytes + 1));
+  for (const double bufferMs : {0.0, -1.0, 0.001, 1e300, std::numeric_limits<double>::quiet_NaN()})
+    EXPECT_FALSE(creates(kTestFormat, bufferMs, 0)) << bufferMs;
+  EXPECT_FALSE(creates(RkMakeWaveFormat(2, 0, 16), 10.0, 0));
+  SRkWaveFormatInfo floats = RkMakeWaveFormat(2, 48000, 32);
+  floats.formatType = 3;
+  EXPECT_FALSE(creates(floats, 10.0, 0));
+  m_script.opens = false;
+  EXPECT_FALSE(creates(kTestFormat, 10.0, 0));
+}
+
+}  // namespace

@@ -1,0 +1,93 @@
+#include "tests/rkplay/RkplayTest.h"
+
+namespace {
+
+constexpr size_t kPictureBytes = 100 * 62 * 3 / 2;
+
+// rkplay's files against what the ffmpeg program gives for the same clips.
+class RkplayJoin : public RkplayTest {
+ protected:
+  std::string ReferencePictures(const Words& clips) const {
+    return _Joined(clips, ":v]", "v=1:a=0' -fps_mode passthrough -f rawvideo");
+  }
+  std::string ReferenceSound(const Words& clips) const { return _Joined(clips, ":a]", "v=0:a=1' -f s16le"); }
+  void ExpectPlays(const Words& clips, const std::string& pictures, const std::string& sound) const {
+    Words arguments = clips;
+    arguments.insert(arguments.end(), {"--video", "out.y4m", "--audio", "out.wav"});
+    const Result result = Rkplay(arguments);
+    EXPECT_EQ(result.status, 0) << result.errors;
+    // Compared as a whole: the difference itself would be no help to read.
+    EXPECT_TRUE(Pictures("out.y4m", kPictureBytes) == pictures);
+    EXPECT_TRUE(Sound("out.wav") == sound);
+  }
+
+ private:
+  std::string _Joined(const Words& clips, const std::string& pad, const std::string& output) const {
+    std::string inputs;
+    std::string pads;
+    for (size_t clip = 0; clip < clips.size(); ++clip) {
+      inputs.append("-i ").append(clips[clip]).append(" ");
+      pads.append("[").append(std::to_string(clip)).append(pad);
+    }
+    return Ffmpeg(
+        inputs + "-filter_complex '" + pads + "concat=n=" + std::to_string(clips.size()) + ":" + output,
+        "reference");
+  }
+};
+
+const std::string kLongGop = "-c:v libx264 -g 60 -bf 3 -pix_fmt yuv420p -c:a pcm_s16le";
+
+TEST_F(RkplayJoin, files_in_the_output_format_join_to_the_bit) {
+  MakeClip("a.mov", "25", "2.4", kLongGop);
+  MakeClip("b.mkv", "25", "1.2", "-c:v mpeg4 -g 1 -pix_fmt yuv420p -c:a pcm_s16le -ac 1");
+  MakeClip("broadcast.mov", "30000/1001", "2.002", kLongGop);
+  MakeClip("longer.mov", "30000/1001", "3.003", kLongGop);
+  for (const Words& clips : {Words{"a.mov", "b.mkv", "a.mov"}, Words{"broadcast.mov", "longer.mov"}}) {
+    ExpectPlays(clips, ReferencePictures(clips), ReferenceSound(clips));
+  }
+}
+
+TEST_F(RkplayJoin, ranges_and_repeats_of_a_playlist_cut_frames_and_their_sound_exactly) {
+  MakeClip("a.mov", "25", "1.6", kLongGop);
+  MakeClip("b.mov", "25", "0.8", kLongGop);
+  WriteFile("lists/show.m3u", "#EXTM3U\n../a.mov\n" + Path("b.mov") + "\n../a.mov\n");
+  const std::string pictures = ReferencePictures({"a.mov", "b.mov", "a.mov"});
+  const std::string sound = ReferenceSound({"a.mov", "b.mov", "a.mov"});
+  const auto cut = [](const std::string& all, size_t unit) {
+    const std::string range = all.substr(33 * unit, (67 - 33) * unit);
+    const std::string first = all.substr(0, unit);
+    return range + range + range + first + first;
+  };
+  ExpectPlays({"lists/show.m3u@33-67*3", "a.mov@0-1*2"}, cut(pictures, kPictureBytes), cut(sound, 1920 * 2));
+}
+
+TEST_F(RkplayJoin, a_truncated_file_keeps_its_length_and_is_reported) {
+  MakeClip("whole.mov", "25", "4", "-c:v mjpeg -pix_fmt yuvj420p -c:a pcm_s16le -movflags +faststart");
+  const std::string whole = ReadFile("whole.mov");
+  WriteFile("cut.mov", whole.substr(0, whole.size() * 6 / 10));
+  const Result result = Rkplay({"cut.mov", "pattern:5", "--video", "out.y4m", "--stats", "stats.json"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.errors.find("cut.mov: "), std::string::npos) << result.errors;
+  EXPECT_EQ(Outcomes(), Words({"damaged", "played"}));
+  const auto stats = Stats();
+  EXPECT_GT(stats["lists"][0]["readErrors"], 10);
+  EXPECT_LT(stats["lists"][0]["readErrors"], 90);
+  EXPECT_EQ(stats["lists"][1]["readErrors"], 0);
+  EXPECT_EQ(Pictures("out.y4m", kPictureBytes).size(), 105 * kPictureBytes);
+}
+
+// The third list is cued only when the second goes on air.
+TEST_F(RkplayJoin, a_file_that_vanishes_before_its_turn_costs_its_list_and_no_other) {
+  MakeClip("gone.mov", "25", "0.4", kLongGop);
+  Process process(Command({"pattern:5", "pattern:5", "gone.mov", "pattern:7", "--manual", "--size", "100x62",
+                           "--stats", "stats.json"}));
+  ASSERT_TRUE(process.WaitForOutput("list 1/4  has ended"));
+  std::filesystem::remove(Path("gone.mov"));
+  process.Type("\n\n");
+  EXPECT_EQ(process.Wait(), 1);
+  EXPECT_EQ(process.Errors(), "rkplay: list 3: gone.mov: No such file or directory, the list is left\n");
+  EXPECT_EQ(Outcomes(), Words({"played", "played", "failed", "played"}));
+  EXPECT_EQ(Stats()["deliveredFrames"], 17);
+}
+
+}  // namespace

@@ -1,0 +1,53 @@
+#include "tests/rkplay/RkplayTest.h"
+
+namespace {
+
+using RkplayRefusal = RkplayTest;
+
+TEST_F(RkplayRefusal, arguments_that_make_no_sense_are_refused_in_one_line) {
+  ExpectRefused({}, "CLIP");
+  ExpectRefused({"--nonsense", "pattern:5"}, "--nonsense");
+  ExpectRefused({"pattern:5", "--size"}, "--size");
+  for (const char* size : {"640", "640x", "x360", "0x360", "640x-1", "99999999999x1", "640x360x2"}) {
+    ExpectRefused({"--size", size, "pattern:5"}, "--size: '" + std::string(size) + "'");
+  }
+  ExpectRefused({"--rate", "26", "pattern:5"}, "29.97");
+  ExpectRefused({"--audio-rate", "0", "pattern:5"}, "--audio-rate");
+  ExpectRefused({"--audio-channels", "-2", "pattern:5"}, "--audio-channels");
+  ExpectRefused({"--start", "-1", "pattern:5"}, "--start");
+  ExpectRefused({"--start", "4294967296", "pattern:5"}, "--start");
+  ExpectRefused({"--start", "5", "pattern:5*2"}, "--start: 5 is past the last frame");
+  ExpectRefused({"pattern:5@2-6"}, "pattern:5@2-6: the range ends past the last of 5 frames");
+}
+
+TEST_F(RkplayRefusal, a_clip_that_cannot_be_opened_stops_everything_before_it_begins) {
+  WriteFile("text.mp4", "this is no film");
+  ExpectRefused({"pattern:5", "gone.mp4", "--video", "out.y4m"}, "gone.mp4: No such file or directory");
+  ExpectRefused({"pattern:5", "text.mp4", "--video", "out.y4m"}, "text.mp4: ");
+  EXPECT_FALSE(std::filesystem::exists(Path("out.y4m")));
+}
+
+TEST_F(RkplayRefusal, faults_of_a_playlist_name_the_playlist_and_its_line) {
+  ExpectRefused({"gone.m3u"}, "gone.m3u: No such file or directory");
+  WriteFile("empty.m3u", "#EXTM3U\r\n\r\n# nothing\r\n");
+  ExpectRefused({"empty.m3u"}, "empty.m3u: the playlist names no clip");
+  WriteFile("sub/missing.m3u", "pattern:5\n\ngone.mp4\n");
+  ExpectRefused({"sub/missing.m3u"}, "sub/missing.m3u: line 3: sub/gone.mp4: No such file or directory");
+  WriteFile("nested.m3u8", "other.m3u\n");
+  ExpectRefused({"nested.m3u8"}, "nested.m3u8: line 1: a playlist inside a playlist");
+  WriteFile("pattern.m3u", "pattern:no\n");
+  ExpectRefused({"pattern.m3u"}, "pattern.m3u: line 1: pattern:no");
+}
+
+TEST_F(RkplayRefusal, files_that_cannot_or_must_not_be_written_are_refused) {
+  for (const char* option : {"--video", "--audio", "--log", "--stats"}) {
+    ExpectRefused({"pattern:5", option, "gone/file"}, "gone/file: cannot be written");
+    ExpectRefused({"pattern:5", option, ""}, std::string(option) + ": no file name");
+  }
+  ExpectRefused({"pattern:5", "--video", "same", "--stats", "./same"}, "./same: is to be written twice");
+  WriteFile("list.m3u", "pattern:5\n");
+  ExpectRefused({"list.m3u", "--log", "./list.m3u"}, "./list.m3u: is played and cannot be written");
+  EXPECT_EQ(ReadFile("list.m3u"), "pattern:5\n");
+}
+
+}  // namespace
