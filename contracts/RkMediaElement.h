@@ -21,11 +21,23 @@ class IRkMediaReadSink : public IRkUnknown {
   virtual void OnFrameSubstituted(UINT offset, const char* reason) = 0;
 };
 
+// How luma and chroma make up red, green and blue.
+enum ERkColorMatrix : int {
+  RkColorMatrix_BT601 = 0,
+  RkColorMatrix_BT709 = 1,
+  RkColorMatrix_BT2020 = 2,
+  RkColorMatrix_SMPTE240M = 3,
+  RkColorMatrix_FCC = 4,
+};
+
 struct SRkMediaDescription {
   SRkClipFormat format;  // the nearest format that needs no conversion; channels 0 without sound
   UINT frameCount;       // at format.video.frameRate
   BOOL hasVideo;
   BOOL hasAudio;
+  // An ERkColorMatrix: as the file states it, otherwise by the custom of its size (RkHasHdColours), which
+  // also holds for pictures coded as RGB and for files without pictures.
+  int colorMatrix;
 };
 
 // Looks into a file. 0 when it cannot be read; `reason` then says why in a few words.

@@ -3,6 +3,7 @@
 
 #include "base/RkWithinMemory.h"
 #include "contracts/RkMediaElement.h"
+#include "contracts/RkPictureLayout.h"
 #include "libraries/media/SRkMediaSource.h"
 
 extern "C" {
@@ -33,6 +34,25 @@ WORD NearestBits(const SRkMediaLook& look) {
       return look.sampleBits > 0 && look.sampleBits <= 24 ? 24 : 32;
     default:
       return 16;
+  }
+}
+
+ERkColorMatrix DescribeMatrix(AVColorSpace stated, int height) {
+  switch (stated) {
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+      return RkColorMatrix_BT601;
+    case AVCOL_SPC_BT709:
+      return RkColorMatrix_BT709;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+      return RkColorMatrix_BT2020;
+    case AVCOL_SPC_SMPTE240M:
+      return RkColorMatrix_SMPTE240M;
+    case AVCOL_SPC_FCC:
+      return RkColorMatrix_FCC;
+    default:
+      return RkHasHdColours(height) ? RkColorMatrix_BT709 : RkColorMatrix_BT601;
   }
 }
 
@@ -78,6 +98,7 @@ int RkDescribeMedia(const char* path, SRkMediaDescription* description, std::str
     description->format.audio =
         RkMakeWaveFormat(look.channels, static_cast<DWORD>(look.sampleRate), NearestBits(look));
   }
+  description->colorMatrix = DescribeMatrix(look.matrix, description->format.video.height);
   description->frameCount = source.FrameCount(description->format.video.frameRate);
   description->hasVideo = source.hasVideo;
   description->hasAudio = source.hasAudio;

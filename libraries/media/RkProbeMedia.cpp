@@ -38,6 +38,7 @@ bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reas
   look->height = frame->height;
   look->pixelFormat = static_cast<AVPixelFormat>(frame->format);
   look->fullRange = RkIsFullRange(*frame);
+  look->matrix = frame->colorspace;
   return true;
 }
 

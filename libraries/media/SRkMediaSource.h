@@ -29,6 +29,7 @@ struct SRkMediaLook {
   int height = 0;
   AVPixelFormat pixelFormat = AV_PIX_FMT_NONE;
   bool fullRange = false;
+  AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
   int channels = 0;
   int sampleRate = 0;
   AVSampleFormat sampleFormat = AV_SAMPLE_FMT_NONE;
