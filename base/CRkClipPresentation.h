@@ -9,21 +9,21 @@
 #include "base/RkWithinMemory.h"
 #include "contracts/RkClipCore.h"
 
-// A frame of an element's source, and the first of those that are presented in one row with it.
+// A presented frame of an element's source, and the first frame of the unbroken row that it belongs to.
 struct SRkPresentedFrame {
   UINT source = 0;
   UINT rowStart = 0;
 };
 
-// What a clip element shows of its source, and where: its mode, its trim information, the offsets that
-// are left, and its start on the list's timeline.
+// The part of its source that a clip element presents, and the setting that the host chooses for it.
 //
-// Any thread may enter. The object's own lock guards every field; no other object is called under it,
-// but for counting a reference up. The trim ranges are copied when they are set, cut to the source.
+// Any thread may enter. The lock guards every field; under it nothing is called but AddRef of the trim
+// information, of which the object owns one reference. The ranges are copied when they are set, and cut
+// to the source.
 class CRkClipPresentation {
  public:
   explicit CRkClipPresentation(UINT sourceFrameCount)
-      : m_sourceFrameCount(sourceFrameCount), m_runs(_Whole()), m_presentedCount(sourceFrameCount) {}
+      : m_sourceFrameCount(sourceFrameCount), m_rows(_Whole()), m_presentedCount(sourceFrameCount) {}
 
   // `changed` may be null.
   void SetMode(UINT mode, BOOL* changed) {
@@ -36,24 +36,15 @@ class CRkClipPresentation {
     return m_mode;
   }
 
-  void SetTimelineStart(UINT position) {
-    CRkScopedLock lock(m_lock);
-    m_timelineStart = position;
-  }
-  UINT GetTimelineStart() const {
-    CRkScopedLock lock(m_lock);
-    return m_timelineStart;
-  }
-
   // Null, or information without ranges, presents the whole source. Without memory nothing changes.
   void SetTrimInfo(IRkClipTrimInfo* info) {
-    std::vector<SRkRun> runs;
-    if (!RkWithinMemory([&] { runs = _RunsOf(info); })) return;
-    const UINT count = runs.empty() ? 0 : runs.back().firstOffset + runs.back().count;
+    std::vector<SRow> rows;
+    if (!RkWithinMemory([&] { rows = _RowsOf(info); })) return;
+    const UINT count = rows.empty() ? 0 : rows.back().firstOffset + rows.back().count;
     CRkRef<IRkClipTrimInfo> held = CRkRef<IRkClipTrimInfo>::Retain(info);
     CRkScopedLock lock(m_lock);
     std::swap(m_trimInfo, held);  // what was held is released after the lock
-    m_runs = std::move(runs);
+    m_rows = std::move(rows);
     m_presentedCount = count;
   }
   // Null when there is none.
@@ -71,40 +62,31 @@ class CRkClipPresentation {
   bool FrameAt(UINT offset, SRkPresentedFrame* frame) const {
     CRkScopedLock lock(m_lock);
     if (offset >= m_presentedCount) return false;
-    const auto after = std::upper_bound(m_runs.begin(), m_runs.end(), offset,
-                                        [](UINT at, const SRkRun& run) { return at < run.firstOffset; });
-    const SRkRun& run = *std::prev(after);
-    *frame = {run.firstSource + (offset - run.firstOffset), run.firstSource};
+    const auto after = std::upper_bound(m_rows.begin(), m_rows.end(), offset,
+                                        [](UINT at, const SRow& row) { return at < row.firstOffset; });
+    const SRow& row = *std::prev(after);
+    *frame = {row.firstSource + (offset - row.firstOffset), row.firstSource};
     return true;
   }
 
-  // The position that the sample at the offset carries.
-  UINT PositionOf(UINT offset) const { return GetTimelineStart() + offset; }
-
-  // The position of the last sample; kRkNoPosition when nothing is presented.
-  UINT LastPosition() const {
-    CRkScopedLock lock(m_lock);
-    return m_presentedCount == 0 ? kRkNoPosition : m_timelineStart + m_presentedCount - 1;
-  }
-
  private:
-  // Source frames that are presented one after the other.
-  struct SRkRun {
+  // Consecutive source frames.
+  struct SRow {
     UINT firstOffset;
     UINT firstSource;
     UINT count;
   };
 
-  std::vector<SRkRun> _Whole() const {
+  std::vector<SRow> _Whole() const {
     if (m_sourceFrameCount == 0) return {};
     return {{0, 0, m_sourceFrameCount}};
   }
 
-  std::vector<SRkRun> _RunsOf(IRkClipTrimInfo* info) const {
+  std::vector<SRow> _RowsOf(IRkClipTrimInfo* info) const {
     std::vector<IRkClipTrimInfo::SRkTrimInOut> ranges;
     if (info != nullptr) info->GetTrimInOuts(ranges);
     if (ranges.empty()) return _Whole();
-    std::vector<SRkRun> runs;
+    std::vector<SRow> rows;
     UINT offset = 0;
     ULONGLONG previousOut = 0;
     for (const auto& range : ranges) {
@@ -112,18 +94,17 @@ class CRkClipPresentation {
       const ULONGLONG in = std::max(range.in, previousOut);
       const ULONGLONG out = std::min<ULONGLONG>(range.out, m_sourceFrameCount);
       if (in >= out) continue;
-      runs.push_back({offset, static_cast<UINT>(in), static_cast<UINT>(out - in)});
-      offset += runs.back().count;
+      rows.push_back({offset, static_cast<UINT>(in), static_cast<UINT>(out - in)});
+      offset += rows.back().count;
       previousOut = out;
     }
-    return runs;
+    return rows;
   }
 
   const UINT m_sourceFrameCount;
   mutable CRkCriticalSection m_lock;
   UINT m_mode RK_GUARDED_BY(m_lock) = 0;
-  UINT m_timelineStart RK_GUARDED_BY(m_lock) = 0;
   CRkRef<IRkClipTrimInfo> m_trimInfo RK_GUARDED_BY(m_lock);
-  std::vector<SRkRun> m_runs RK_GUARDED_BY(m_lock);
+  std::vector<SRow> m_rows RK_GUARDED_BY(m_lock);
   UINT m_presentedCount RK_GUARDED_BY(m_lock);
 };

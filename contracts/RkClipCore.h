@@ -57,9 +57,13 @@ class IRkClipElement : public IRkUnknown {
   virtual void SeekTo(UINT offset) = 0;  // the next ReadNextSample gives the sample at offset
   virtual UINT GetLastPosition() = 0;    // the position that the last sample carries
   virtual void Close() = 0;              // may be opened again
-  // Where the element begins on the timeline of its list: what a list told it last; 0 before that.
+  // A list calls this each time it hands the element out, on the thread that gets it: the element begins
+  // at `position` there. Several lists may hold the element. Open, on the same thread, takes over the start
+  // from the list that handed the element out just before, and keeps it until Close; the start is 0 when
+  // the thread has got another element since, or has called SetTrimInfo. Calls on other threads change
+  // nothing. The module never calls these two.
   virtual void SetTimelineStart(UINT position) { (void)position; }
-  virtual UINT GetTimelineStart() { return 0; }
+  virtual UINT GetTimelineStart() { return 0; }  // of the open element
   virtual UINT GetFrameCount() = 0;
   // A setting that the host chooses; `changed` (may be null) receives non-zero if it was another.
   virtual void SetMode(UINT mode, BOOL* changed) = 0;

@@ -8,7 +8,7 @@
 
 namespace {
 
-// A total must not be the value that stands for no position.
+// The position of a last frame is never kRkNoPosition.
 constexpr ULONGLONG kMaximumFrames = kRkNoPosition - 1;
 
 UINT Saturated(ULONGLONG frames) {
@@ -30,17 +30,21 @@ int CRkClipElementList::GetCount() {
 
 UINT CRkClipElementList::GetTotalFrameCount() {
   CRkScopedLock lock(m_lock);
-  return Saturated(_TellStarts(m_elements.size()));
+  return Saturated(_Total());
 }
 
 BOOL CRkClipElementList::InsertElement(UINT index, IRkClipElement* element) {
   if (element == nullptr) return FALSE;
   CRkScopedLock lock(m_lock);
   if (index > m_elements.size() || _IndexOf(element) >= 0) return FALSE;
-  if (_TellStarts(m_elements.size()) + element->GetFrameCount() > kMaximumFrames) return FALSE;
-  if (!Insert(m_elements, index, element)) return FALSE;
-  _TellStarts(m_elements.size());
-  return TRUE;
+  if (_Total() + element->GetFrameCount() > kMaximumFrames) return FALSE;
+  return Insert(m_elements, index, element) ? TRUE : FALSE;
+}
+
+ULONGLONG CRkClipElementList::_Total() {
+  ULONGLONG total = 0;
+  for (const auto& element : m_elements) total += element->GetFrameCount();
+  return total;
 }
 
 BOOL CRkClipElementList::RemoveElement(UINT index) {
@@ -49,7 +53,6 @@ BOOL CRkClipElementList::RemoveElement(UINT index) {
   if (index >= m_elements.size()) return FALSE;
   removed = std::move(m_elements[index]);
   m_elements.erase(m_elements.begin() + index);
-  _TellStarts(m_elements.size());
   return TRUE;
 }
 
@@ -66,54 +69,62 @@ int CRkClipElementList::IndexOf(IRkClipElement* element) {
 
 BOOL CRkClipElementList::FindElementAtPosition(UINT position, IRkClipElement** element, UINT* offset) {
   *element = nullptr;
-  if (position >= kMaximumFrames) return FALSE;
-  CRkScopedLock lock(m_lock);
-  UINT start = 0;
-  for (const auto& held : m_elements) {
-    held->SetTimelineStart(start);
-    const UINT frames = held->GetFrameCount();
-    if (position - start < frames) {
-      if (offset != nullptr) *offset = position - start;
-      held.CopyTo(element);
-      return TRUE;
-    }
-    start += frames;
-  }
-  return FALSE;
+  const SPlace place = _Find(position);
+  if (!place.element) return FALSE;
+  if (offset != nullptr) *offset = position - place.start;
+  _HandOut(place, element);
+  return TRUE;
 }
 
 void CRkClipElementList::GetFirstElement(IRkClipElement** element) {
   *element = nullptr;
-  CRkScopedLock lock(m_lock);
-  _HandOut(0, element);
+  _HandOut(_First(), element);
 }
 
 void CRkClipElementList::GetNextElement(IRkClipElement* current, IRkClipElement** next) {
   *next = nullptr;
-  CRkScopedLock lock(m_lock);
-  const int index = _IndexOf(current);
-  if (index >= 0) _HandOut(static_cast<size_t>(index) + 1, next);
+  _HandOut(_After(current), next);
 }
 
-ULONGLONG CRkClipElementList::_TellStarts(size_t count) {
+CRkClipElementList::SPlace CRkClipElementList::_Find(UINT position) {
+  CRkScopedLock lock(m_lock);
   ULONGLONG start = 0;
-  for (size_t index = 0; index < count; ++index) {
-    m_elements[index]->SetTimelineStart(Saturated(start));
-    start += m_elements[index]->GetFrameCount();
+  for (const auto& held : m_elements) {
+    const UINT frames = held->GetFrameCount();
+    if (position < Saturated(start + frames)) return {held, static_cast<UINT>(start)};
+    start += frames;
   }
-  return start;
+  return {};
+}
+
+CRkClipElementList::SPlace CRkClipElementList::_First() {
+  CRkScopedLock lock(m_lock);
+  return m_elements.empty() ? SPlace{} : SPlace{m_elements.front(), 0};
+}
+
+CRkClipElementList::SPlace CRkClipElementList::_After(IRkClipElement* current) {
+  CRkScopedLock lock(m_lock);
+  ULONGLONG start = 0;
+  bool passed = false;
+  for (const auto& held : m_elements) {
+    if (passed) return {held, Saturated(start)};
+    passed = held.Get() == current;
+    start += held->GetFrameCount();
+  }
+  return {};
+}
+
+// The element hears its start on the thread that it is handed to.
+void CRkClipElementList::_HandOut(const SPlace& place, IRkClipElement** element) {
+  if (!place.element) return;
+  place.element->SetTimelineStart(place.start);
+  place.element.CopyTo(element);
 }
 
 int CRkClipElementList::_IndexOf(IRkClipElement* element) {
   const auto found = std::find_if(m_elements.begin(), m_elements.end(),
                                   [element](const auto& held) { return held.Get() == element; });
   return found == m_elements.end() ? -1 : static_cast<int>(found - m_elements.begin());
-}
-
-void CRkClipElementList::_HandOut(size_t index, IRkClipElement** element) {
-  if (index >= m_elements.size()) return;
-  _TellStarts(index + 1);
-  m_elements[index].CopyTo(element);
 }
 
 int RkCreateClipElementList(IRkClipElementList** list) {

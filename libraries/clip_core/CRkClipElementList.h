@@ -10,14 +10,13 @@
 
 // Elements laid end to end on one timeline.
 //
-// Any thread may enter. The lock guards the elements, of which the list holds one reference each; those
-// taken out are released after it. Under it the list calls nothing but the elements' GetFrameCount and
-// SetTimelineStart, which therefore must not call back into the list: so that edits on two threads cannot
-// leave an element with the start that it had before the later one.
+// Any thread may enter. The lock guards the elements, of which the list owns one reference each. Under it
+// the list calls nothing but the elements' GetFrameCount, which must not call back into the list. Removed
+// elements are released after the lock.
 //
-// Frame counts are never kept, for trim information may change them at any time. Elements hear their
-// starts at every edit and again whenever one of them is handed out. An element that is taken out keeps
-// its start: it may be in another list, that of a channel which plays it.
+// Frame counts are asked for every time, since trim information may change them. An element may be in
+// several lists, of which a host edits and asks one while a channel reads another. So an element is told
+// its start only when it is handed out, on the thread that gets it, and no other operation reaches it.
 class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
  public:
   CRkClipElementList() = default;
@@ -37,10 +36,17 @@ class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
 
   ~CRkClipElementList() override = default;
 
-  // Tells the first `count` elements where they begin; gives the frames of all of them.
-  ULONGLONG _TellStarts(size_t count) RK_REQUIRES(m_lock);
+  struct SPlace {
+    CRkRef<IRkClipElement> element;  // null: there is none
+    UINT start = 0;
+  };
+
+  ULONGLONG _Total() RK_REQUIRES(m_lock);
   int _IndexOf(IRkClipElement* element) RK_REQUIRES(m_lock);
-  void _HandOut(size_t index, IRkClipElement** element) RK_REQUIRES(m_lock);
+  SPlace _Find(UINT position) RK_EXCLUDES(m_lock);
+  SPlace _First() RK_EXCLUDES(m_lock);
+  SPlace _After(IRkClipElement* current) RK_EXCLUDES(m_lock);
+  static void _HandOut(const SPlace& place, IRkClipElement** element);
 
   CRkCriticalSection m_lock;
   Elements m_elements RK_GUARDED_BY(m_lock);

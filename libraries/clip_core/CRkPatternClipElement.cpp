@@ -4,24 +4,18 @@
 
 #include "contracts/RkKernel.h"
 
-BOOL CRkPatternClipElement::Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) {
-  (void)reserved;
-  Close();
-  if (format == nullptr || !RkIsFrameRate(format->video.frameRate)) return FALSE;
-  if (!CRkPatternPicture::IsSupported(format->video)) return FALSE;
-  m_hasAudio = format->audio.channels > 0;
-  if (m_hasAudio) {
-    if (!CRkPatternTone::IsSupported(format->audio, format->video.frameRate)) return FALSE;
-    if (!m_tone.Prepare(format->audio, format->video.frameRate)) return FALSE;
-  }
-  if (!m_picture.Prepare(format->video)) return FALSE;
+bool CRkPatternClipElement::_Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) {
+  const int rate = format.video.frameRate;
+  if (!RkIsFrameRate(rate) || !CRkPatternPicture::IsSupported(format.video)) return false;
+  m_hasAudio = format.audio.channels > 0;
+  if (m_hasAudio && (!CRkPatternTone::IsSupported(format.audio, rate) || !m_tone.Prepare(format.audio, rate)))
+    return false;
   m_pool = CRkRef<IRkPlayBufferPool>::Retain(pool);
-  m_isOpen = true;
-  SeekTo(0);
-  return TRUE;
+  m_isOpen = m_picture.Prepare(format.video);
+  return m_isOpen;
 }
 
-void CRkPatternClipElement::Close() {
+void CRkPatternClipElement::_Close() {
   m_isOpen = false;
   m_pool.Reset();
   m_picture = {};

@@ -4,19 +4,17 @@
 #include "libraries/clip_core/CRkPatternPicture.h"
 #include "libraries/clip_core/CRkPatternTone.h"
 
-// A clip without a file: colour bars under the running number of the timeline position, and a tone.
+// A clip without a file: colour bars with the timeline position burnt in, and a tone.
 //
-// One thread at a time opens, reads and closes it, without a lock; it holds a reference to the pool from
-// Open to Close.
+// One thread at a time opens, reads and closes it, without a lock. It owns a reference to the pool while it
+// is open.
 class CRkPatternClipElement final : public CRkClipElementBase {
  public:
   explicit CRkPatternClipElement(UINT frameCount) : CRkClipElementBase(frameCount) {}
 
-  // 0 for a frame rate outside the table, and for a picture or audio that cannot be made.
-  BOOL Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) override;
-  void Close() override;
-
  private:
+  bool _Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) override;
+  void _Close() override;
   BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
 
   bool m_isOpen = false;

@@ -34,21 +34,13 @@ CRkMediaClipElement::CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> s
       m_frameRate(frameRate),
       m_sink(CRkRef<IRkMediaReadSink>::Retain(sink)) {}
 
-BOOL CRkMediaClipElement::Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) {
-  (void)reserved;
-  Close();
-  if (format == nullptr || format->video.frameRate != m_frameRate || !IsSupported(format->video))
-    return FALSE;
-  const bool wantsSound = format->audio.channels > 0;
-  if (wantsSound && !IsSupported(format->audio)) return FALSE;
-  m_format = *format;
+bool CRkMediaClipElement::_Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) {
+  if (format.video.frameRate != m_frameRate || !IsSupported(format.video)) return false;
+  const bool wantsSound = format.audio.channels > 0;
+  if (wantsSound && !IsSupported(format.audio)) return false;
+  m_format = format;
   bool opened = false;
-  if (!RkWithinMemory([&] { opened = _OpenReaders(pool); }) || !opened) {
-    Close();
-    return FALSE;
-  }
-  SeekTo(0);
-  return TRUE;
+  return RkWithinMemory([&] { opened = _OpenReaders(pool); }) && opened;
 }
 
 bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
@@ -65,7 +57,7 @@ bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
   return m_sound->Open(*m_source, reason);
 }
 
-void CRkMediaClipElement::Close() {
+void CRkMediaClipElement::_Close() {
   m_pictures.reset();
   m_sound.reset();
   m_lastVideo.Reset();

@@ -19,10 +19,9 @@ class CRkMediaClipElement final : public CRkClipElementBase {
  public:
   CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate, IRkMediaReadSink* sink);
 
-  BOOL Open(IRkPlayBufferPool* pool, UINT reserved, const SRkClipFormat* format) override;
-  void Close() override;
-
  private:
+  bool _Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) override;
+  void _Close() override;
   bool _OpenReaders(IRkPlayBufferPool* pool);
   BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
   BOOL _Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/CRkRef.h"
+#include "base/CRkTimelineStart.h"
 #include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
 
@@ -118,6 +119,7 @@ class CFakeElement : public CFake<IRkClipElement> {
     openGate.Pass();
     if (!canOpen) return FALSE;
     ++opens;
+    m_start.Take();
     std::lock_guard lock(m_mutex);
     formatAtOpen = *format;
     poolAtOpen = pool;
@@ -133,14 +135,15 @@ class CFakeElement : public CFake<IRkClipElement> {
     seeks.push_back(offset);
     m_next = offset;
   }
-  UINT GetLastPosition() override { return m_start + m_frames - 1; }
+  UINT GetLastPosition() override { return m_start.Get() + m_frames - 1; }
   void Close() override {
     if (readers > 0) misused = true;
     ++closes;
+    m_start.Drop();
     m_open = false;
   }
-  void SetTimelineStart(UINT position) override { m_start = position; }
-  UINT GetTimelineStart() override { return m_start; }
+  void SetTimelineStart(UINT position) override { m_start.Offer(position); }
+  UINT GetTimelineStart() override { return m_start.Get(); }
   UINT GetFrameCount() override { return m_frames; }
   void SetMode(UINT mode, BOOL* changed) override {
     const UINT before = m_mode.exchange(mode);
@@ -164,7 +167,7 @@ class CFakeElement : public CFake<IRkClipElement> {
     if (offset >= m_frames || offset >= unreadableFrom) return FALSE;
     CRkRef<IRkAVPlaySample> made;
     if (!RkCreateAVPlaySample(made.Out())) return FALSE;
-    made->SetPosition(m_start + offset + static_cast<UINT>(positionError.load()));
+    made->SetPosition(m_start.Get() + offset + static_cast<UINT>(positionError.load()));
     m_next = offset + 1;
     *sample = made.Detach();
     return TRUE;
@@ -174,7 +177,7 @@ class CFakeElement : public CFake<IRkClipElement> {
   std::mutex m_mutex;
   std::atomic<bool> m_open = false;
   std::atomic<UINT> m_next = 0;
-  std::atomic<UINT> m_start = 0;
+  CRkTimelineStart m_start;
   std::atomic<UINT> m_mode = 0;
 };
 

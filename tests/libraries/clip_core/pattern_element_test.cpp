@@ -112,9 +112,9 @@ TEST(PatternElement, burns_the_timeline_position_into_pictures_of_every_kind) {
     for (const auto& [width, height] : {std::pair{16, 16}, {720, 576}, {333, 251}, {2000, 16}, {16, 900}}) {
       const SRkClipFormat format = MakeFormat(width, height, pixelFormat);
       const auto element = MakeElement(3);
-      ASSERT_TRUE(element->Open(nullptr, 0, &format));
       for (const UINT start : {0u, 1234567890u, 4294967290u}) {
         element->SetTimelineStart(start);
+        ASSERT_TRUE(element->Open(nullptr, 0, &format));
         Sample sample;
         ASSERT_TRUE(element->ReadSampleAt(2, sample.Out()));
         EXPECT_EQ(sample->GetPosition(), start + 2);

@@ -155,7 +155,7 @@ TEST_F(CSoundTest, shares_at_29_97_lose_and_double_no_sample_and_trim_ranges_bri
   ASSERT_EQ(RkCreateClipTrimInfo({{5, 10}, {31, 34}, {58, 60}}, trim.Out()), 1);
   element->SetTrimInfo(trim.Get());
   element->SetTimelineStart(7);
-  element->SeekTo(0);
+  ASSERT_TRUE(element->Open(nullptr, 0, &format));
   const std::vector<SFrame> frames = Rest(element);
   EXPECT_EQ(NumbersIn(pictures, frames), (std::vector<int>{5, 6, 7, 8, 9, 31, 32, 33, 58, 59}));
   for (UINT from = 0; const auto& [in, count] : {std::pair(5u, 5u), {31u, 3u}, {58u, 2u}}) {
