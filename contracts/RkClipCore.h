@@ -64,6 +64,7 @@ class IRkClipElement : public IRkUnknown {
   // nothing. The module never calls these two.
   virtual void SetTimelineStart(UINT position) { (void)position; }
   virtual UINT GetTimelineStart() { return 0; }  // of the open element
+  // kRkNoPosition: unlimited, such as a live source. It ends when ReadNextSample says so.
   virtual UINT GetFrameCount() = 0;
   // A setting that the host chooses; `changed` (may be null) receives non-zero if it was another.
   virtual void SetMode(UINT mode, BOOL* changed) = 0;
@@ -77,8 +78,10 @@ class IRkClipElement : public IRkUnknown {
 class IRkClipElementList : public IRkUnknown {
  public:
   virtual int GetCount() = 0;
+  // Frames on the timeline; kRkNoPosition with an unlimited element.
   virtual UINT GetTotalFrameCount() = 0;
-  // FALSE for a null element, one that is in the list already, or an index above the count.
+  // FALSE for a null element, one that is in the list already, an index above the count, or frames that
+  // have no room below kRkNoPosition. An unlimited element has room only as the last, and nothing behind it.
   virtual BOOL InsertElement(UINT index, IRkClipElement* element) = 0;
   virtual void Operation4() {}
   virtual BOOL RemoveElement(UINT index) = 0;  // FALSE for an index at or above the count
@@ -95,5 +98,5 @@ class IRkClipElementList : public IRkUnknown {
 RK_CLIP_CORE_API int RkCreateClipElementList(IRkClipElementList** list);
 
 // Colour bars with the running frame number burnt in, and a tone whose phase goes on from one element of
-// a list to the next. 0 for a count of 0.
+// a list to the next. A count of kRkNoPosition makes an unlimited element; 0 for a count of 0.
 RK_CLIP_CORE_API int RkCreatePatternClipElement(UINT frameCount, IRkClipElement** element);

@@ -8,7 +8,8 @@
 
 namespace {
 
-// The position of a last frame is never kRkNoPosition.
+constexpr UINT kUnlimited = kRkNoPosition;
+// Of elements that are not unlimited: the position of a last frame is never kRkNoPosition.
 constexpr ULONGLONG kMaximumFrames = kRkNoPosition - 1;
 
 UINT Saturated(ULONGLONG frames) {
@@ -30,21 +31,35 @@ int CRkClipElementList::GetCount() {
 
 UINT CRkClipElementList::GetTotalFrameCount() {
   CRkScopedLock lock(m_lock);
-  return Saturated(_Total());
+  ULONGLONG total = 0;
+  for (const auto& element : m_elements) {
+    const UINT frames = element->GetFrameCount();
+    if (frames == kUnlimited) return kUnlimited;
+    total += frames;
+  }
+  return Saturated(total);
 }
 
 BOOL CRkClipElementList::InsertElement(UINT index, IRkClipElement* element) {
   if (element == nullptr) return FALSE;
   CRkScopedLock lock(m_lock);
   if (index > m_elements.size() || _IndexOf(element) >= 0) return FALSE;
-  if (_Total() + element->GetFrameCount() > kMaximumFrames) return FALSE;
-  return Insert(m_elements, index, element) ? TRUE : FALSE;
+  return _HasRoomFor(element->GetFrameCount(), index) && Insert(m_elements, index, element) ? TRUE : FALSE;
 }
 
-ULONGLONG CRkClipElementList::_Total() {
-  ULONGLONG total = 0;
-  for (const auto& element : m_elements) total += element->GetFrameCount();
-  return total;
+// An unlimited element is the last; the others leave it, or one another, a position to begin at.
+bool CRkClipElementList::_HasRoomFor(UINT frames, size_t index) {
+  const bool isUnlimited = frames == kUnlimited;
+  ULONGLONG total = isUnlimited ? 0 : frames;
+  for (size_t i = 0; i < m_elements.size(); ++i) {
+    const UINT held = m_elements[i]->GetFrameCount();
+    if (held != kUnlimited) {
+      total += held;
+    } else if (isUnlimited || index > i) {
+      return false;
+    }
+  }
+  return total <= kMaximumFrames && (!isUnlimited || index == m_elements.size());
 }
 
 BOOL CRkClipElementList::RemoveElement(UINT index) {
@@ -91,7 +106,8 @@ CRkClipElementList::SPlace CRkClipElementList::_Find(UINT position) {
   ULONGLONG start = 0;
   for (const auto& held : m_elements) {
     const UINT frames = held->GetFrameCount();
-    if (position < Saturated(start + frames)) return {held, static_cast<UINT>(start)};
+    if (position < (frames == kUnlimited ? kUnlimited : Saturated(start + frames)))
+      return {held, static_cast<UINT>(start)};
     start += frames;
   }
   return {};

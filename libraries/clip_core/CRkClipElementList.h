@@ -41,7 +41,7 @@ class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
     UINT start = 0;
   };
 
-  ULONGLONG _Total() RK_REQUIRES(m_lock);
+  bool _HasRoomFor(UINT frames, size_t index) RK_REQUIRES(m_lock);
   int _IndexOf(IRkClipElement* element) RK_REQUIRES(m_lock);
   SPlace _Find(UINT position) RK_EXCLUDES(m_lock);
   SPlace _First() RK_EXCLUDES(m_lock);

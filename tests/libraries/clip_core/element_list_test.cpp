@@ -115,6 +115,25 @@ TEST(ElementList, accepts_an_element_once_and_no_frame_past_the_last_position) {
   EXPECT_FALSE(At(list, kRkNoPosition - 1));
 }
 
+TEST(ElementList, an_unlimited_element_is_the_last_and_takes_every_position_that_is_left) {
+  const auto lead = MakeElement(5), live = MakeElement(kRkNoPosition), other = MakeElement(kRkNoPosition);
+  const List list = ListOf({live});
+  EXPECT_EQ(list->GetTotalFrameCount(), kRkNoPosition);
+  EXPECT_FALSE(list->InsertElement(1, lead.Get())) << "behind it";
+  EXPECT_FALSE(list->InsertElement(0, other.Get())) << "a second one";
+  EXPECT_FALSE(list->InsertElement(1, other.Get()));
+  EXPECT_TRUE(list->InsertElement(0, lead.Get()));
+  EXPECT_EQ(list->GetTotalFrameCount(), kRkNoPosition);
+  UINT offset = 0;
+  EXPECT_EQ(At(list, kRkNoPosition - 1, &offset).Get(), live.Get());
+  EXPECT_EQ(offset, kRkNoPosition - 6);
+  EXPECT_FALSE(At(list, kRkNoPosition));
+  ASSERT_TRUE(Next(list, lead)->Open(nullptr, 0, &kFormat));
+  EXPECT_EQ(ReadPosition(live, offset), kRkNoPosition - 1);
+  EXPECT_EQ(live->GetLastPosition(), kRkNoPosition - 1);
+  EXPECT_EQ(ReadPosition(live, offset + 1), kRkNoPosition) << "no position is left";
+}
+
 TEST(ElementList, an_element_counts_by_the_list_that_its_reader_got_it_from) {
   const auto a = MakeElement(5), b = MakeElement(5);
   const List one = ListOf({a, b}), two = ListOf({MakeElement(50), b});
