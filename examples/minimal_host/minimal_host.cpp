@@ -1,7 +1,7 @@
 // Plays two clip lists, one after the other, and counts the frames that come out.
 #include <cstdio>
 
-#include "base/CRkRef.h"
+#include "contracts/CRkRef.h"
 #include "module/RkClipPlay.h"
 
 int main() {
