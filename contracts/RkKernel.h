@@ -174,8 +174,8 @@ RK_KERNEL_API int RkCreateSoftRefClock(IRkSoftRefClock** clock);
 
 // ---- audio renderer
 
-// Plays a stream of sound through a circular buffer. One thread at a time drives it; GetPlayPosition and
-// WaitForNotify may be called from any.
+// Plays a stream of sound through a circular buffer. One thread at a time drives it; GetPlayPosition,
+// WaitForNotify, GetDroppedSampleCount, IsLost and GetLossCount may be called from any.
 class IRkAudioDirectSound : public IRkUnknown {
  public:
   // Back to the start, cutting what still plays: play position 0, nothing written, no notification.
@@ -189,9 +189,15 @@ class IRkAudioDirectSound : public IRkUnknown {
   // The position counts bytes since Reset and only grows. Sound that has been due already is skipped, what
   // lies more than the buffer's span ahead is cut; a sample of another format is not played at all.
   virtual void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) = 0;
-  virtual void Operation6() {}
-  virtual void Operation7() {}
-  virtual void Operation8() {}
+  // Samples per channel that were written since the creation and are never played: they came late or too
+  // early, in another format, or were due while the sound system was lost. Silence does not count.
+  virtual ULONGLONG GetDroppedSampleCount() { return 0; }
+  // TRUE while the renderer plays and its sound system takes nothing: the device is gone, or has asked for
+  // no sound in half a second. The position follows the clock meanwhile. The renderer looks for the
+  // machine's device by itself, about once a second, and goes on with it where the clock has come to.
+  virtual BOOL IsLost() { return FALSE; }
+  // How often the sound system was lost since the creation.
+  virtual UINT GetLossCount() { return 0; }
   virtual void Operation9() {}
   virtual void Operation10() {}
   // Notifications come at this interval while the renderer plays; none for an interval not above 0.

@@ -121,7 +121,9 @@ void CRkAudioDirectSound::Stop() {
   if (!m_output->IsVirtual()) _WaitUntilPlayedOut();
   _ChangeState(EState::kStopped);
   m_output->Stop();
-  if (m_output->IsVirtual()) _HandOverRest();
+  if (m_output->IsVirtual()) return _HandOverRest();
+  CRkScopedLock lock(m_lock);
+  m_droppedBytes += m_ring.Drop(m_ring.Rest());
 }
 
 void CRkAudioDirectSound::_WaitUntilPlayedOut() {
@@ -180,19 +182,21 @@ void CRkAudioDirectSound::_Follow() {
     const LONGLONG now = m_clock();
     if (!m_position.IsLost() && (gone || m_position.MissesPulls(now))) {
       m_position.Lose(now);
+      ++m_losses;
       toldNow = !std::exchange(m_lossLogged, true);
     }
     _DropLost(now);
   }
   if (toldNow) {
-    RkLogTraceLine(RkLogLevel_Warning, __FUNCTION__, __LINE__,
-                   L"The sound system takes no sound any more; the play position goes on by the clock.\n");
+    RkLogTraceLine(
+        RkLogLevel_Warning, __FUNCTION__, __LINE__,
+        L"The sound system takes no sound; the play position follows the clock until it returns.\n");
   }
 }
 
 void CRkAudioDirectSound::_DropLost(LONGLONG now) {
   const ULONGLONG frames = m_position.TakeLostFrames(now);
-  if (frames > 0) m_ring.Read(nullptr, frames * m_format.blockAlign);
+  if (frames > 0) m_droppedBytes += m_ring.Drop(frames * m_format.blockAlign);
 }
 
 bool CRkAudioDirectSound::_CanHold(const SRkWaveFormatInfo& format) const {
@@ -203,11 +207,31 @@ bool CRkAudioDirectSound::_CanHold(const SRkWaveFormatInfo& format) const {
 void CRkAudioDirectSound::WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) {
   SRkAudioSampleInfo info = {};
   audio->GetInfo(&info);
-  if (!_CanHold(info.format)) return;
   _Follow();
   const CRkAudioLock sound(*audio);
   CRkScopedLock lock(m_lock);
-  m_ring.Write(sound.Data(), info.dataLength, writePosition);
+  if (_CanHold(info.format)) {
+    m_droppedBytes += m_ring.Write(sound.Data(), info.dataLength, writePosition);
+  } else {
+    m_droppedBytes += ULONGLONG{sound.SampleCount()} * m_format.blockAlign;
+  }
+}
+
+ULONGLONG CRkAudioDirectSound::GetDroppedSampleCount() {
+  _Follow();
+  CRkScopedLock lock(m_lock);
+  return m_droppedBytes / m_format.blockAlign;
+}
+
+BOOL CRkAudioDirectSound::IsLost() {
+  _Follow();
+  CRkScopedLock lock(m_lock);
+  return m_state == EState::kPlaying && m_position.IsLost();
+}
+
+UINT CRkAudioDirectSound::GetLossCount() {
+  CRkScopedLock lock(m_lock);
+  return m_losses;
 }
 
 void CRkAudioDirectSound::SetNotifyInterval(double milliseconds) {

@@ -39,6 +39,9 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   void Stop() override;
   BOOL Play() override;
   void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) override;
+  ULONGLONG GetDroppedSampleCount() override;
+  BOOL IsLost() override;
+  UINT GetLossCount() override;
   void SetNotifyInterval(double milliseconds) override;
   BOOL WaitForNotify(UINT timeoutMs) override;
   double GetBufferDuration() override { return _Milliseconds(m_spanFrames); }
@@ -80,6 +83,8 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   double m_heardFrames RK_GUARDED_BY(m_lock) = 0.0;  // as last read; stands while nothing plays
   double m_toldFrames RK_GUARDED_BY(m_lock) = 0.0;   // the user's; behind what is heard after a jump only
   bool m_lossLogged RK_GUARDED_BY(m_lock) = false;
+  ULONGLONG m_droppedBytes RK_GUARDED_BY(m_lock) = 0;
+  UINT m_losses RK_GUARDED_BY(m_lock) = 0;
   std::vector<BYTE> m_restPart RK_GUARDED_BY(m_control);
 
   std::unique_ptr<IRkSoundOutput> m_output;

@@ -18,25 +18,41 @@ void CRkAudioRing::_ForEachPart(ULONGLONG position, ULONGLONG bytes, Part part) 
   part(m_bytes.data(), toEnd, bytes - toEnd);
 }
 
-void CRkAudioRing::Write(const BYTE* data, DWORD bytes, ULONGLONG position) {
+ULONGLONG CRkAudioRing::_CountSound(const BYTE* data, ULONGLONG bytes) const {
+  const bool isSilent = std::all_of(data, data + bytes, [this](BYTE byte) { return byte == m_silence; });
+  return isSilent ? 0 : bytes;
+}
+
+ULONGLONG CRkAudioRing::Write(const BYTE* data, DWORD bytes, ULONGLONG position) {
   const ULONGLONG limit = m_read + m_bytes.size();
-  if (position >= limit) return;
+  if (position >= limit) return _CountSound(data, bytes);
   const ULONGLONG begin = std::max(position, m_read);
   const ULONGLONG end = std::min(position + bytes, limit);
-  if (begin >= end) return;
+  if (begin >= end) return _CountSound(data, bytes);
   const BYTE* const source = data + (begin - position);
   _ForEachPart(begin, end - begin, [source](BYTE* ring, ULONGLONG offset, ULONGLONG count) {
     std::copy_n(source + offset, count, ring);
   });
   m_writtenEnd = std::max(m_writtenEnd, end);
+  return _CountSound(data, begin - position) + _CountSound(data + (end - position), position + bytes - end);
 }
 
 void CRkAudioRing::Read(BYTE* target, ULONGLONG bytes) {
   const ULONGLONG held = std::min<ULONGLONG>(bytes, m_bytes.size());
   _ForEachPart(m_read, held, [this, target](BYTE* ring, ULONGLONG offset, ULONGLONG count) {
-    if (target != nullptr) std::copy_n(ring, count, target + offset);
+    std::copy_n(ring, count, target + offset);
     std::fill_n(ring, count, m_silence);
   });
-  if (target != nullptr) std::fill_n(target + held, bytes - held, m_silence);
+  std::fill_n(target + held, bytes - held, m_silence);
   m_read += bytes;
+}
+
+ULONGLONG CRkAudioRing::Drop(ULONGLONG bytes) {
+  ULONGLONG lost = 0;
+  _ForEachPart(m_read, std::min(bytes, Rest()), [this, &lost](BYTE* ring, ULONGLONG, ULONGLONG count) {
+    lost += _CountSound(ring, count);
+    std::fill_n(ring, count, m_silence);
+  });
+  m_read += bytes;
+  return lost;
 }

@@ -17,10 +17,12 @@ class CRkAudioRing {
   // Back to position 0, nothing written.
   void Reset();
   // `position` counts bytes from the start of the stream. Bytes already read are skipped, those beyond the
-  // span are cut.
-  void Write(const BYTE* data, DWORD bytes, ULONGLONG position);
-  // Takes the next bytes of the stream and leaves silence in their place. `target` null: drops them.
+  // span are cut. Returns how many bytes of sound were skipped or cut; silence does not count.
+  ULONGLONG Write(const BYTE* data, DWORD bytes, ULONGLONG position);
+  // Takes the next bytes of the stream and leaves silence in their place.
   void Read(BYTE* target, ULONGLONG bytes);
+  // Passes over the next bytes of the stream. Returns how many bytes of written sound are lost by it.
+  ULONGLONG Drop(ULONGLONG bytes);
 
   ULONGLONG WrittenEnd() const { return m_writtenEnd; }  // the furthest position written up to
   // Bytes from the read position to the last one written.
@@ -31,6 +33,8 @@ class CRkAudioRing {
   // longer than the span.
   template <class Part>
   void _ForEachPart(ULONGLONG position, ULONGLONG bytes, Part part);
+  // The count, or 0 when all of the bytes are silent.
+  ULONGLONG _CountSound(const BYTE* data, ULONGLONG bytes) const;
 
   std::vector<BYTE> m_bytes;
   const BYTE m_silence;

@@ -5,6 +5,7 @@
 namespace {
 
 constexpr LONGLONG kPullTimeoutNs = 500'000'000;
+constexpr LONGLONG kLongestLookNs = 100'000'000;
 constexpr double kCorrection = 1.0 / 8;  // of a pull's error; settles within about 20 pulls
 
 }  // namespace
@@ -15,7 +16,8 @@ void CRkSmoothPosition::Start(LONGLONG now, DWORD latencyFrames) {
   m_lineTime = now;
   m_last = 0.0;
   m_handed = 0;
-  m_lastPull = now;
+  m_lastLook = now;
+  m_waited = 0;
   m_lost = false;
 }
 
@@ -40,12 +42,15 @@ void CRkSmoothPosition::HandOver(DWORD frames, LONGLONG now) {
   }
   m_lineTime = now;
   m_handed += frames;
-  m_lastPull = now;
+  m_lastLook = now;
+  m_waited = 0;
   m_lost = false;
 }
 
-bool CRkSmoothPosition::MissesPulls(LONGLONG now) const {
-  return now - m_lastPull > kPullTimeoutNs;
+bool CRkSmoothPosition::MissesPulls(LONGLONG now) {
+  m_waited += std::min(now - m_lastLook, kLongestLookNs);
+  m_lastLook = now;
+  return m_waited > kPullTimeoutNs;
 }
 
 void CRkSmoothPosition::Lose(LONGLONG now) {

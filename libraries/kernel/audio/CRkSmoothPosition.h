@@ -21,8 +21,9 @@ class CRkSmoothPosition {
   void HandOver(DWORD frames, LONGLONG now);
   double Frames(LONGLONG now);
 
-  // No pull for so long that none is to be expected.
-  bool MissesPulls(LONGLONG now) const;
+  // No pull for so long that none is to be expected. To be asked regularly: a pause between two calls
+  // counts as 0.1 s at most, so that a process that was held up does not take its card for lost.
+  bool MissesPulls(LONGLONG now);
   // Goes on by the clock from where it stands.
   void Lose(LONGLONG now);
   bool IsLost() const { return m_lost; }
@@ -38,6 +39,7 @@ class CRkSmoothPosition {
   LONGLONG m_lineTime = 0;
   double m_last = 0.0;     // the furthest that was told
   ULONGLONG m_handed = 0;  // samples that the sound system has taken
-  LONGLONG m_lastPull = 0;
+  LONGLONG m_lastLook = 0;
+  LONGLONG m_waited = 0;  // since the last pull, as far as somebody looked
   bool m_lost = false;
 };

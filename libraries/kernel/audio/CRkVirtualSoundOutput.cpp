@@ -8,20 +8,32 @@
 namespace {
 
 constexpr DWORD kPeriodsPerSecond = 100;
+constexpr LONGLONG kLongestDelayNs = 40'000'000;  // less than the sound that a device keeps written ahead
 constexpr int kTimeCritical = 15;
 
 }  // namespace
 
-SRkSoundPeriods::SRkSoundPeriods(DWORD framesPerSecond)
-    : framesPerSecond(framesPerSecond), frames(std::max<DWORD>(framesPerSecond / kPeriodsPerSecond, 1)) {}
+CRkSoundPeriods::CRkSoundPeriods(DWORD framesPerSecond)
+    : m_framesPerSecond(framesPerSecond), m_frames(std::max<DWORD>(framesPerSecond / kPeriodsPerSecond, 1)) {}
 
-LONGLONG SRkSoundPeriods::Time(ULONGLONG number) const {
-  const ULONGLONG before = number * frames;
+void CRkSoundPeriods::Start(LONGLONG now) {
+  m_start = now;
+  m_number = 0;
+}
+
+void CRkSoundPeriods::Take(LONGLONG now) {
+  const LONGLONG delay = now - Due();
+  if (delay > kLongestDelayNs) m_start += delay;
+  ++m_number;
+}
+
+LONGLONG CRkSoundPeriods::_Time(ULONGLONG number) const {
+  const ULONGLONG before = number * m_frames;
   // Whole seconds first, so that no product overflows.
-  const ULONGLONG seconds = before / framesPerSecond;
-  const ULONGLONG rest = before % framesPerSecond;
+  const ULONGLONG seconds = before / m_framesPerSecond;
+  const ULONGLONG rest = before % m_framesPerSecond;
   return static_cast<LONGLONG>(seconds * kRkNanosecondsPerSecond +
-                               rest * kRkNanosecondsPerSecond / framesPerSecond);
+                               rest * kRkNanosecondsPerSecond / m_framesPerSecond);
 }
 
 CRkVirtualSoundOutput::~CRkVirtualSoundOutput() {
@@ -29,18 +41,14 @@ CRkVirtualSoundOutput::~CRkVirtualSoundOutput() {
 }
 
 bool CRkVirtualSoundOutput::Open(const SRkWaveFormatInfo& format, IRkSoundSource& source) {
-  m_periods = SRkSoundPeriods(format.samplesPerSecond);
+  m_framesPerSecond = format.samplesPerSecond;
+  m_blockAlign = format.blockAlign;
   m_source = &source;
-  m_period.resize(static_cast<size_t>(m_periods.frames) * format.blockAlign);
   if (!RkCreateWorkerThread(kTimeCritical, m_thread.Out())) return false;
   m_thread->SetThreadProc(&_ThreadProc, this);
   m_thread->SetOption(TRUE);
   m_thread->Create();
   return true;
-}
-
-void CRkVirtualSoundOutput::Start() {
-  m_thread->Start();
 }
 
 void CRkVirtualSoundOutput::Stop() {
@@ -55,9 +63,11 @@ UINT CRkVirtualSoundOutput::_ThreadProc(void* context, HANDLE stopEvent) {
 }
 
 void CRkVirtualSoundOutput::_Run(HANDLE stopEvent) {
-  const LONGLONG start = RkMonotonicNow();
-  for (ULONGLONG number = 0;; ++number) {
-    if (RkWait(stopEvent, RkMillisecondsUntil(start + m_periods.Time(number), RkMonotonicNow()))) return;
+  CRkSoundPeriods periods(m_framesPerSecond);
+  m_period.resize(static_cast<size_t>(periods.Frames()) * m_blockAlign);
+  periods.Start(RkMonotonicNow());
+  while (!RkWait(stopEvent, RkMillisecondsUntil(periods.Due(), RkMonotonicNow()))) {
+    periods.Take(RkMonotonicNow());
     m_source->Pull(m_period.data(), static_cast<DWORD>(m_period.size()));
   }
 }

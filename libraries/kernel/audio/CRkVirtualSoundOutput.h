@@ -6,27 +6,40 @@
 #include "contracts/RkKernel.h"
 #include "libraries/kernel/audio/IRkSoundOutput.h"
 
-// The periods in which a sound card without hardware takes its sound: about 10 ms each, at moments derived
-// from the period's number, so that hours at any rate end where they should.
-struct SRkSoundPeriods {
-  explicit SRkSoundPeriods(DWORD framesPerSecond);
+// When a sound card without hardware takes its sound: in periods of about 10 ms, at moments derived from
+// the period's number, so that hours at any rate end exactly. Pure arithmetic, in nanoseconds of the
+// monotonic clock; the owner locks.
+//
+// A period that is taken a little late delays none of its successors. A stall delays them all: no card
+// plays while its process stands still, and its user has not written what was due meanwhile.
+class CRkSoundPeriods {
+ public:
+  explicit CRkSoundPeriods(DWORD framesPerSecond);
 
-  // Nanoseconds from the start to the moment at which period `number` is taken; the first is number 0.
-  LONGLONG Time(ULONGLONG number) const;
+  void Start(LONGLONG now);
+  LONGLONG Due() const { return m_start + _Time(m_number); }
+  // The period that was due has been taken.
+  void Take(LONGLONG now);
+  DWORD Frames() const { return m_frames; }  // in each
 
-  DWORD framesPerSecond;
-  DWORD frames;  // in each
+ private:
+  LONGLONG _Time(ULONGLONG number) const;
+
+  const DWORD m_framesPerSecond;
+  const DWORD m_frames;
+  LONGLONG m_start = 0;
+  ULONGLONG m_number = 0;
 };
 
-// A sound card in name only: its thread takes the sound by the monotonic clock and lets it go. A thread
-// that wakes late takes at once what it has missed. The source decides what becomes of the sound.
+// A sound card in name only: its thread takes the sound by the monotonic clock and discards it. The source
+// decides what becomes of the sound.
 class CRkVirtualSoundOutput final : public IRkSoundOutput {
  public:
   CRkVirtualSoundOutput() = default;
   ~CRkVirtualSoundOutput() override;
 
   bool Open(const SRkWaveFormatInfo& format, IRkSoundSource& source) override;
-  void Start() override;
+  void Start() override { m_thread->Start(); }
   void Stop() override;
   bool IsLost() override { return false; }
   DWORD LatencyFrames() const override { return 0; }
@@ -36,7 +49,8 @@ class CRkVirtualSoundOutput final : public IRkSoundOutput {
   static UINT _ThreadProc(void* context, HANDLE stopEvent);
   void _Run(HANDLE stopEvent);
 
-  SRkSoundPeriods m_periods{1};
+  DWORD m_framesPerSecond = 0;
+  WORD m_blockAlign = 0;
   IRkSoundSource* m_source = nullptr;
   std::vector<BYTE> m_period;  // the thread's
   CRkRef<IRkWorkerThread> m_thread;

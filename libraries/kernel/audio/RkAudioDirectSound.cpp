@@ -4,6 +4,7 @@
 #include "base/RkMonotonicTime.h"
 #include "libraries/kernel/audio/CRkAudioDirectSound.h"
 #include "libraries/kernel/audio/CRkAudioSystemChoice.h"
+#include "libraries/kernel/audio/CRkRecoveringSoundOutput.h"
 #include "libraries/kernel/audio/CRkVirtualSoundOutput.h"
 #ifndef _WIN32
 #include "libraries/kernel/audio/CRkSdlSoundOutput.h"
@@ -11,13 +12,21 @@
 
 namespace {
 
+constexpr DWORD kRetryMs = 1000;
+
+template <class Output>
+std::unique_ptr<IRkSoundOutput> Make() {
+  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) Output);
+}
+
 std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system) {
 #ifndef _WIN32
-  if (system == RkAudioSystem_System)
-    return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) CRkSdlSoundOutput);
+  if (system == RkAudioSystem_System) {
+    return std::unique_ptr<IRkSoundOutput>(new (std::nothrow)
+                                               CRkRecoveringSoundOutput(&Make<CRkSdlSoundOutput>, kRetryMs));
+  }
 #endif
-  if (system != RkAudioSystem_Virtual) return nullptr;
-  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) CRkVirtualSoundOutput);
+  return system == RkAudioSystem_Virtual ? Make<CRkVirtualSoundOutput>() : nullptr;
 }
 
 }  // namespace

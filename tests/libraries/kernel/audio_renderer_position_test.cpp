@@ -86,18 +86,29 @@ TEST(audio_renderer_notifications, come_at_their_interval_and_never_in_bursts) {
   EXPECT_FALSE(timer.Take(kStart + 7200'000 * kMs));
 }
 
-TEST(virtual_sound_card, has_not_drifted_after_a_day_at_any_rate) {
-  for (const DWORD rate : {8000u, 11025u, 22050u, 44100u, 48000u, 96000u, 192000u, 50u}) {
-    const SRkSoundPeriods periods(rate);
-    EXPECT_EQ(periods.Time(0), 0);
-    // So many periods hold a whole number of days' samples.
-    const ULONGLONG days = periods.frames;
-    EXPECT_EQ(periods.Time(ULONGLONG{86400} * rate), static_cast<LONGLONG>(days * 86400 * 1'000'000'000));
-    for (ULONGLONG number = 12'345'678; number < 12'345'778; ++number) {
-      const LONGLONG step = periods.Time(number + 1) - periods.Time(number);
-      ASSERT_NEAR(static_cast<double>(step), periods.frames * 1e9 / rate, 1.0);
+TEST(virtual_sound_card, does_not_drift_at_any_rate) {
+  for (const DWORD rate : {8000u, 11025u, 44100u, 48000u, 192000u, 50u}) {
+    CRkSoundPeriods periods(rate);
+    periods.Start(kStart);
+    // So many periods are whole seconds; each is taken a little late.
+    for (DWORD number = 0; number < rate; ++number) {
+      const LONGLONG due = periods.Due();
+      const double exact = static_cast<double>(number) * periods.Frames() * 1e9 / rate;
+      ASSERT_NEAR(static_cast<double>(due - kStart), exact, 1.0);
+      periods.Take(due + number % 40 * kMs);
     }
+    EXPECT_EQ(periods.Due(), kStart + LONGLONG{periods.Frames()} * 1'000'000'000);
   }
+}
+
+TEST(virtual_sound_card, goes_on_from_the_end_of_a_stall) {
+  CRkSoundPeriods periods(kRate);
+  periods.Start(kStart);
+  for (int i = 0; i < 3; ++i) periods.Take(periods.Due());
+  periods.Take(kStart + 1030 * kMs);
+  EXPECT_EQ(periods.Due(), kStart + 1040 * kMs);
+  periods.Take(kStart + 1045 * kMs);
+  EXPECT_EQ(periods.Due(), kStart + 1050 * kMs);
 }
 
 }  // namespace
