@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/CRkAudioLock.h"
+
 namespace {
 
 constexpr DWORD kPreRollTimeoutMs = 5;
@@ -9,6 +11,7 @@ constexpr UINT kNotifyTimeoutMs = 17;
 constexpr DWORD kSilencePauseMs = 1;
 constexpr DWORD kDrainPauseMs = 16;
 constexpr UINT kSilentFramesAhead = 3;
+constexpr DWORD kTolerancesPerSecond = 1000;  // frames begin within 1 ms of their time
 
 }  // namespace
 
@@ -89,16 +92,35 @@ bool CRkAudioFeed::_WriteQueued(DWORD timeoutMs) {
 // A frame that cannot be built counts as written, so that sound and picture stay in step.
 void CRkAudioFeed::_WriteFrame(IRkAVPlaySample* sample) {
   CRkRef<IRkAudioSample> audio;
-  if (m_builder.Build(sample, m_nextFrame, audio.Out()) && audio) {
+  if (_BuildFrame(sample, audio.Out())) {
     SRkAudioSampleInfo info = {};
     audio->GetInfo(&info);
     m_renderer.WriteSample(audio.Get(), m_writePosition);
     m_writePosition += info.dataLength;
     _Report(*audio, sample);
   } else {
-    m_writePosition += m_builder.FrameBytes(m_nextFrame);
+    m_writePosition = m_builder.FirstSample(m_nextFrame + 1) * m_builder.Output().blockAlign;
   }
   ++m_nextFrame;
+}
+
+bool CRkAudioFeed::_BuildFrame(IRkAVPlaySample* sample, IRkAudioSample** audio) {
+  CRkRef<IRkAudioSample> built;
+  if (!m_builder.Build(sample, m_nextFrame, built.Out()) || !built) return false;
+  const DWORD count = CRkAudioLock(*built).SampleCount();
+  const DWORD fitting = _FittingCount(count);
+  if (count != fitting) return m_builder.Fit(*built, fitting, audio);
+  built.CopyTo(audio);
+  return true;
+}
+
+// How many samples the frame may take, of the `sampleCount` that it has: those that let the next frame begin
+// at its time, within a tolerance that blocks of the right mean length never use up.
+DWORD CRkAudioFeed::_FittingCount(DWORD sampleCount) const {
+  const LONGLONG tolerance = m_builder.Output().samplesPerSecond / kTolerancesPerSecond;
+  const auto due = static_cast<LONGLONG>(m_builder.FirstSample(m_nextFrame + 1));
+  const auto begin = static_cast<LONGLONG>(m_writePosition / m_builder.Output().blockAlign);
+  return static_cast<DWORD>(std::clamp(begin + sampleCount, due - tolerance, due + tolerance) - begin);
 }
 
 void CRkAudioFeed::_Report(IRkAudioSample& audio, IRkAVPlaySample* sample) {

@@ -30,6 +30,8 @@ class CRkAudioFeed {
   void _PlayOut(HANDLE exitEvent);
   bool _WriteQueued(DWORD timeoutMs);
   void _WriteFrame(IRkAVPlaySample* sample);
+  bool _BuildFrame(IRkAVPlaySample* sample, IRkAudioSample** audio);
+  DWORD _FittingCount(DWORD sampleCount) const;
   void _Report(IRkAudioSample& audio, IRkAVPlaySample* sample);
   bool _MayWrite(UINT clockFrame) const { return m_nextFrame <= clockFrame + m_lead; }
 

@@ -1,6 +1,7 @@
 #include "output_device/CRkAudioFrameBuilder.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -35,6 +36,28 @@ void CopyFirstChannels(const SRkWaveFormatInfo& blockFormat, const BYTE* block, 
   }
 }
 
+// 16-bit stereo, by linear interpolation; the first and the last sample stay, so that neighbours still join.
+// Both may be the same memory: no sample is overwritten before it has been read.
+void Resample(const BYTE* source, DWORD sourceCount, BYTE* target, DWORD targetCount) {
+  const auto* from = reinterpret_cast<const std::int16_t*>(source);
+  auto* to = reinterpret_cast<std::int16_t*>(target);
+  const ULONGLONG lastFrom = sourceCount - 1;
+  const ULONGLONG lastTo = targetCount - 1;
+  for (ULONGLONG step = 0; step < targetCount; ++step) {
+    const ULONGLONG index = sourceCount < targetCount ? lastTo - step : step;
+    const ULONGLONG at = index * lastFrom;
+    const ULONGLONG before = at / lastTo;
+    const ULONGLONG after = std::min(before + 1, lastFrom);
+    const auto part = static_cast<LONGLONG>(at % lastTo);
+    for (const int side : {0, 1}) {
+      const LONGLONG first = from[2 * before + side];
+      const LONGLONG second = from[2 * after + side];
+      to[2 * index + side] =
+          static_cast<std::int16_t>(first + (second - first) * part / static_cast<LONGLONG>(lastTo));
+    }
+  }
+}
+
 }  // namespace
 
 BOOL CRkAudioFrameBuilder::Configure(const SRkWaveFormatInfo& output, int sourceChannels,
@@ -64,33 +87,48 @@ BOOL CRkAudioFrameBuilder::Build(IRkAVPlaySample* sample, UINT frameIndex, IRkAu
     _Gather(*block, info.format, channel);
     channel += std::max(info.format.channels, 1);
   }
-  return channel > 0 ? _MixDown(audio) : _GetSilence(_FrameSamples(frameIndex), audio);
+  if (channel > 0) return _MixDown(audio);
+  return _GetSilence(static_cast<DWORD>(FirstSample(frameIndex + 1) - FirstSample(frameIndex)), audio);
 }
 
-DWORD CRkAudioFrameBuilder::FrameBytes(UINT frameIndex) const {
-  return _FrameSamples(frameIndex) * m_output.blockAlign;
-}
-
-DWORD CRkAudioFrameBuilder::_FrameSamples(UINT frameIndex) const {
-  return static_cast<DWORD>(
-      RkAudioUtils::GetAudioSampleCounts(m_output.samplesPerSecond, m_frameRate, frameIndex, 1));
-}
-
-BOOL CRkAudioFrameBuilder::_GetSilence(DWORD sampleCount, IRkAudioSample** audio) {
-  if (!m_outputSample) {
-    const DWORD capacity = _WorkCapacity(m_output.samplesPerSecond);
-    if (!RkCreateUserAudioSample(m_output, nullptr, capacity, m_outputSample.Out())) return FALSE;
+BOOL CRkAudioFrameBuilder::Fit(IRkAudioSample& audio, DWORD sampleCount, IRkAudioSample** fitted) {
+  const DWORD sourceCount = CRkAudioLock(audio).SampleCount();
+  const bool isOwn = &audio == m_outputSample.sample.Get();
+  if (!_Prepare(m_outputSample, m_output, sampleCount)) return FALSE;
+  const CRkAudioLock target(*m_outputSample.sample);
+  if (isOwn) {
+    Resample(target.Data(), sourceCount, target.Data(), sampleCount);
+  } else {
+    Resample(CRkAudioLock(audio).Data(), sourceCount, target.Data(), sampleCount);
   }
-  m_outputSample->SetSampleCount(sampleCount);
-  const CRkAudioLock output(*m_outputSample);
-  RkAudioUtils::SilientAudioBuffer(m_output, output.Data(), output.SampleCount());
-  m_outputSample.CopyTo(audio);
+  m_outputSample.sample.CopyTo(fitted);
   return TRUE;
 }
 
-// Room for two frames, since neighbours may differ by a sample.
-DWORD CRkAudioFrameBuilder::_WorkCapacity(DWORD samplesPerSecond) const {
-  return static_cast<DWORD>(RkAudioUtils::GetAudioSampleCounts(samplesPerSecond, m_frameRate, 0, 2));
+ULONGLONG CRkAudioFrameBuilder::FirstSample(UINT frameIndex) const {
+  return RkAudioUtils::GetAudioSampleCounts(m_output.samplesPerSecond, m_frameRate, 0, frameIndex);
+}
+
+// Has room for two frames at least, so that blocks of ordinary length never allocate.
+BOOL CRkAudioFrameBuilder::_Prepare(SWorkSample& work, const SRkWaveFormatInfo& format,
+                                    DWORD sampleCount) const {
+  if (!work.sample || work.capacity < sampleCount || !SameFormat(work.format, format)) {
+    const auto twoFrames =
+        static_cast<DWORD>(RkAudioUtils::GetAudioSampleCounts(format.samplesPerSecond, m_frameRate, 0, 2));
+    work.format = format;
+    work.capacity = std::max(twoFrames, sampleCount);
+    if (!RkCreateUserAudioSample(format, nullptr, work.capacity, work.sample.Out())) return FALSE;
+  }
+  work.sample->SetSampleCount(sampleCount);
+  return TRUE;
+}
+
+BOOL CRkAudioFrameBuilder::_GetSilence(DWORD sampleCount, IRkAudioSample** audio) {
+  if (!_Prepare(m_outputSample, m_output, sampleCount)) return FALSE;
+  const CRkAudioLock output(*m_outputSample.sample);
+  RkAudioUtils::SilientAudioBuffer(m_output, output.Data(), output.SampleCount());
+  m_outputSample.sample.CopyTo(audio);
+  return TRUE;
 }
 
 // Makes the mix sample ready for blocks like the first one: silent, as long as that block. False for an
@@ -99,43 +137,37 @@ bool CRkAudioFrameBuilder::_StartMix(IRkAudioSample& first, const SRkWaveFormatI
   const DWORD sampleCount = CRkAudioLock(first).SampleCount();
   const SRkWaveFormatInfo format =
       RkMakeWaveFormat(m_sourceChannels, firstFormat.samplesPerSecond, firstFormat.bitsPerSample);
-  if (sampleCount == 0) return false;
-  if (!m_mixSample || !SameFormat(format, m_mixFormat)) {
-    const DWORD capacity = _WorkCapacity(format.samplesPerSecond);
-    if (!RkCreateUserAudioSample(format, nullptr, capacity, m_mixSample.Out())) return false;
-    m_mixFormat = format;
-  }
-  m_mixSample->SetSampleCount(sampleCount);
-  const CRkAudioLock mix(*m_mixSample);
-  RkAudioUtils::SilientAudioBuffer(m_mixFormat, mix.Data(), mix.SampleCount());
+  if (sampleCount == 0 || !_Prepare(m_mixSample, format, sampleCount)) return false;
+  const CRkAudioLock mix(*m_mixSample.sample);
+  RkAudioUtils::SilientAudioBuffer(format, mix.Data(), mix.SampleCount());
   return true;
 }
 
 // Puts a block at its channel position; what does not fit, to the side or at the end, is cut.
 void CRkAudioFrameBuilder::_Gather(IRkAudioSample& block, const SRkWaveFormatInfo& format, int channel) {
-  if (format.bitsPerSample != m_mixFormat.bitsPerSample) return;
+  if (format.bitsPerSample != m_mixSample.format.bitsPerSample) return;
   const CRkAudioLock source(block);
-  const CRkAudioLock mix(*m_mixSample);
-  BYTE* const target = mix.Data() + static_cast<size_t>(channel) * (m_mixFormat.bitsPerSample / 8);
+  const CRkAudioLock mix(*m_mixSample.sample);
+  BYTE* const target = mix.Data() + static_cast<size_t>(channel) * (m_mixSample.format.bitsPerSample / 8);
   const DWORD count = std::min(source.SampleCount(), mix.SampleCount());
   const int room = m_sourceChannels - channel;
   if (format.channels <= room) {
-    RkAudioUtils::CopyAudioChannelSamples(format, source.Data(), m_mixFormat, target, count);
+    RkAudioUtils::CopyAudioChannelSamples(format, source.Data(), m_mixSample.format, target, count);
   } else {
-    CopyFirstChannels(format, source.Data(), room, m_mixFormat, target, count);
+    CopyFirstChannels(format, source.Data(), room, m_mixSample.format, target, count);
   }
 }
 
 BOOL CRkAudioFrameBuilder::_MixDown(IRkAudioSample** audio) {
-  if (SameFormat(m_mixFormat, m_output)) {
-    m_mixSample.CopyTo(audio);
+  if (SameFormat(m_mixSample.format, m_output)) {
+    m_mixSample.sample.CopyTo(audio);
     return TRUE;
   }
-  CRkAudioLock mix(*m_mixSample);
+  CRkAudioLock mix(*m_mixSample.sample);
   CRkRef<IRkAudioSample> mixed;
   if (!_GetSilence(mix.SampleCount(), mixed.Out())) return FALSE;
   CRkAudioLock output(*mixed);
-  RkAudioUtils::MixAudioSampleTo16bitStereo(m_mixFormat, mix.Record(), m_output, output.Record(),
+  RkAudioUtils::MixAudioSampleTo16bitStereo(m_mixSample.format, mix.Record(), m_output, output.Record(),
                                             m_weights.get(), m_sourceChannels);
   mixed.CopyTo(audio);
   return TRUE;

@@ -3,6 +3,7 @@
 namespace {
 
 constexpr DWORD kTakeTimeoutMs = 1;
+constexpr DWORD kDrainPauseMs = 1;
 
 }  // namespace
 
@@ -18,9 +19,11 @@ void CRkVideoRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
           SetEvent(doneEvent);
           return;
         }
+        // Early frames are shown again until their turn has come.
+        if (RkWait(exitEvent, kDrainPauseMs)) return;
         SetEvent(m_shownFrame.Event());
         break;
-      default:  // exitEvent, or WAIT_FAILED, which would else come again at once and for ever
+      default:  // exitEvent, or WAIT_FAILED, which would repeat without end
         return;
     }
   }

@@ -9,7 +9,7 @@
 // on the video thread only.
 //
 //   exit event   -> over
-//   stop event   -> over when the queue is empty, else another pass at once
+//   stop event   -> over when the queue is empty, else another pass a millisecond later
 //   frame event  -> one pass: what is late is dropped unseen, but for the newest if nothing newer is
 //                   there; what is early is shown and held until its turn has passed; the marker
 //                   blanks the picture the moment it is reached
