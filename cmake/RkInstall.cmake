@@ -15,8 +15,11 @@ foreach(target ${installed_targets})
   endif()
 endforeach()
 
+# Builds exactly what the installation copies.
+add_custom_target(installable DEPENDS ${installed_targets})
 install(TARGETS ${installed_targets} EXPORT RkClipPlayTargets)
 if(TARGET rkplay)
+  add_dependencies(installable rkplay)
   set_target_properties(rkplay PROPERTIES INSTALL_RPATH $ORIGIN/${from_bin_to_lib})
   install(TARGETS rkplay)
 endif()

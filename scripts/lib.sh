@@ -1,4 +1,4 @@
-# What the scripts share: the packages they need and how a preset is built. Sourced, never run.
+# Shared by the scripts: the packages they need and how a preset is built. Sourced, never run.
 set -euo pipefail
 caller_dir=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -16,8 +16,16 @@ rk_fail() {
   exit 1
 }
 
-# Installs what is missing of the packages given; without the right to, says how and stops. On a system
-# without dpkg the packages have other names, and CMake says what it does not find.
+# rk_help_on_request "$@": prints the comment at the top of the calling script and exits if the first
+# argument asks for help.
+rk_help_on_request() {
+  [[ ${1:-} == --help || ${1:-} == -h ]] || return 0
+  awk 'NR > 1 && !/^#/ { exit } NR > 1 { sub(/^# ?/, ""); print }' "scripts/$(basename "$0")"
+  exit 0
+}
+
+# Installs the packages that are missing. Without root it names the command and stops. On a system without
+# dpkg the packages have other names, and CMake reports what it does not find.
 rk_need_packages() {
   command -v dpkg-query > /dev/null || return 0
   local package missing=()
@@ -34,15 +42,30 @@ rk_need_packages() {
   rk_logged packages "${install[@]}"
 }
 
-# rk_logged NAME COMMAND...: runs the command with its output in build/NAME.log, shown when it fails.
+# rk_logged NAME COMMAND...: runs the command with its output in build/NAME.log and shows the log on failure.
 rk_logged() {
   local log="build/$1.log"
   shift
   mkdir -p build
-  "$@" > "$log" 2>&1 < /dev/null || {
+  "$@" 2>&1 < /dev/null | rk_show_progress "$log" || {
     grep -v '^\[[0-9]*/[0-9]*\] ' "$log" | tail -n 200 >&2 || true
     rk_fail "failed: $* (the whole output is in $log)"
   }
+}
+
+# Copies its input to a file and reports each tenth of a build, from ninja's "[DONE/ALL]" lines. Short builds
+# stay silent.
+rk_show_progress() {
+  awk -v log_file="$1" '
+      { print > log_file }
+      match($0, /^\[[0-9]+\/[0-9]+\]/) {
+        split(substr($0, 2, RLENGTH - 2), count, "/")
+        tenth = int(10 * count[1] / count[2])
+        if (count[2] >= 20 && tenth > shown) {
+          shown = tenth
+          printf "  %d %% (%d of %d)\n", 10 * tenth, count[1], count[2] > "/dev/stderr"
+        }
+      }'
 }
 
 rk_configure() {
