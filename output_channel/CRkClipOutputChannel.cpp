@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "base/CRkDeadline.h"
 #include "base/RkCreateObject.h"
 #include "base/RkLogLine.h"
+#include "base/RkMonotonicTime.h"
 #include "source_channel/CRkClipSourceChannel.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <atomic>
 
 #include "base/CRkCriticalSection.h"
-#include "base/CRkDeadline.h"
 #include "base/CRkRef.h"
 #include "base/CRkUnknown.h"
+#include "base/RkMonotonicTime.h"
 #include "source_channel/CRkClipSampleCache.h"
 #include "source_channel/CRkWorkerOrders.h"
 #include "source_channel/IRkClipSourceChannel.h"

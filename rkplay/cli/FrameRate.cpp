@@ -45,14 +45,6 @@ std::string FrameRateNames() {
   return names + " or a fraction such as 30000/1001";
 }
 
-std::chrono::nanoseconds FrameTime(int frameRate, ULONGLONG frame) {
-  constexpr ULONGLONG kNanosecondsPerSecond = 1'000'000'000;
-  const auto [numerator, denominator] = kRkFrameRates[frameRate];
-  const ULONGLONG units = frame * denominator;  // in 1/numerator seconds
-  return std::chrono::nanoseconds(units / numerator * kNanosecondsPerSecond +
-                                  units % numerator * kNanosecondsPerSecond / numerator);
-}
-
 std::string Timecode(int frameRate, ULONGLONG frame) {
   const UINT perSecond = CountedPerSecond(kRkFrameRates[frameRate]);
   const bool drops = kRkFrameRates[frameRate].denominator != 1 && perSecond % 30 == 0;

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "contracts/RkMediaRecords.h"
+#include "base/RkExactTime.h"
 
 namespace rkplay {
 
@@ -17,8 +17,10 @@ const char* FrameRateName(int frameRate);
 // All names, for messages.
 std::string FrameRateNames();
 
-// When frame `frame` begins, counted from frame 0. Derived from the count, so it never drifts.
-std::chrono::nanoseconds FrameTime(int frameRate, ULONGLONG frame);
+// From the start of frame 0 to the start of `frame`.
+constexpr std::chrono::nanoseconds FrameTime(int frameRate, ULONGLONG frame) {
+  return RkTimeOf(frame, kRkFrameRates[frameRate]);
+}
 
 // hours:minutes:seconds:frames; drop-frame, written with ';', at 29.97 and 59.94.
 std::string Timecode(int frameRate, ULONGLONG frame);

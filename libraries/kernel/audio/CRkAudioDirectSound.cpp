@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/CRkAudioLock.h"
+#include "base/RkExactTime.h"
 #include "base/RkLogLine.h"
 #include "base/RkMonotonicTime.h"
 #include "libraries/kernel/samples/CRkUserAudioSample.h"

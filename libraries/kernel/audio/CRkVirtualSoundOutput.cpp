@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/CRkHandle.h"
+#include "base/RkExactTime.h"
 #include "base/RkMonotonicTime.h"
 
 namespace {
@@ -28,12 +29,7 @@ void CRkSoundPeriods::Take(LONGLONG now) {
 }
 
 LONGLONG CRkSoundPeriods::_Time(ULONGLONG number) const {
-  const ULONGLONG before = number * m_frames;
-  // Whole seconds first, so that no product overflows.
-  const ULONGLONG seconds = before / m_framesPerSecond;
-  const ULONGLONG rest = before % m_framesPerSecond;
-  return static_cast<LONGLONG>(seconds * kRkNanosecondsPerSecond +
-                               rest * kRkNanosecondsPerSecond / m_framesPerSecond);
+  return RkTimeOf(number * m_frames, {m_framesPerSecond, 1}).count();
 }
 
 CRkVirtualSoundOutput::~CRkVirtualSoundOutput() {

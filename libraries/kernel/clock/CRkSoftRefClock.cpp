@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-#include "base/RkTickTime.h"
+#include "base/RkExactTime.h"
 
 void CRkSoftRefClock::Start(double framesPerSecond) {
   std::lock_guard lock(m_mutex);
@@ -24,7 +24,7 @@ void CRkSoftRefClock::WaitTick(UINT timeoutMs) {
   while (true) {
     const UINT starts = m_starts;
     const bool ticks = m_framesPerSecond > 0.0;
-    const auto due = ticks ? m_start + RkTickTime(m_framesPerSecond, m_nextTick) : deadline;
+    const auto due = ticks ? m_start + RkTimeOf(m_nextTick, RkFractionOf(m_framesPerSecond)) : deadline;
     const bool changed =
         m_changed.wait_until(lock, std::min(due, deadline), [&] { return m_starts != starts; });
     if (changed && m_framesPerSecond > 0.0) continue;

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "base/CRkRef.h"
-#include "base/RkTickTime.h"
+#include "base/RkExactTime.h"
 #include "contracts/RkKernel.h"
 
 namespace {
@@ -14,11 +14,12 @@ TEST(soft_ref_clock, has_not_drifted_after_a_day_at_any_rate_of_the_table) {
     const SRkFrameRateFraction fraction = kRkFrameRates[rate];
     const ULONGLONG ticks = ULONGLONG{fraction.numerator} * 86400;
     const ULONGLONG nanoseconds = ULONGLONG{fraction.denominator} * 86400 * 1'000'000'000;
-    EXPECT_EQ(RkTickTime(RkFramesPerSecond(rate), ticks).count(), static_cast<int64_t>(nanoseconds));
-    const ULONGLONG half = RkTickTime(RkFramesPerSecond(rate), ticks / 2).count();
+    EXPECT_EQ(RkTimeOf(ticks, RkFractionOf(RkFramesPerSecond(rate))).count(),
+              static_cast<int64_t>(nanoseconds));
+    const ULONGLONG half = RkTimeOf(ticks / 2, RkFractionOf(RkFramesPerSecond(rate))).count();
     EXPECT_NEAR(static_cast<double>(half), static_cast<double>(nanoseconds) / 2, 1.0);
   }
-  EXPECT_EQ(RkTickTime(12.5, 25).count(), 2'000'000'000);
+  EXPECT_EQ(RkTimeOf(25, RkFractionOf(12.5)).count(), 2'000'000'000);
 }
 
 CRkRef<IRkSoftRefClock> MakeClock() {
