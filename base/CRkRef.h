@@ -1,5 +1,6 @@
 #pragma once
 
+#include <type_traits>
 #include <utility>
 
 #include "contracts/IRkUnknown.h"
@@ -15,6 +16,9 @@ class CRkRef {
   CRkRef() = default;
   CRkRef(const CRkRef& other) : CRkRef(Retain(other.m_object)) {}
   CRkRef(CRkRef&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
+  template <class Derived>
+  requires std::is_convertible_v<Derived*, T*> CRkRef(CRkRef<Derived> other)
+  noexcept : m_object(other.Detach()) {}
   ~CRkRef() { Reset(); }
 
   // The new reference is taken before the old one goes, so that an object may be stored over itself.

@@ -16,8 +16,9 @@ constexpr DWORD kTolerancesPerSecond = 1000;  // frames begin within 1 ms of the
 }  // namespace
 
 CRkAudioFeed::CRkAudioFeed(IRkAudioDirectSound& renderer, CRkAudioFrameBuilder& builder,
-                           CRkSampleQueue& queue, CRkShownFrame& shownFrame, CRkDeviceCallback& callback,
-                           double frameDurationMs, int lead)
+                           CRkSampleQueue& queue, CRkShownFrame& shownFrame,
+                           CRkLockedRef<IRkSoftwareOutputCallback>& callback, double frameDurationMs,
+                           int lead)
     : m_renderer(renderer),
       m_builder(builder),
       m_queue(queue),

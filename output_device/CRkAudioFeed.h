@@ -1,10 +1,11 @@
 #pragma once
 
+#include "base/CRkLockedRef.h"
 #include "contracts/RkKernel.h"
 #include "output_device/CRkAudioFrameBuilder.h"
-#include "output_device/CRkDeviceCallback.h"
 #include "output_device/CRkSampleQueue.h"
 #include "output_device/CRkShownFrame.h"
+#include "output_device/IRkSoftwareOutputDevice.h"
 
 // What the pacing thread does with an audio renderer: keeps it supplied a few frames ahead of its play
 // position and derives from that position the frame that is due. Lives for one run, on that thread only.
@@ -15,7 +16,8 @@ class CRkAudioFeed {
  public:
   // `lead`: frames of audio kept written ahead of the play position, at least 1.
   CRkAudioFeed(IRkAudioDirectSound& renderer, CRkAudioFrameBuilder& builder, CRkSampleQueue& queue,
-               CRkShownFrame& shownFrame, CRkDeviceCallback& callback, double frameDurationMs, int lead);
+               CRkShownFrame& shownFrame, CRkLockedRef<IRkSoftwareOutputCallback>& callback,
+               double frameDurationMs, int lead);
 
   // One pass: pre-rolls until the renderer plays, then follows and feeds it.
   void Pass(HANDLE exitEvent);
@@ -39,7 +41,7 @@ class CRkAudioFeed {
   CRkAudioFrameBuilder& m_builder;
   CRkSampleQueue& m_queue;
   CRkShownFrame& m_shownFrame;
-  CRkDeviceCallback& m_callback;
+  CRkLockedRef<IRkSoftwareOutputCallback>& m_callback;
   const double m_frameDurationMs;
   const UINT m_lead;
   const double m_bufferSpanMs;

@@ -81,11 +81,12 @@ BOOL CRkSoftwareOutputDevice::_CreateThread(CRkRef<IRkWorkerThread>& thread, RkT
 }
 
 BOOL CRkSoftwareOutputDevice::SetOutputCallback(IRkSoftwareOutputCallback* callback) {
-  return m_callback.Set(callback);
+  m_callback.Set(CRkRef<IRkSoftwareOutputCallback>::Retain(callback));
+  return callback != nullptr ? TRUE : FALSE;
 }
 
 void CRkSoftwareOutputDevice::RemoveOutputCallback() {
-  m_callback.Set(nullptr);
+  m_callback.Set({});
 }
 
 BOOL CRkSoftwareOutputDevice::Play() {

@@ -2,11 +2,10 @@
 
 #include <atomic>
 
+#include "base/CRkLockedRef.h"
 #include "base/CRkPoolElement.h"
-#include "base/CRkRef.h"
 #include "base/CRkUnknown.h"
 #include "output_device/CRkAudioFrameBuilder.h"
-#include "output_device/CRkDeviceCallback.h"
 #include "output_device/CRkSampleQueue.h"
 #include "output_device/CRkShownFrame.h"
 #include "output_device/IRkSoftwareOutputDevice.h"
@@ -84,7 +83,7 @@ class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice>
   CRkHandle m_audioDoneEvent;  // the pacing thread has finished
   CRkHandle m_videoDoneEvent;  // the video thread has finished
 
-  CRkDeviceCallback m_callback;
+  CRkLockedRef<IRkSoftwareOutputCallback> m_callback;
   CRkShownFrame m_shownFrame;
   CRkAudioFrameBuilder m_audioBuilder;  // the pacing thread's
   _CRkTagVideoSample m_noVideoTag;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "base/CRkRef.h"
-#include "output_device/CRkDeviceCallback.h"
+#include "base/CRkLockedRef.h"
 #include "output_device/CRkSampleQueue.h"
 #include "output_device/CRkShownFrame.h"
+#include "output_device/IRkSoftwareOutputDevice.h"
 
 // One run of the video thread: takes frames from the queue and hands the due one to the callback. Lives
 // on the video thread only.
@@ -16,8 +16,8 @@
 class CRkVideoRun {
  public:
   // `noPicture` is the marker, known by its address.
-  CRkVideoRun(CRkSampleQueue& queue, CRkShownFrame& shownFrame, CRkDeviceCallback& callback,
-              const IRkUnknown* noPicture)
+  CRkVideoRun(CRkSampleQueue& queue, CRkShownFrame& shownFrame,
+              CRkLockedRef<IRkSoftwareOutputCallback>& callback, const IRkUnknown* noPicture)
       : m_queue(queue), m_shownFrame(shownFrame), m_callback(callback), m_noPicture(noPicture) {}
 
   // Until exitEvent or a wait that fails, or until stopEvent with nothing queued, and then sets doneEvent.
@@ -30,7 +30,7 @@ class CRkVideoRun {
 
   CRkSampleQueue& m_queue;
   CRkShownFrame& m_shownFrame;
-  CRkDeviceCallback& m_callback;
+  CRkLockedRef<IRkSoftwareOutputCallback>& m_callback;
   const IRkUnknown* const m_noPicture;
   CRkRef<IRkVideoSample> m_current;  // held from pass to pass while it is early
 };

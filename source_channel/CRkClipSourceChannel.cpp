@@ -78,7 +78,7 @@ void CRkClipSourceChannel::_ReleaseAll() {
   RemoveSampleProcessor();
   m_cache.Reset();
   m_list.Reset();
-  _SetCurrentElement({});
+  m_currentElement.Set({});
   SetPlayBufferPool(nullptr);
 }
 
@@ -213,7 +213,7 @@ void CRkClipSourceChannel::SetElementMode(UINT mode, UINT position) {
 
   // A running worker moves its element itself, so that nobody moves it under a read.
   const UINT offset = position == kRkNoPosition ? 0 : position;
-  const auto current = _CurrentElement();
+  const auto current = m_currentElement.Get();
   const bool workerIsIdle = m_thread->IsIdle() != FALSE;
   m_orders.PauseAndMove(current && !workerIsIdle ? offset : kRkNoPosition);
   m_cache->Flush();
@@ -224,7 +224,7 @@ void CRkClipSourceChannel::SetElementMode(UINT mode, UINT position) {
 
 // Whether the current element's mode was another.
 bool CRkClipSourceChannel::_SetElementModes(UINT mode) {
-  const auto current = _CurrentElement();
+  const auto current = m_currentElement.Get();
   BOOL changed = FALSE;
   CRkRef<IRkClipElement> element;
   m_list->GetFirstElement(element.Out());
@@ -239,16 +239,12 @@ bool CRkClipSourceChannel::_SetElementModes(UINT mode) {
 
 BOOL CRkClipSourceChannel::SetSampleProcessor(IRkClipSampleProcessor* processor) {
   if (processor == nullptr) return FALSE;
-  auto replaced = CRkRef<IRkClipSampleProcessor>::Retain(processor);
-  CRkScopedLock lock(m_settingsLock);
-  std::swap(m_sampleHook, replaced);
+  m_sampleHook.Set(CRkRef<IRkClipSampleProcessor>::Retain(processor));
   return TRUE;
 }
 
 void CRkClipSourceChannel::RemoveSampleProcessor() {
-  CRkRef<IRkClipSampleProcessor> removed;
-  CRkScopedLock lock(m_settingsLock);
-  std::swap(m_sampleHook, removed);
+  m_sampleHook.Set({});
 }
 
 void CRkClipSourceChannel::SetVideoResolution(const SRkVideoResolution& resolution) {
@@ -262,9 +258,7 @@ void CRkClipSourceChannel::SetWaveFormatInfo(const SRkWaveFormatInfo& format) {
 }
 
 BOOL CRkClipSourceChannel::SetPlayBufferPool(IRkPlayBufferPool* pool) {
-  auto replaced = CRkRef<IRkPlayBufferPool>::Retain(pool);
-  CRkScopedLock lock(m_settingsLock);
-  std::swap(m_pool, replaced);
+  m_pool.Set(CRkRef<IRkPlayBufferPool>::Retain(pool));
   return pool != nullptr ? TRUE : FALSE;
 }
 
@@ -313,28 +307,7 @@ CRkClipSourceChannel::SRunStart CRkClipSourceChannel::_RunStart() {
   return {m_startPosition, m_run};
 }
 
-void CRkClipSourceChannel::_SetCurrentElement(const CRkRef<IRkClipElement>& element) {
-  CRkRef<IRkClipElement> replaced = element;
-  CRkScopedLock lock(m_requestLock);
-  std::swap(m_currentElement, replaced);
-}
-
-CRkRef<IRkClipElement> CRkClipSourceChannel::_CurrentElement() {
-  CRkScopedLock lock(m_requestLock);
-  return m_currentElement;
-}
-
 SRkClipFormat CRkClipSourceChannel::_Format() {
   CRkScopedLock lock(m_settingsLock);
   return m_format;
-}
-
-CRkRef<IRkPlayBufferPool> CRkClipSourceChannel::_Pool() {
-  CRkScopedLock lock(m_settingsLock);
-  return m_pool;
-}
-
-CRkRef<IRkClipSampleProcessor> CRkClipSourceChannel::_SampleHook() {
-  CRkScopedLock lock(m_settingsLock);
-  return m_sampleHook;
 }

@@ -3,7 +3,7 @@
 #include <atomic>
 
 #include "base/CRkCriticalSection.h"
-#include "base/CRkRef.h"
+#include "base/CRkLockedRef.h"
 #include "base/CRkUnknown.h"
 #include "base/RkMonotonicTime.h"
 #include "source_channel/CRkClipSampleCache.h"
@@ -25,8 +25,9 @@ struct SRkSampleTag {
 //
 // Threads: a control thread (every operation), the consumer (GetSample) and the worker (_ThreadProc,
 // which is CRkClipSourceRun). They meet in the cache, in the orders, and in the fields below.
-// Locks: the request lock guards the course of play, the settings lock what the worker passes on. Neither
-// is held together with another lock, nor across a wait or a call into an element, the hook or the cache.
+// Locks: the request lock guards the course of play, the settings lock the format; the three shared
+// references guard themselves. None is held together with another lock, nor across a wait or a call into
+// an element, the hook or the cache.
 //
 // Passes are counted where they are delivered, since the worker may be ahead by more than a list or
 // behind the consumer. Every run has a number that its samples carry: what an earlier run left behind, a
@@ -85,11 +86,7 @@ class CRkClipSourceChannel final : public CRkUnknown<IRkClipSourceChannel> {
   void _AwaitPause();
 
   SRunStart _RunStart() RK_EXCLUDES(m_requestLock);
-  void _SetCurrentElement(const CRkRef<IRkClipElement>& element) RK_EXCLUDES(m_requestLock);
-  CRkRef<IRkClipElement> _CurrentElement() RK_EXCLUDES(m_requestLock);
   SRkClipFormat _Format() RK_EXCLUDES(m_settingsLock);
-  CRkRef<IRkPlayBufferPool> _Pool() RK_EXCLUDES(m_settingsLock);
-  CRkRef<IRkClipSampleProcessor> _SampleHook() RK_EXCLUDES(m_settingsLock);
 
   CRkRef<CRkClipSampleCache> m_cache;
   CRkRef<IRkClipElementList> m_list;
@@ -97,11 +94,14 @@ class CRkClipSourceChannel final : public CRkUnknown<IRkClipSourceChannel> {
   CRkWorkerOrders m_orders;
   UINT m_preRollCount = 0;
 
+  CRkLockedRef<IRkClipElement> m_currentElement;
+  CRkLockedRef<IRkPlayBufferPool> m_pool;
+  CRkLockedRef<IRkClipSampleProcessor> m_sampleHook;
+
   std::atomic<UINT> m_status = RkSourceChannel_Constructed;
   std::atomic<UINT> m_position = 0;  // of the sample taken last
 
   CRkCriticalSection m_requestLock;
-  CRkRef<IRkClipElement> m_currentElement RK_GUARDED_BY(m_requestLock);
   UINT m_startPosition RK_GUARDED_BY(m_requestLock) = 0;
   UINT m_run RK_GUARDED_BY(m_requestLock) = 0;
   int m_repeatCount RK_GUARDED_BY(m_requestLock) = 1;
@@ -109,6 +109,4 @@ class CRkClipSourceChannel final : public CRkUnknown<IRkClipSourceChannel> {
 
   CRkCriticalSection m_settingsLock;
   SRkClipFormat m_format RK_GUARDED_BY(m_settingsLock);
-  CRkRef<IRkPlayBufferPool> m_pool RK_GUARDED_BY(m_settingsLock);
-  CRkRef<IRkClipSampleProcessor> m_sampleHook RK_GUARDED_BY(m_settingsLock);
 };

@@ -36,9 +36,9 @@ void CRkClipSourceRun::_FindStart() {
 // On success the element is the channel's current one.
 bool CRkClipSourceRun::_OpenElement() {
   const SRkClipFormat format = m_channel._Format();
-  const auto pool = m_channel._Pool();
+  const auto pool = m_channel.m_pool.Get();
   if (!m_element->Open(pool.Get(), 0, &format)) return false;
-  m_channel._SetCurrentElement(m_element);
+  m_channel.m_currentElement.Set(m_element);
   return true;
 }
 
@@ -131,7 +131,7 @@ void CRkClipSourceRun::_ReportInterval() {
   LARGE_INTEGER now = {};
   QueryPerformanceCounter(&now);
   const LONGLONG seconds = m_lastPositioned ? (now.QuadPart - *m_lastPositioned) / m_counterFrequency : 0;
-  if (const auto hook = m_channel._SampleHook()) hook->ReportSeekInterval(static_cast<UINT>(seconds));
+  if (const auto hook = m_channel.m_sampleHook.Get()) hook->ReportSeekInterval(static_cast<UINT>(seconds));
   m_lastPositioned = now.QuadPart;
 }
 
@@ -139,8 +139,8 @@ void CRkClipSourceRun::_ReportInterval() {
 // read while the control thread gave up waiting for its pause to begin is not delivered after it.
 void CRkClipSourceRun::_Queue(IRkAVPlaySample& sample, bool whilePaused) {
   const SRkSampleTag tag = {_IsEndOfList(sample), whilePaused, m_start.number};
-  if (const auto hook = m_channel._SampleHook()) {
-    const auto pool = m_channel._Pool();
+  if (const auto hook = m_channel.m_sampleHook.Get()) {
+    const auto pool = m_channel.m_pool.Get();
     hook->ProcessSample(&sample, pool.Get());
   }
   if (!m_channel.m_orders.AreNewer()) m_channel.m_cache->PutSample(&sample, tag.Pack(), m_stopEvent);

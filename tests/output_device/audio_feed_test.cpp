@@ -15,7 +15,7 @@ class audio_feed : public testing::Test {
   void Begin(int lead, const SRkWaveFormatInfo& format = kTestAudio, ERkFrameRate rate = RkFrameRate_25) {
     ASSERT_TRUE(m_queue.Create(64) && m_shown.Create());
     ASSERT_TRUE(m_builder.Configure(format, 2, rate));
-    m_callback.Set(m_sink.Get());
+    m_callback.Set(m_sink);
     m_shown.BeginRun();
     m_feed.emplace(*m_renderer, m_builder, m_queue, m_shown, m_callback, RkFrameDurationMs(rate), lead);
   }
@@ -37,7 +37,7 @@ class audio_feed : public testing::Test {
 
   CRkRef<CFakeDeviceCallback> m_sink = MakeFake<CFakeDeviceCallback>();
   CRkRef<CScriptedRenderer> m_renderer = MakeFake<CScriptedRenderer>();
-  CRkDeviceCallback m_callback;
+  CRkLockedRef<IRkSoftwareOutputCallback> m_callback;
   CRkSampleQueue m_queue;
   CRkShownFrame m_shown;
   CRkAudioFrameBuilder m_builder;

@@ -96,8 +96,8 @@ TEST_P(long_run, keeps_frames_samples_and_their_offset_exact) {
   const auto renderer = MakeFake<CCountingRenderer>(rate);
   const auto sink = MakeFake<CCountingCallback>();
   const auto marker = MakeVideo(0);
-  CRkDeviceCallback callback;
-  callback.Set(sink.Get());
+  CRkLockedRef<IRkSoftwareOutputCallback> callback;
+  callback.Set(sink);
   CRkSampleQueue audioQueue, videoQueue;
   CRkShownFrame shown;
   CRkAudioFrameBuilder builder;

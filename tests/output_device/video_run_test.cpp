@@ -11,7 +11,7 @@ class video_run : public testing::Test {
  protected:
   video_run() {
     EXPECT_TRUE(m_queue.Create(16) && m_shown.Create());
-    m_callback.Set(m_sink.Get());
+    m_callback.Set(m_sink);
     for (int i = 0; i < 1000; ++i) m_shown.CountSubmitted();
   }
   void Queue(std::initializer_list<UINT> frames) {
@@ -24,7 +24,7 @@ class video_run : public testing::Test {
   }
 
   CRkRef<CFakeDeviceCallback> m_sink = MakeFake<CFakeDeviceCallback>();
-  CRkDeviceCallback m_callback;
+  CRkLockedRef<IRkSoftwareOutputCallback> m_callback;
   CRkSampleQueue m_queue;
   CRkShownFrame m_shown;
   CRkRef<IRkVideoSample> m_marker = MakeVideo(0);

@@ -3,9 +3,9 @@
 
 #include "base/RkMonotonicTime.h"
 #include "libraries/kernel/audio/CRkAudioDirectSound.h"
-#include "libraries/kernel/audio/CRkAudioSystemChoice.h"
 #include "libraries/kernel/audio/CRkRecoveringSoundOutput.h"
 #include "libraries/kernel/audio/CRkVirtualSoundOutput.h"
+#include "libraries/kernel/audio/SRkAudioSystemChoice.h"
 #ifndef _WIN32
 #include "libraries/kernel/audio/CRkSdlSoundOutput.h"
 #endif
@@ -33,7 +33,7 @@ std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system) {
 
 int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double bufferMs, DWORD startBytes,
                              IRkAudioDirectSound** renderer) {
-  auto choice = CRkAudioSystemChoice::Instance().Get();
+  auto choice = RkAudioSystemChoice().Get();
   auto output = MakeOutput(choice.system);
   if (!output) return 0;
   auto created = CRkAudioDirectSound::Create(format, bufferMs, startBytes, std::move(output),
