@@ -6,15 +6,11 @@
 #include <new>
 
 #include "base/CRkAudioLock.h"
+#include "base/RkSampleFormat.h"
 
 namespace {
 
 constexpr int kFullLevel = 1000;
-
-bool SameFormat(const SRkWaveFormatInfo& a, const SRkWaveFormatInfo& b) {
-  return a.channels == b.channels && a.bitsPerSample == b.bitsPerSample &&
-         a.samplesPerSecond == b.samplesPerSecond;
-}
 
 // Channels 0, 2, 4 ... go to the left, 1, 3, 5 ... to the right, an odd last one to both.
 void FillWeights(SRkAudioMixParam* weights, int channels) {
@@ -79,7 +75,7 @@ BOOL CRkAudioFrameBuilder::Build(IRkAVPlaySample* sample, UINT frameIndex, IRkAu
     if (!block) break;
     SRkAudioSampleInfo info = {};
     block->GetInfo(&info);
-    if (i == 0 && info.dataLength > 0 && SameFormat(info.format, m_output)) {
+    if (i == 0 && info.dataLength > 0 && RkIsSameFormat(info.format, m_output)) {
       *audio = block.Detach();
       return TRUE;
     }
@@ -112,7 +108,7 @@ ULONGLONG CRkAudioFrameBuilder::FirstSample(UINT frameIndex) const {
 // Has room for two frames at least, so that blocks of ordinary length never allocate.
 BOOL CRkAudioFrameBuilder::_Prepare(SWorkSample& work, const SRkWaveFormatInfo& format,
                                     DWORD sampleCount) const {
-  if (!work.sample || work.capacity < sampleCount || !SameFormat(work.format, format)) {
+  if (!work.sample || work.capacity < sampleCount || !RkIsSameFormat(work.format, format)) {
     const auto twoFrames =
         static_cast<DWORD>(RkAudioUtils::GetAudioSampleCounts(format.samplesPerSecond, m_frameRate, 0, 2));
     work.format = format;
@@ -159,7 +155,7 @@ void CRkAudioFrameBuilder::_Gather(IRkAudioSample& block, const SRkWaveFormatInf
 }
 
 BOOL CRkAudioFrameBuilder::_MixDown(IRkAudioSample** audio) {
-  if (SameFormat(m_mixSample.format, m_output)) {
+  if (RkIsSameFormat(m_mixSample.format, m_output)) {
     m_mixSample.sample.CopyTo(audio);
     return TRUE;
   }

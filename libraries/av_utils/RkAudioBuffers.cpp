@@ -1,8 +1,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/RkSampleFormat.h"
 #include "contracts/RkAVUtils.h"
-#include "libraries/av_utils/RkAudioSampleFormat.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ void CopyBlocks(const BYTE* source, size_t blockBytes, BYTE* target, size_t targ
 }  // namespace
 
 DWORD RkAudioUtils::GetAudioBufferSize(const SRkWaveFormatInfo& format, double milliseconds) {
-  const size_t frameBytes = RkAudioFrameBytes(format);
+  const size_t frameBytes = RkFrameBytes(format);
   if (frameBytes == 0 || !(milliseconds > 0)) return 0;
   // A duration that is meant as a whole number of samples may lie a little below it as a double.
   const double samples = std::floor(milliseconds * format.samplesPerSecond / 1000.0 + 1e-6);
@@ -47,15 +47,15 @@ DWORD RkAudioUtils::GetAudioBufferSize(const SRkWaveFormatInfo& format, double m
 }
 
 void RkAudioUtils::SilientAudioBuffer(const SRkWaveFormatInfo& format, BYTE* data, DWORD sampleCount) {
-  const size_t bytes = RkAudioFrameBytes(format) * sampleCount;
-  if (data != nullptr && bytes > 0) std::memset(data, format.bitsPerSample == 8 ? 0x80 : 0, bytes);
+  const size_t bytes = RkFrameBytes(format) * sampleCount;
+  if (data != nullptr && bytes > 0) std::memset(data, RkSilentByte(format), bytes);
 }
 
 int RkAudioUtils::CopyAudioChannelSamples(const SRkWaveFormatInfo& sourceFormat, BYTE* source,
                                           const SRkWaveFormatInfo& targetFormat, BYTE* target,
                                           DWORD sampleCount) {
-  const size_t blockBytes = RkAudioFrameBytes(sourceFormat);
-  const size_t targetStep = RkAudioFrameBytes(targetFormat);
+  const size_t blockBytes = RkFrameBytes(sourceFormat);
+  const size_t targetStep = RkFrameBytes(targetFormat);
   if (blockBytes == 0 || source == nullptr || target == nullptr) return 0;
   if (sourceFormat.bitsPerSample != targetFormat.bitsPerSample || blockBytes > targetStep) return 0;
   if (blockBytes == targetStep)

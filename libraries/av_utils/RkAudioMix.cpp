@@ -2,8 +2,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/RkSampleFormat.h"
 #include "contracts/RkAVUtils.h"
-#include "libraries/av_utils/RkAudioSampleFormat.h"
 
 // Samples of every size are summed as 24-bit numbers. Where every gain is full or none, which is what a
 // device asks for, 32 bits hold the sums and nothing is multiplied; other gains take sums of 64 bits, in
@@ -137,10 +137,10 @@ int RkAudioUtils::MixAudioSampleTo16bitStereo(SRkWaveFormatInfo& sourceFormat, S
   if (source.data == nullptr || target.data == nullptr || gains == nullptr) return 0;
   if (targetFormat.channels != 2 || targetFormat.bitsPerSample != 16) return 0;
   if (sourceFormat.channels > kMostChannels || channelCount <= 0) return 0;
-  const SRkMix mix = {gains, std::min(channelCount, sourceFormat.channels), RkAudioFrameBytes(sourceFormat)};
+  const SRkMix mix = {gains, std::min(channelCount, sourceFormat.channels), RkFrameBytes(sourceFormat)};
   if (mix.frameBytes == 0) return 0;
   const DWORD count = std::min(source.sampleCount, target.sampleCount);
-  switch (RkAudioSampleBytes(sourceFormat)) {
+  switch (RkSampleBytes(sourceFormat)) {
     case 1:
       MixWith<SRkLoad8>(mix, source.data, target.data, count);
       return 1;

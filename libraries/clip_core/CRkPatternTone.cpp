@@ -7,6 +7,7 @@
 
 #include "base/CRkAudioLock.h"
 #include "base/CRkRef.h"
+#include "base/RkSampleFormat.h"
 #include "base/RkWithinMemory.h"
 #include "contracts/RkAVUtils.h"
 
@@ -26,12 +27,11 @@ DWORD Encoded(double value, int bits) {
 }  // namespace
 
 bool CRkPatternTone::IsSupported(const SRkWaveFormatInfo& audio, int frameRate) {
-  const int bits = audio.bitsPerSample;
-  if (bits != 8 && bits != 16 && bits != 24 && bits != 32) return false;
-  if (audio.samplesPerSecond < kFrequency || audio.channels * (bits / 8LL) > 0xFFFF) return false;
+  const size_t blockBytes = RkFrameBytes(audio);
+  if (blockBytes == 0 || blockBytes > 0xFFFF || audio.samplesPerSecond < kFrequency) return false;
   const ERkFrameRate rate = static_cast<ERkFrameRate>(frameRate);
   const ULONGLONG longest = RkAudioUtils::GetAudioSampleCounts(audio.samplesPerSecond, rate, 0, 1) + 1;
-  return longest * audio.channels * (bits / 8) <= 0x7FFFFFFF;
+  return longest * blockBytes <= 0x7FFFFFFF;
 }
 
 bool CRkPatternTone::Prepare(const SRkWaveFormatInfo& audio, int frameRate) {

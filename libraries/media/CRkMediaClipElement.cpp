@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/CRkAudioLock.h"
+#include "base/RkSampleFormat.h"
 #include "base/RkWithinMemory.h"
 #include "contracts/RkAVUtils.h"
 
@@ -18,11 +19,9 @@ bool IsSupported(const SRkVideoResolution& video) {
 }
 
 bool IsSupported(const SRkWaveFormatInfo& audio) {
-  const WORD bits = audio.bitsPerSample;
-  return audio.formatType == 1 && audio.channels <= CRkSoundConverter::kMaxChannels &&
-         audio.samplesPerSecond > 0 && audio.samplesPerSecond <= INT32_MAX &&
-         (bits == 8 || bits == 16 || bits == 24 || bits == 32) &&
-         audio.blockAlign == bits / 8 * audio.channels;
+  return RkIsWholeFormat(audio) && audio.formatType == kRkIntegerSamples &&
+         audio.channels <= CRkSoundConverter::kMaxChannels && audio.samplesPerSecond > 0 &&
+         audio.samplesPerSecond <= INT32_MAX;
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include "base/RkExactTime.h"
 #include "base/RkLogLine.h"
 #include "base/RkMonotonicTime.h"
-#include "libraries/kernel/samples/CRkUserAudioSample.h"
+#include "base/RkSampleFormat.h"
 
 namespace {
 
@@ -18,10 +18,6 @@ constexpr DWORD kPlayOutStepMs = 20;
 constexpr LONGLONG kPlayOutGraceNs = kRkNanosecondsPerSecond;
 constexpr DWORD kRestStepFrames = 1024;
 constexpr double kMostToldSpans = 0.4;  // two steps are less than a span: who asks every other time counts on
-
-BYTE SilentByte(const SRkWaveFormatInfo& format) {
-  return format.bitsPerSample == 8 ? 0x80 : 0;
-}
 
 // Whole samples in the span; 0 for none and for what no buffer can hold.
 DWORD SpanFrames(const SRkWaveFormatInfo& format, double bufferMs) {
@@ -36,8 +32,7 @@ CRkRef<IRkAudioDirectSound> CRkAudioDirectSound::Create(const SRkWaveFormatInfo&
                                                         DWORD startBytes,
                                                         std::unique_ptr<IRkSoundOutput> output,
                                                         CRkRef<IRkAudioMonitor> monitor, Clock clock) {
-  constexpr UINT kIntegerSamples = 1;
-  if (!CRkUserAudioSample::CanHold(format, 0) || format.formatType != kIntegerSamples) return {};
+  if (!RkIsWholeFormat(format) || format.formatType != kRkIntegerSamples) return {};
   const DWORD spanFrames = SpanFrames(format, bufferMs);
   if (spanFrames == 0 || startBytes > spanFrames * format.blockAlign) return {};
   try {
@@ -58,7 +53,7 @@ CRkAudioDirectSound::CRkAudioDirectSound(const SRkWaveFormatInfo& format, DWORD 
       m_startBytes(startBytes),
       m_monitor(std::move(monitor)),
       m_clock(clock),
-      m_ring(spanFrames * format.blockAlign, SilentByte(format)),
+      m_ring(spanFrames * format.blockAlign, RkSilentByte(format)),
       m_position(format.samplesPerSecond),
       m_restPart(static_cast<size_t>(kRestStepFrames) * format.blockAlign),
       m_output(std::move(output)) {}
@@ -158,7 +153,7 @@ void CRkAudioDirectSound::Pull(BYTE* data, DWORD bytes) {
   {
     CRkScopedLock lock(m_lock);
     if (m_state != EState::kPlaying) {
-      std::fill_n(data, bytes, SilentByte(m_format));
+      std::fill_n(data, bytes, RkSilentByte(m_format));
       return;
     }
     const LONGLONG now = m_clock();
@@ -200,18 +195,13 @@ void CRkAudioDirectSound::_DropLost(LONGLONG now) {
   if (frames > 0) m_droppedBytes += m_ring.Drop(frames * m_format.blockAlign);
 }
 
-bool CRkAudioDirectSound::_CanHold(const SRkWaveFormatInfo& format) const {
-  return format.channels == m_format.channels && format.bitsPerSample == m_format.bitsPerSample &&
-         format.samplesPerSecond == m_format.samplesPerSecond;
-}
-
 void CRkAudioDirectSound::WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) {
   SRkAudioSampleInfo info = {};
   audio->GetInfo(&info);
   _Follow();
   const CRkAudioLock sound(*audio);
   CRkScopedLock lock(m_lock);
-  if (_CanHold(info.format)) {
+  if (RkIsSameFormat(info.format, m_format)) {
     m_droppedBytes += m_ring.Write(sound.Data(), info.dataLength, writePosition);
   } else {
     m_droppedBytes += ULONGLONG{sound.SampleCount()} * m_format.blockAlign;

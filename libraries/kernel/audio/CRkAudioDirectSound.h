@@ -63,7 +63,6 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   void _Follow();
   void _DropLost(LONGLONG now) RK_REQUIRES(m_lock);
   void _ChangeState(EState state);
-  bool _CanHold(const SRkWaveFormatInfo& format) const;
   double _Milliseconds(double frames) const { return frames * 1000.0 / m_format.samplesPerSecond; }
 
   const SRkWaveFormatInfo m_format;

@@ -5,13 +5,11 @@
 #include <new>
 #include <utility>
 
+#include "base/RkSampleFormat.h"
+
 bool CRkUserAudioSample::CanHold(const SRkWaveFormatInfo& format, DWORD capacity) {
-  const int bits = format.bitsPerSample;
-  if (bits != 8 && bits != 16 && bits != 24 && bits != 32) return false;
-  if (format.channels < 1 || static_cast<LONGLONG>(format.channels) * (bits / 8) != format.blockAlign) {
-    return false;
-  }
-  return static_cast<ULONGLONG>(capacity) * format.blockAlign <= std::numeric_limits<DWORD>::max();
+  return RkIsWholeFormat(format) &&
+         static_cast<ULONGLONG>(capacity) * format.blockAlign <= std::numeric_limits<DWORD>::max();
 }
 
 CRkUserAudioSample::CRkUserAudioSample(const SRkWaveFormatInfo& format, std::unique_ptr<BYTE[]> memory,
