@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "libraries/log_api/RkUtf8.h"
+#include "base/RkUtf8.h"
 
 namespace {
 
@@ -37,6 +37,13 @@ const wchar_t* FormatLong(std::wstring& grown, const wchar_t* format, va_list ar
   return nullptr;
 }
 
+void PutUtf8(const wchar_t* text, std::FILE* file) {
+  while (*text != 0) {
+    const SRkUtf8Character character = RkUtf8(RkNextCharacter(text));
+    std::fwrite(character.bytes, 1, static_cast<std::size_t>(character.count), file);
+  }
+}
+
 }  // namespace
 
 std::atomic<bool> CRkLog::s_heard{false};
@@ -60,7 +67,7 @@ void CRkLog::_Deliver(ERkLogMsgLevel level, const wchar_t* line) {
   CRkScopedLock lock(m_lock);
   if (m_sink != nullptr) m_sink(m_sinkContext, level, line);
   if (m_file) {
-    RkPutUtf8(line, m_file.get());
+    PutUtf8(line, m_file.get());
     std::fflush(m_file.get());
   }
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -7,6 +8,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "base/RkUtf8.h"
 #include "platform/RkPlatform.h"
 
 namespace {
@@ -42,21 +44,6 @@ bool RaiseShare(int wantedNice) {
   if (getrlimit(RLIMIT_NICE, &limit) != 0) return false;
   const int allowed = 20 - static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 40));
   return allowed < getpriority(PRIO_PROCESS, GetCurrentThreadId()) && SetNice(allowed);
-}
-
-// Appends one character; what is not one becomes a question mark.
-void AppendUtf8(std::string& text, std::uint32_t character) {
-  if (character > 0x10FFFF || (character >= 0xD800 && character <= 0xDFFF)) character = '?';
-  if (character < 0x80) {
-    text += static_cast<char>(character);
-    return;
-  }
-  const int following = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-  const std::uint32_t lead = 0xFF00U >> (following + 1) & 0xFF;
-  text += static_cast<char>(lead | character >> 6 * following);
-  for (int i = following - 1; i >= 0; --i) {
-    text += static_cast<char>(0x80 | (character >> 6 * i & 0x3F));
-  }
 }
 
 // What was lowered for the whole process stays so.
@@ -106,12 +93,10 @@ HRESULT SetThreadDescription(HANDLE thread, PCWSTR description) {
   if (!IsCurrentThread(thread)) return FailedResult(ERROR_INVALID_HANDLE);
   if (description == nullptr) return FailedResult(ERROR_INVALID_PARAMETER);
   std::string name;
-  for (; *description != L'\0'; ++description) {
-    const std::size_t whole = name.size();
-    AppendUtf8(name, static_cast<std::uint32_t>(*description));
-    if (name.size() <= kNameBytes) continue;
-    name.resize(whole);
-    break;
+  while (*description != L'\0') {
+    const SRkUtf8Character character = RkUtf8(RkNextCharacter(description));
+    if (name.size() + static_cast<std::size_t>(character.count) > kNameBytes) break;
+    name.append(character.bytes, static_cast<std::size_t>(character.count));
   }
   return pthread_setname_np(pthread_self(), name.c_str()) == 0 ? 0 : FailedResult(ERROR_NOT_SUPPORTED);
 }
