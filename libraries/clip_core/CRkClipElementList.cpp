@@ -1,9 +1,9 @@
 #include "libraries/clip_core/CRkClipElementList.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
+#include "base/RkCreateObject.h"
 #include "base/RkWithinMemory.h"
 
 namespace {
@@ -144,9 +144,5 @@ int CRkClipElementList::_IndexOf(IRkClipElement* element) {
 }
 
 int RkCreateClipElementList(IRkClipElementList** list) {
-  if (list == nullptr) return 0;
-  CRkClipElementList* created = new (std::nothrow) CRkClipElementList;
-  if (created == nullptr) return 0;
-  *list = created;
-  return 1;
+  return list != nullptr ? RkCreate<CRkClipElementList>(list) : 0;
 }

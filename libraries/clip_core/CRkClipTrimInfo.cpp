@@ -1,8 +1,8 @@
 #include "libraries/clip_core/CRkClipTrimInfo.h"
 
-#include <new>
+#include <utility>
 
-#include "base/RkWithinMemory.h"
+#include "base/RkCreateObject.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ IRkClipTrimInfo* CRkClipTrimInfo::Clone() {
     CRkScopedLock lock(m_lock);
     if (!Append(m_ranges, ranges)) return nullptr;
   }
-  auto* const clone = new (std::nothrow) CRkClipTrimInfo;
+  auto* const clone = RkTryNew<CRkClipTrimInfo>();
   if (clone != nullptr) clone->_Take(ranges);
   return clone;
 }
@@ -56,9 +56,7 @@ int RkCreateClipTrimInfo(const CRkClipTrimInfo::Ranges& ranges, IRkClipTrimInfo*
   if (info == nullptr || !CRkClipTrimInfo::AreValid(ranges)) return 0;
   CRkClipTrimInfo::Ranges copy;
   if (!Append(ranges, copy)) return 0;
-  auto* const created = new (std::nothrow) CRkClipTrimInfo;
-  if (created == nullptr) return 0;
-  created->_Take(copy);
-  *info = created;
-  return 1;
+  auto created = CRkRef<CRkClipTrimInfo>::Adopt(RkTryNew<CRkClipTrimInfo>());
+  if (created) created->_Take(copy);
+  return RkHandOut(std::move(created), info);
 }

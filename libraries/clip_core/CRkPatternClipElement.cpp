@@ -1,7 +1,6 @@
 #include "libraries/clip_core/CRkPatternClipElement.h"
 
-#include <new>
-
+#include "base/RkCreateObject.h"
 #include "contracts/RkKernel.h"
 
 bool CRkPatternClipElement::_Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) {
@@ -41,8 +40,5 @@ BOOL CRkPatternClipElement::_ReadFrame(const SRkPresentedFrame&, UINT position, 
 
 int RkCreatePatternClipElement(UINT frameCount, IRkClipElement** element) {
   if (frameCount == 0 || element == nullptr) return 0;
-  auto* const created = RkTryNew<CRkPatternClipElement>(frameCount);
-  if (created == nullptr) return 0;
-  *element = created;
-  return 1;
+  return RkCreate<CRkPatternClipElement>(element, frameCount);
 }

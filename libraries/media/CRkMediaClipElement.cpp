@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "base/CRkAudioLock.h"
+#include "base/RkCreateObject.h"
 #include "base/RkSampleFormat.h"
-#include "base/RkWithinMemory.h"
 #include "contracts/RkAVUtils.h"
 
 namespace {
@@ -148,7 +148,5 @@ int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* 
     created = CRkRef<CRkMediaClipElement>::Adopt(new CRkMediaClipElement(std::move(source), frameRate, sink));
   });
   if (!within) reason = "out of memory";  // needs none
-  if (!created) return 0;
-  *element = created.Detach();
-  return 1;
+  return RkHandOut(std::move(created), element);
 }

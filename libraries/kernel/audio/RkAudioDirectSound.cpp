@@ -1,6 +1,7 @@
 #include <memory>
 #include <new>
 
+#include "base/RkCreateObject.h"
 #include "base/RkMonotonicTime.h"
 #include "libraries/kernel/audio/CRkAudioDirectSound.h"
 #include "libraries/kernel/audio/CRkRecoveringSoundOutput.h"
@@ -38,7 +39,5 @@ int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double buffe
   if (!output) return 0;
   auto created = CRkAudioDirectSound::Create(format, bufferMs, startBytes, std::move(output),
                                              std::move(choice.monitor), &RkMonotonicNow);
-  if (!created) return 0;
-  *renderer = created.Detach();
-  return 1;
+  return RkHandOut(std::move(created), renderer);
 }

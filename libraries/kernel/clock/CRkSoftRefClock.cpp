@@ -1,8 +1,8 @@
 #include "libraries/kernel/clock/CRkSoftRefClock.h"
 
 #include <algorithm>
-#include <new>
 
+#include "base/RkCreateObject.h"
 #include "base/RkExactTime.h"
 
 void CRkSoftRefClock::Start(double framesPerSecond) {
@@ -34,8 +34,5 @@ void CRkSoftRefClock::WaitTick(UINT timeoutMs) {
 }
 
 int RkCreateSoftRefClock(IRkSoftRefClock** clock) {
-  auto* const created = new (std::nothrow) CRkSoftRefClock;
-  if (created == nullptr) return 0;
-  *clock = created;
-  return 1;
+  return RkCreate<CRkSoftRefClock>(clock);
 }

@@ -1,5 +1,6 @@
 #include "libraries/kernel/samples/CRkAVPlaySample.h"
 
+#include "base/RkCreateObject.h"
 #include "base/RkWithinMemory.h"
 #include "libraries/kernel/samples/CRkVideoSample.h"
 
@@ -68,8 +69,5 @@ void CRkAVPlaySample::Clear() {
 }
 
 int RkCreateAVPlaySample(IRkAVPlaySample** sample) {
-  auto* const created = new (std::nothrow) CRkAVPlaySample;
-  if (created == nullptr) return 0;
-  *sample = created;
-  return 1;
+  return RkCreate<CRkAVPlaySample>(sample);
 }

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "base/RkCreateObject.h"
 #include "base/RkWithinMemory.h"
 
 CRkSamplePoolCore::CRkSamplePoolCore(UINT count) : m_count(count) {}
@@ -65,8 +66,5 @@ void CRkSamplePoolCore::GiveBackPlaySample(IRkAVPlaySample* sample) {
 int RkCreateAVPlaySamplePool(UINT count, IRkAVPlaySamplePool** pool) {
   auto core = CRkRef<CRkSamplePoolCore>::Adopt(new (std::nothrow) CRkSamplePoolCore(count));
   if (!core || !core->Create()) return 0;
-  auto* const created = new (std::nothrow) CRkAVPlaySamplePool(std::move(core));
-  if (created == nullptr) return 0;
-  *pool = created;
-  return 1;
+  return RkCreate<CRkAVPlaySamplePool>(pool, std::move(core));
 }

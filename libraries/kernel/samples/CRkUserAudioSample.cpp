@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "base/RkCreateObject.h"
 #include "base/RkSampleFormat.h"
 
 bool CRkUserAudioSample::CanHold(const SRkWaveFormatInfo& format, DWORD capacity) {
@@ -35,8 +36,5 @@ int RkCreateUserAudioSample(const SRkWaveFormatInfo& format, void* data, DWORD c
     bytes = memory.get();
     if (bytes == nullptr) return 0;
   }
-  auto* const created = new (std::nothrow) CRkUserAudioSample(format, std::move(memory), bytes, capacity);
-  if (created == nullptr) return 0;
-  *audio = created;
-  return 1;
+  return RkCreate<CRkUserAudioSample>(audio, format, std::move(memory), bytes, capacity);
 }

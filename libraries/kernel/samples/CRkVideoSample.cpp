@@ -1,6 +1,6 @@
 #include "libraries/kernel/samples/CRkVideoSample.h"
 
-#include <new>
+#include "base/RkCreateObject.h"
 
 BOOL CRkVideoSample::GetBuffer(UINT index, IRkUnknown** buffer) {
   *buffer = nullptr;
@@ -26,8 +26,5 @@ void CRkVideoSample::Clear() {
 }
 
 int RkCreateVideoSample(IRkVideoSample** video) {
-  auto* const created = new (std::nothrow) CRkVideoSample;
-  if (created == nullptr) return 0;
-  *video = created;
-  return 1;
+  return RkCreate<CRkVideoSample>(video);
 }

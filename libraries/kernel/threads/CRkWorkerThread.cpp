@@ -4,6 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/RkCreateObject.h"
+
 CRkWorkerThread::CRkWorkerThread(const std::shared_ptr<CRkWorkerLoop>& loop)
     : m_loop(loop), m_thread([loop] { loop->Run(); }) {}
 
@@ -42,8 +44,7 @@ int RkCreateWorkerThread(int priority, IRkWorkerThread** thread) {
   try {
     auto loop = std::make_shared<CRkWorkerLoop>(priority);
     if (!loop->IsValid()) return 0;
-    *thread = new CRkWorkerThread(loop);
-    return 1;
+    return RkHandOut(CRkRef<CRkWorkerThread>::Adopt(new CRkWorkerThread(loop)), thread);
   } catch (const std::bad_alloc&) {
     return 0;
   } catch (const std::system_error&) {
