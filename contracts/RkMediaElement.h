@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "contracts/RkClipCore.h"
 
 #if defined(RkMedia_EXPORTS)
@@ -13,7 +11,8 @@
 // Clip elements that read media files. Not one of the module's kernel libraries: a host that wants real
 // files links it beside them.
 
-// Hears what a media element could not read. Called on the thread that reads, with no lock held.
+// Receives a report of each frame that a media element could not read, on the thread that reads, with no lock
+// held. Must not call the element or its channel.
 class IRkMediaReadSink : public IRkUnknown {
  public:
   // The frame at this offset was delivered as the last good picture (or black, before the first good
@@ -40,11 +39,17 @@ struct SRkMediaDescription {
   int colorMatrix;
 };
 
-// Looks into a file. 0 when it cannot be read; `reason` then says why in a few words.
-RK_MEDIA_API int RkDescribeMedia(const char* path, SRkMediaDescription* description, std::string& reason);
+// Why a file was refused, in a few words: UTF-8, ends with a zero, cut to fit.
+struct SRkMediaReason {
+  char text[256];
+};
 
-// An element for the file at `frameRate` (an ERkFrameRate), which fixes its frame count: it is opened
-// only with formats of that rate. 0 when the file cannot be played; `reason` then says why. The sink may
-// be null.
+// Both block while they read the file. 0 when it cannot be read or played: `reason` (may be null) then says
+// why, and the other out-parameter is as it was. Otherwise 1, and `reason` is as it was. Any thread may call.
+
+RK_MEDIA_API int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMediaReason* reason);
+
+// An element for the file at `frameRate` (an ERkFrameRate), which fixes its frame count: it is opened only
+// with formats of that rate. The sink may be null; the element holds a reference to it.
 RK_MEDIA_API int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* sink,
-                                          IRkClipElement** element, std::string& reason);
+                                          IRkClipElement** element, SRkMediaReason* reason);

@@ -132,21 +132,21 @@ ULONGLONG CRkMediaClipElement::_SamplesBefore(UINT frame) const {
 }
 
 int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* sink,
-                             IRkClipElement** element, std::string& reason) {
-  if (path == nullptr || element == nullptr || !RkIsFrameRate(frameRate)) {
-    reason = "no path, no element or no frame rate";
-    return 0;
-  }
+                             IRkClipElement** element, SRkMediaReason* reason) {
+  std::string why;
   CRkRef<CRkMediaClipElement> created;
   const bool within = RkWithinMemory([&] {
+    why = "no path, no element or no frame rate";
+    if (path == nullptr || element == nullptr || !RkIsFrameRate(frameRate)) return;
     auto source = std::make_shared<SRkMediaSource>();
-    if (!RkProbeMedia(path, source.get(), nullptr, reason)) return;
+    if (!RkProbeMedia(path, source.get(), nullptr, why)) return;
     if (source->FrameCount(frameRate) == 0) {
-      reason = "it is empty";
+      why = "it is empty";
       return;
     }
     created = CRkRef<CRkMediaClipElement>::Adopt(new CRkMediaClipElement(std::move(source), frameRate, sink));
   });
-  if (!within) reason = "out of memory";  // needs none
+  if (!within) why = "out of memory";  // needs none
+  if (!created) RkSetReason(why, reason);
   return RkHandOut(std::move(created), element);
 }

@@ -82,16 +82,20 @@ SRkVideoResolution DescribeBlack() {
 
 }  // namespace
 
-int RkDescribeMedia(const char* path, SRkMediaDescription* description, std::string& reason) {
-  if (path == nullptr || description == nullptr) {
-    reason = "no path or no description";
-    return 0;
-  }
+int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMediaReason* reason) {
+  std::string why;
   SRkMediaSource source;
   SRkMediaLook look;
-  int probed = 0;
-  if (!RkWithinMemory([&] { probed = RkProbeMedia(path, &source, &look, reason); })) reason = "out of memory";
-  if (!probed) return 0;
+  bool probed = false;
+  const bool within = RkWithinMemory([&] {
+    why = "no path or no description";
+    if (path != nullptr && description != nullptr) probed = RkProbeMedia(path, &source, &look, why);
+  });
+  if (!within) why = "out of memory";  // needs none
+  if (!probed) {
+    RkSetReason(why, reason);
+    return 0;
+  }
   *description = {};
   description->format.video = source.hasVideo ? DescribePictures(look) : DescribeBlack();
   if (source.hasAudio) {

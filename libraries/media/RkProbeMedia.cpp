@@ -104,6 +104,17 @@ bool ScanSound(SRkMediaSource* source, std::string& reason) {
 
 }  // namespace
 
+void RkSetReason(const std::string& reason, SRkMediaReason* out) {
+  if (out == nullptr) return;
+  size_t length = std::min(reason.size(), sizeof(out->text) - 1);
+  const auto continues = [&](size_t at) { return (static_cast<unsigned char>(reason[at]) & 0xC0) == 0x80; };
+  if (length < reason.size()) {
+    while (length > 0 && continues(length)) --length;
+  }
+  std::copy_n(reason.begin(), length, out->text);
+  out->text[length] = 0;
+}
+
 bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason) {
   source->path = path;
   {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "contracts/RkMediaElement.h"
 #include "libraries/media/CRkPictureTimeline.h"
 
 // What is known of a media file before it is played. Shared and unchanged once it has been found out.
@@ -35,6 +36,9 @@ struct SRkMediaLook {
   AVSampleFormat sampleFormat = AV_SAMPLE_FMT_NONE;
   int sampleBits = 0;  // that carry sound, 0 where the codec does not say
 };
+
+// Hands a reason out in whole characters; `out` may be null.
+void RkSetReason(const std::string& reason, SRkMediaReason* out);
 
 // False when the file cannot be played; `reason` then says why. `look` may be null.
 bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason);

@@ -49,8 +49,8 @@ Plan MakePlan(const std::string& text) {
 ClipNature NatureOf(const Source& source) {
   if (source.path.empty()) return {DefaultFormat(), true, true};
   SRkMediaDescription description{};
-  std::string reason;
-  if (!RkDescribeMedia(source.path.c_str(), &description, reason)) source.Refuse(reason);
+  SRkMediaReason reason{};
+  if (!RkDescribeMedia(source.path.c_str(), &description, &reason)) source.Refuse(reason.text);
   return {description.format, description.hasVideo != FALSE, description.hasAudio != FALSE};
 }
 
@@ -106,11 +106,11 @@ class ListBuilder {
       if (!RkCreatePatternClipElement(source.patternFrames, element.Out())) source.Refuse("out of memory");
       return element;
     }
-    std::string reason;
+    SRkMediaReason reason{};
     errors = CRkRef<ReadErrors>::Adopt(new ReadErrors);
     if (!RkCreateMediaClipElement(source.path.c_str(), m_format.video.frameRate, errors.Get(), element.Out(),
-                                  reason)) {
-      source.Refuse(reason);
+                                  &reason)) {
+      source.Refuse(reason.text);
     }
     return element;
   }

@@ -188,9 +188,9 @@ bool Player::_DueFileIsLost() {
   m_lastSample = Clock::now();  // not again for a while
   const auto* file = _List().FileAt(_DuePosition());
   SRkMediaDescription description{};
-  std::string reason;
-  if (file == nullptr || RkDescribeMedia(file->path.c_str(), &description, reason)) return false;
-  _Fail(m_onAir, file->path + ": " + reason + ", the list is left");
+  SRkMediaReason reason{};
+  if (file == nullptr || RkDescribeMedia(file->path.c_str(), &description, &reason)) return false;
+  _Fail(m_onAir, file->path + ": " + reason.text + ", the list is left");
   return true;
 }
 

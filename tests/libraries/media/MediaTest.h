@@ -43,8 +43,8 @@ class CMediaTest : public testing::Test {
 
   SRkMediaDescription Describe(const std::string& path) {
     SRkMediaDescription description{};
-    std::string reason;
-    EXPECT_EQ(RkDescribeMedia(path.c_str(), &description, reason), 1) << reason;
+    SRkMediaReason reason{};
+    EXPECT_EQ(RkDescribeMedia(path.c_str(), &description, &reason), 1) << reason.text;
     return description;
   }
 
@@ -63,8 +63,9 @@ class CMediaTest : public testing::Test {
 
   CRkRef<IRkClipElement> Create(const std::string& path, int frameRate) {
     CRkRef<IRkClipElement> element;
-    std::string reason;
-    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), frameRate, &sink, element.Out(), reason), 1) << reason;
+    SRkMediaReason reason{};
+    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), frameRate, &sink, element.Out(), &reason), 1)
+        << reason.text;
     return element;
   }
 

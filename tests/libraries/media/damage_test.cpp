@@ -19,12 +19,12 @@ class CDamageTest : public CMediaTest {
   static std::string WhyNot(const std::string& path) {
     CRkRef<IRkClipElement> element;
     SRkMediaDescription description{};
-    std::string described;
-    std::string reason;
-    EXPECT_EQ(RkDescribeMedia(path.c_str(), &description, described), 0);
-    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), RkFrameRate_25, nullptr, element.Out(), reason), 0);
-    EXPECT_EQ(described, reason);
-    return reason;
+    SRkMediaReason described{};
+    SRkMediaReason reason{};
+    EXPECT_EQ(RkDescribeMedia(path.c_str(), &description, &described), 0);
+    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), RkFrameRate_25, nullptr, element.Out(), &reason), 0);
+    EXPECT_STREQ(described.text, reason.text);
+    return reason.text;
   }
 };
 

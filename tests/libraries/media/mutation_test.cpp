@@ -29,14 +29,14 @@ class CMutationTest : public CMediaTest {
  protected:
   void Play(const std::string& path) {
     SRkMediaDescription description{};
-    std::string reason;
-    if (!RkDescribeMedia(path.c_str(), &description, reason)) {
-      EXPECT_FALSE(reason.empty());
+    SRkMediaReason reason{};
+    if (!RkDescribeMedia(path.c_str(), &description, &reason)) {
+      EXPECT_STRNE(reason.text, "");
       return;
     }
     const int rate = description.format.video.frameRate;
     CRkRef<IRkClipElement> element;
-    ASSERT_EQ(RkCreateMediaClipElement(path.c_str(), rate, &sink, element.Out(), reason), 1) << reason;
+    ASSERT_EQ(RkCreateMediaClipElement(path.c_str(), rate, &sink, element.Out(), &reason), 1) << reason.text;
     format.video = {64, 48, RkPixelFormat_I420, 0, rate, 1, 1, 0, 0};
     format.audio = RkMakeWaveFormat(2, 48000, 16);
     if (!element->Open(nullptr, 0, &format)) return;
