@@ -37,8 +37,9 @@ class IRkClipOutputChannel : public IRkUnknown {
   virtual BOOL Stop() = 0;                           // stops and empties all three channels; TRUE
   virtual void SetRepeatCount(int repeatCount) = 0;  // of the playing and the cued list alike
 
-  // Paused single-frame mode of the Playing channel: see IRkClipSourceChannel. Samples and switches wait
-  // meanwhile.
+  // Paused single-frame mode of the Playing channel: see IRkClipSourceChannel. A Seek holds up GetSample and
+  // switches until it returns: with a time-out while the channel plays, a full cache makes that the whole
+  // time-out. Seek between BeginSeek and EndSeek, or give a time-out of 0.
   virtual BOOL BeginSeek(UINT mode) = 0;
   virtual BOOL Seek(UINT position, DWORD timeoutMs) = 0;
   virtual void EndSeek() = 0;
