@@ -7,7 +7,8 @@ if(WIN32)
   set(CMAKE_SHARED_LIBRARY_PREFIX "")
 endif()
 
-# Compiles as C++20 with the project's warnings as errors, symbols hidden, includes from the root.
+# Compiles as C++20 with the project's warnings, symbols hidden, includes from the root. Warnings are errors
+# only in a build of the project itself: a host's compiler may know more of them.
 function(rk_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES
@@ -17,9 +18,12 @@ function(rk_target_defaults target)
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/RkClipPlay>)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Werror)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor)
+  if(RkClipPlay_IS_TOP_LEVEL)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-    target_compile_options(${target} PRIVATE -Wthread-safety -Werror=thread-safety)
+    target_compile_options(${target} PRIVATE -Wthread-safety)
   endif()
   if(RK_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${RK_SANITIZE} -fno-omit-frame-pointer
