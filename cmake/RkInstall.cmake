@@ -27,11 +27,8 @@ endif()
 # The headers keep their folders: a host includes "module/RkClipPlay.h" here and there.
 set(public_headers
   base/CRkAudioLock.h
-  base/CRkCriticalSection.h
-  base/CRkHandle.h
   base/CRkRef.h
   base/CRkUnknown.h
-  base/RkThreadAnnotations.h
   contracts/CRkAudioLock.h
   contracts/CRkRef.h
   contracts/CRkUnknown.h
@@ -48,10 +45,12 @@ set(public_headers
   output_channel/IRkClipOutputChannel.h
   output_device/IRkSoftwareOutputDevice.h
   platform/RkPlatform.h
-  source_channel/CRkClipSampleCache.h
   source_channel/IRkClipSourceChannel.h
   source_player/IRkClipSourcePlayer.h)
 set(pc_files rkclipplay)
+if(NOT WIN32)
+  list(APPEND public_headers platform/linux/RkConstants.h)
+endif()
 if(RK_BUILD_HOST)
   list(APPEND public_headers contracts/RkMediaElement.h)
   list(APPEND pc_files rkclipplay-media)

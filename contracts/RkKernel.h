@@ -195,7 +195,7 @@ class IRkAudioDirectSound : public IRkUnknown {
   // TRUE while the renderer plays and its sound system takes nothing: the device is gone, or has asked for
   // no sound in half a second. The position follows the clock meanwhile. The renderer looks for the
   // machine's device by itself, about once a second, and goes on with it where the clock has come to.
-  virtual BOOL IsLost() { return FALSE; }
+  virtual BOOL IsLost() { return 0; }
   // How often the sound system was lost since the creation.
   virtual UINT GetLossCount() { return 0; }
   virtual void Operation9() {}

@@ -61,28 +61,9 @@ union LARGE_INTEGER {
 
 struct SECURITY_ATTRIBUTES;
 
-#define TRUE 1
-#define FALSE 0
-#define INFINITE 0xFFFFFFFFu
-#define WAIT_OBJECT_0 0u
-#define WAIT_TIMEOUT 258u
-#define WAIT_FAILED 0xFFFFFFFFu
-#define MAXIMUM_WAIT_OBJECTS 64u
-
-#define ERROR_SUCCESS 0u
-#define ERROR_INVALID_HANDLE 6u
-#define ERROR_NOT_ENOUGH_MEMORY 8u
-#define ERROR_NOT_SUPPORTED 50u
-#define ERROR_INVALID_PARAMETER 87u
-#define ERROR_TOO_MANY_POSTS 298u
-
-#define THREAD_PRIORITY_NORMAL 0
-#define THREAD_PRIORITY_HIGHEST 2
-#define THREAD_PRIORITY_TIME_CRITICAL 15
-
-#define ES_CONTINUOUS 0x80000000u
-#define ES_SYSTEM_REQUIRED 0x00000001u
-#define ES_DISPLAY_REQUIRED 0x00000002u
+#ifndef RK_NO_PLATFORM_CONSTANTS
+#include "platform/linux/RkConstants.h"
+#endif
 
 // The failure code of the calling thread's last failed call.
 DWORD GetLastError();
