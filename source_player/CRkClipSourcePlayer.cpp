@@ -52,7 +52,7 @@ void CRkClipSourcePlayer::Close() {
   if (!m_clip) return;
   Stop();
   m_clip->Close();
-  _TakeRun();  // one that Stop has called off
+  _TakeRun();  // releases a run that Stop has cancelled
   m_clip.Reset();
   m_trimInfo.Reset();
   _TakeOverRanges();
@@ -71,7 +71,7 @@ BOOL CRkClipSourcePlayer::SetTrimInfo(IRkClipTrimInfo* info) {
   return TRUE;
 }
 
-// Empty ranges hold no sample, and none is ever stamped with their positions.
+// Without the empty ranges, which hold no sample.
 void CRkClipSourcePlayer::_TakeOverRanges() {
   CRkTrimWalk::Ranges ranges;
   if (m_trimInfo) m_trimInfo->GetTrimInOuts(ranges);
@@ -80,29 +80,33 @@ void CRkClipSourcePlayer::_TakeOverRanges() {
 }
 
 BOOL CRkClipSourcePlayer::Play(UINT startPosition, BOOL loop) {
-  return _StartRun(startPosition, loop, CRkTrimWalk(), nullptr);
+  SRun run;
+  run.loop = loop != FALSE;
+  return _StartRun(startPosition, std::move(run));
 }
 
 BOOL CRkClipSourcePlayer::PlayTrimmed(UINT startPosition, BOOL loop) {
   CRkTrimWalk::Ranges ranges;
   if (!RkWithinMemory([&] { ranges = m_trimList; })) return FALSE;
-  return _StartRun(startPosition, loop, CRkTrimWalk(std::move(ranges)), m_trimInfo.Get());
+  SRun run;
+  run.loop = loop != FALSE;
+  run.isTrimmed = true;
+  run.trimInfo = m_trimInfo;
+  run.walk = CRkTrimWalk(std::move(ranges));
+  return _StartRun(startPosition, std::move(run));
 }
 
-// A callback that plays again while a Stop waits for it is refused.
-BOOL CRkClipSourcePlayer::_StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk,
-                                    IRkClipTrimInfo* trimInfo) {
+// Refuses a callback that plays again while a Stop waits for it.
+BOOL CRkClipSourcePlayer::_StartRun(UINT startPosition, SRun run) {
   CRkScopedLock lock(m_lock);
   if (m_stopping || !m_clip) return FALSE;
   if (m_state == RkPlayer_Playing) return TRUE;
   m_position = startPosition;
   m_state = RkPlayer_Playing;
-  m_nextRun.number += 1;
-  m_nextRun.counter = walk.Begin(startPosition);
-  m_nextRun.loop = loop != FALSE;
-  m_nextRun.walk = std::move(walk);
-  m_nextRun.clip = m_clip;
-  m_nextRun.trimInfo = CRkRef<IRkClipTrimInfo>::Retain(trimInfo);
+  run.number = m_nextRun.number + 1;
+  run.counter = run.walk.Begin(startPosition);
+  run.clip = m_clip;
+  std::swap(m_nextRun, run);
   m_thread->Start();
   return TRUE;
 }
@@ -146,8 +150,6 @@ void CRkClipSourcePlayer::_Show(IRkAVPlaySample& sample, UINT position) {
   if (m_callback) m_callback->OnPlaySample(&sample);
 }
 
-// ---- the worker
-
 UINT CRkClipSourcePlayer::_ThreadProc(void* context, HANDLE stopEvent) {
   SetThreadDescription(GetCurrentThread(), L"RkSourcePlayer");
   return static_cast<CRkClipSourcePlayer*>(context)->_PlayLoop(stopEvent);
@@ -157,7 +159,7 @@ UINT CRkClipSourcePlayer::_PlayLoop(HANDLE stopEvent) {
   SRun run = _TakeRun();
   if (!run.clip) return 1;
   SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED | ES_DISPLAY_REQUIRED);
-  if (run.trimInfo) run.clip->SetTrimInfo(run.trimInfo.Get());
+  if (run.isTrimmed) run.clip->SetTrimInfo(run.trimInfo.Get());
   if (m_callback) m_callback->OnPlayStart();
   while (_DeliverToEnd(run, stopEvent) && run.loop) {
     run.counter = 0;
@@ -168,15 +170,14 @@ UINT CRkClipSourcePlayer::_PlayLoop(HANDLE stopEvent) {
   return 1;
 }
 
-// A run is taken once: the order is left without its clip.
+// Leaves the order without a clip, so that no run is taken twice.
 CRkClipSourcePlayer::SRun CRkClipSourcePlayer::_TakeRun() {
   CRkScopedLock lock(m_lock);
-  return {m_nextRun.number,          m_nextRun.counter,         m_nextRun.loop,
-          std::move(m_nextRun.walk), std::move(m_nextRun.clip), std::move(m_nextRun.trimInfo)};
+  return std::move(m_nextRun);
 }
 
-// From the run's position to the end of the clip. False when the first sample could not be read or the
-// run was asked to stop.
+// Delivers from the run's position to the end of the clip. False when the first sample cannot be read, and
+// when the run is asked to stop.
 bool CRkClipSourcePlayer::_DeliverToEnd(SRun& run, HANDLE stopEvent) {
   CRkRef<IRkAVPlaySample> sample;
   if (!run.clip->ReadSampleAt(run.counter, sample.Out()) || !sample) return false;
@@ -194,7 +195,7 @@ void CRkClipSourcePlayer::_Deliver(SRun& run, IRkAVPlaySample& sample) {
   _Show(sample, source);
 }
 
-// A host that sees the stopped state, or hears of the end, may already order the next run.
+// The host may order the next run as soon as it sees the stopped state.
 void CRkClipSourcePlayer::_EndRun(const SRun& run) {
   run.clip->SetTrimInfo(nullptr);
   {

@@ -6,25 +6,26 @@
 #include "source_player/CRkTrimWalk.h"
 #include "source_player/IRkClipSourcePlayer.h"
 
-// Plays one clip to the host's callback. Owns the worker thread, the open clip and the player's own trim
-// information; holds references to the pool and the callback for its whole life.
+// Plays one clip to the host's callback. Owns the worker thread, and one reference each to the pool, the
+// callback, the open clip and the player's own trim information.
 //
-// Threads: the host's control thread, any thread that asks for position or state, and the worker, whose
-// run takes its order over when it begins. The clip is lent its trim information by the run itself, from
-// its beginning to its end, so that no other run and no control operation meets it trimmed.
-// The lock guards position, state and the order of the next run. Nothing is called under it but the
-// worker thread's Start and RequestStop, which do not wait: a run is ordered before a Stop begins or not
-// at all. A run has the number of the Play that ordered it; one that outlived its Stop leaves the state
-// to the later run.
-// A callback or a clip that blocks for longer than a Stop waits (5 s) still has the clip when the Stop is
-// over: the host must not close or seek it, nor call SetTrimInfo, nor release the player, until the
-// callback has returned.
+// Threads: one control thread calls everything but GetPosition and GetState, which any thread may call. The
+// worker performs one run for each Play.
+// m_lock guards the position, the state and the order for the next run. Nothing is called under it but the
+// worker thread's Start and RequestStop, neither of which waits; so a run is either ordered before a Stop
+// begins, or refused.
+//
+// The worker copies its order when the run begins. The run itself sets the clip's trim information and
+// lifts it at its end, so that every control operation and every other run finds the clip whole.
+// A run that outlives its Stop (5 s; a callback or a clip blocks) still uses the clip: until it has returned,
+// the host must not call Close, Seek or SetTrimInfo, nor release the player. Such a run leaves the state to
+// the run that was ordered after it, which has a higher number.
 class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
  public:
   CRkClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format);
   ~CRkClipSourcePlayer() override;
 
-  // Once, right after construction. FALSE without a pool or a worker thread.
+  // Called once, right after construction. FALSE without a pool or a worker thread.
   BOOL _Initialize(IRkPlayBufferPool* pool, IRkClipOutputCallback* callback);
 
   BOOL Open(IRkClipElement* clip) override;
@@ -42,9 +43,10 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
     UINT number = 0;
     UINT counter = 0;  // position of the next sample on the timeline that the clip presents
     bool loop = false;
+    bool isTrimmed = false;  // sets the clip's trim information, which may be null
     CRkTrimWalk walk;
-    CRkRef<IRkClipElement> clip;  // null once the run was taken or called off
     CRkRef<IRkClipTrimInfo> trimInfo;
+    CRkRef<IRkClipElement> clip;  // null: there is no run to take
   };
 
   static UINT _ThreadProc(void* context, HANDLE stopEvent);
@@ -54,7 +56,7 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
   void _Deliver(SRun& run, IRkAVPlaySample& sample);
   void _EndRun(const SRun& run);
 
-  BOOL _StartRun(UINT startPosition, BOOL loop, CRkTrimWalk walk, IRkClipTrimInfo* trimInfo);
+  BOOL _StartRun(UINT startPosition, SRun run) RK_EXCLUDES(m_lock);
   void _TakeOverRanges();
   void _Show(IRkAVPlaySample& sample, UINT position) RK_EXCLUDES(m_lock);
 
@@ -63,14 +65,14 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
   CRkRef<IRkClipOutputCallback> m_callback;
   CRkRef<IRkWorkerThread> m_thread;
 
-  // The control thread's.
+  // Control thread only.
   CRkRef<IRkClipElement> m_clip;
   CRkRef<IRkClipTrimInfo> m_trimInfo;
   CRkTrimWalk::Ranges m_trimList;  // of m_trimInfo, without empty ranges
 
   CRkCriticalSection m_lock;
-  UINT m_position RK_GUARDED_BY(m_lock) = 0;  // of the sample shown last, on the source timeline
+  UINT m_position RK_GUARDED_BY(m_lock) = 0;  // source position of the last sample shown
   UINT m_state RK_GUARDED_BY(m_lock) = RkPlayer_Stopped;
-  bool m_stopping RK_GUARDED_BY(m_lock) = false;  // a Stop waits: no run is ordered
+  bool m_stopping RK_GUARDED_BY(m_lock) = false;  // a Stop is waiting
   SRun m_nextRun RK_GUARDED_BY(m_lock);
 };

@@ -6,7 +6,7 @@ namespace {
 
 using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
 
-// Writes down each call with the thread it came on; may react to a sample or to the end.
+// Records each call and its thread; may react to a sample or to the end.
 class CFakePlayerCallback : public CFake<IRkClipOutputCallback> {
  public:
   std::function<void(UINT)> onSample;
@@ -57,15 +57,15 @@ CRkRef<IRkClipTrimInfo> MakeTrim(const Ranges& ranges) {
   return info;
 }
 
-// A clip that keeps trim information as the player hands it over, and says when it has any.
+// Records the trim information that it holds, and trims nothing.
 class CTrimmedElement : public CFakeElement {
  public:
   using CFakeElement::CFakeElement;
-  std::atomic<bool> trimmed = false;
+  std::atomic<IRkClipTrimInfo*> held = nullptr;
   CRkRef<IRkClipTrimInfo> own;
 
   void GetTrimInfo(IRkClipTrimInfo** info) override { own.CopyTo(info); }
-  void SetTrimInfo(IRkClipTrimInfo* info) override { trimmed = info != nullptr; }
+  void SetTrimInfo(IRkClipTrimInfo* info) override { held = info; }
 };
 
 class source_player : public testing::Test {
@@ -164,15 +164,27 @@ TEST_F(source_player, loops_from_the_first_presented_frame_until_stopped) {
 TEST_F(source_player, takes_the_clips_own_ranges_over_and_lends_them_back_only_for_a_run) {
   auto clip = MakeFake<CTrimmedElement>(10);
   clip->own = MakeTrim({{2, 4}});
-  clip->trimmed = true;
+  clip->SetTrimInfo(clip->own.Get());
   ASSERT_TRUE(m_player->Open(clip.Get()));
-  EXPECT_FALSE(clip->trimmed);
-  std::atomic<bool> trimmedInRun = false;
-  m_callback->onSample = [&](UINT) { trimmedInRun = clip->trimmed.load(); };
+  EXPECT_EQ(clip->held, nullptr);
+  std::atomic<IRkClipTrimInfo*> heldInRun = nullptr;
+  m_callback->onSample = [&](UINT) { heldInRun = clip->held.load(); };
   ASSERT_TRUE(m_player->PlayTrimmed(0, FALSE));
   EventsOfRun();
-  EXPECT_TRUE(trimmedInRun);
-  EXPECT_FALSE(clip->trimmed);
+  EXPECT_EQ(heldInRun, clip->own.Get());
+  EXPECT_EQ(clip->held, nullptr);
+
+  clip->own.Reset();
+  ASSERT_TRUE(m_player->Open(clip.Get()));
+  const auto host = MakeTrim({{5, 6}});
+  for (const bool trimmed : {true, false}) {
+    clip->SetTrimInfo(host.Get());
+    heldInRun = nullptr;
+    ASSERT_TRUE(trimmed ? m_player->PlayTrimmed(0, FALSE) : m_player->Play(0, FALSE));
+    EventsOfRun();
+    EXPECT_EQ(heldInRun, trimmed ? nullptr : host.Get()) << "without ranges, trimmed play lifts the host's";
+    EXPECT_EQ(clip->held, nullptr);
+  }
   m_player->Close();
 }
 
@@ -207,14 +219,36 @@ TEST_F(source_player, a_clip_that_cannot_be_read_ends_the_run_and_one_that_canno
 TEST_F(source_player, a_stop_during_a_callback_ends_the_run_before_the_next_sample) {
   OpenPattern(100);
   m_callback->onSample = [&](UINT position) {
-    EXPECT_TRUE(m_player->Play(50, FALSE));  // playing already: without effect
+    EXPECT_TRUE(m_player->Play(50, FALSE)) << "without effect while playing";
     if (position == 3) m_player->Stop();
   };
   ASSERT_TRUE(m_player->Play(0, FALSE));
   EXPECT_EQ(EventsOfRun(), Run({{0, 4}}));
 }
 
-TEST_F(source_player, plays_again_from_the_end_of_the_run_before) {
+TEST_F(source_player, what_cannot_be_done_is_refused_and_keeps_the_ranges) {
+  auto clip = MakeFake<CFakeElement>(40);
+  ASSERT_TRUE(m_player->Open(clip.Get()));
+  const auto trim = MakeTrim({{10, 20}, {30, 40}});
+  ASSERT_TRUE(m_player->SetTrimInfo(trim.Get()));
+  clip->readGate.Shut();
+  ASSERT_TRUE(m_player->PlayTrimmed(25, TRUE));
+  EXPECT_EQ(m_player->GetPosition(), 25U) << "before the first sample";
+  EXPECT_FALSE(m_player->SetTrimInfo(nullptr));
+  EXPECT_EQ(m_player->GetState(), RkPlayer_Playing);
+  clip->readGate.Open();
+  ASSERT_TRUE(WaitUntil([&] { return m_callback->Count("30") > 0; }));
+  EXPECT_FALSE(m_player->Seek(40));
+  EXPECT_EQ(m_player->GetState(), RkPlayer_Stopped);
+  EXPECT_EQ(m_callback->TakeEvents().back(), "end");
+
+  m_player->Close();
+  EXPECT_FALSE(m_player->Play(0, FALSE) || m_player->PlayTrimmed(0, FALSE) || m_player->Seek(0));
+  EXPECT_FALSE(m_player->SetTrimInfo(trim.Get()) || m_player->Open(nullptr));
+  EXPECT_TRUE(m_callback->TakeEvents().empty());
+}
+
+TEST_F(source_player, plays_again_from_the_end_callback) {
   OpenPattern(3);
   std::atomic<int> runs = 1;
   m_callback->onEnd = [&] {
