@@ -2,7 +2,7 @@
 
 namespace {
 
-// Positions are 32-bit everywhere but in the ranges.
+// Only the ranges hold 64-bit positions.
 UINT Low(ULONGLONG position) {
   return static_cast<UINT>(position);
 }

@@ -4,25 +4,25 @@
 
 #include "contracts/RkClipCore.h"
 
-// Follows a run through a clip's trim ranges: tells the source position of each sample that the clip
-// presents. Belongs to one thread at a time.
+// Follows a run through a clip's trim ranges, and maps the position of each sample on the trimmed timeline to
+// its source position. Used by one thread at a time.
 //
-// While a range is current, source position = trimmed position + offset, where the offset is what the
-// gaps before the range leave out. Without ranges both timelines are the same.
+// Inside a range, source position = trimmed position + offset; the offset is the length of all gaps before
+// the range. Without ranges both timelines are the same.
 class CRkTrimWalk {
  public:
   using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
 
   CRkTrimWalk() = default;
-  // `ranges` ascend, do not overlap and are not empty.
+  // The ranges ascend without overlap, and none is empty.
   explicit CRkTrimWalk(Ranges ranges) : m_ranges(std::move(ranges)) {}
 
-  // Enters the range that holds the source position, or the next one after it, or the first when there
-  // is none; returns the trimmed position to begin at.
+  // Enters the range that holds the source position, else the next range, else the first. Returns the
+  // trimmed position to begin at.
   UINT Begin(UINT sourcePosition);
-  // The source position of the sample at a trimmed position; samples come in order.
+  // Returns the source position of the next sample, which is at the trimmed position.
   UINT SourceOf(UINT trimmedPosition);
-  // The clip starts over at trimmed position 0.
+  // The next sample is the one at trimmed position 0.
   void Restart();
 
  private:
