@@ -23,11 +23,11 @@ bool FormatInto(wchar_t* buffer, std::size_t length, const wchar_t* format, va_l
   return written >= 0;
 }
 
-// Into `grown`, for a line that did not fit; null when it cannot be formatted at all.
+// Formats a long line into `grown`. Null when it cannot be formatted at all.
 const wchar_t* FormatLong(std::wstring& grown, const wchar_t* format, va_list arguments) {
   try {
     for (std::size_t length = kFirstLineLength * 4; length <= kLongestLine; length *= 4) {
-      if (errno == EILSEQ) return nullptr;  // no buffer is long enough for text that cannot be converted
+      if (errno == EILSEQ) return nullptr;  // the text cannot be converted into any buffer
       grown.resize(length);
       if (FormatInto(grown.data(), length, format, arguments)) return grown.c_str();
     }
@@ -59,7 +59,7 @@ void CRkLog::Write(ERkLogMsgLevel level, const wchar_t* format, va_list argument
   errno = 0;
   const wchar_t* line =
       FormatInto(buffer, kFirstLineLength, format, arguments) ? buffer : FormatLong(grown, format, arguments);
-  // A line that cannot be formatted still says where it came from.
+  // The bare format still shows where an unformattable line comes from.
   _Deliver(level, line != nullptr ? line : format);
 }
 
@@ -90,4 +90,24 @@ bool CRkLog::SetFile(const char* path) {
 
 void CRkLog::_UpdateHeard() {
   s_heard.store(m_sink != nullptr || m_file, std::memory_order_relaxed);
+}
+
+void RkLog_Trace(ERkLogMsgLevel level, const wchar_t* format, ...) {
+  if (!CRkLog::IsHeard()) return;
+  va_list arguments;
+  va_start(arguments, format);
+  CRkLog::Instance().Write(level, format, arguments);
+  va_end(arguments);
+}
+
+void RkLog_Fun(ERkLogMsgLevel level, const wchar_t* banner, int entering) {
+  RkLog_Trace(level, entering != 0 ? L"enter %ls" : L"leave %ls", banner);
+}
+
+void RkLog_SetSink(RkLogSink sink, void* context) {
+  CRkLog::Instance().SetSink(sink, context);
+}
+
+int RkLog_SetFile(const char* path) {
+  return CRkLog::Instance().SetFile(path) ? 1 : 0;
 }

@@ -8,16 +8,17 @@
 #include "base/CRkCriticalSection.h"
 #include "contracts/RkLogAPI.h"
 
-// The one log of the process: passes lines to a sink, a file, or both. Any thread may enter.
+// The log of the process: passes lines to a sink, a file, or both. Any thread may enter.
 //
-// m_lock guards where lines go and is held while they are handed over: lines come one at a time, and a
-// sink that has been replaced is not called again. A line is formatted before the lock is taken.
+// Lines are formatted without the lock. m_lock guards the sink and the file, and is held while a line is
+// delivered: lines arrive one at a time, and a sink is never called after it has been replaced. Owns the
+// file; borrows the sink.
 class CRkLog {
  public:
   // Never destroyed: threads may still log while the process ends.
   static CRkLog& Instance();
 
-  // All that a line costs while nobody listens.
+  // Fast path: nobody listens, and a line costs one load.
   static bool IsHeard() { return s_heard.load(std::memory_order_relaxed); }
 
   void Write(ERkLogMsgLevel level, const wchar_t* format, va_list arguments);
