@@ -36,18 +36,18 @@ class CRkClipPresentation {
     return m_mode;
   }
 
-  // Null, or information without ranges, presents the whole source. Without memory nothing changes.
+  // Null, and information without ranges, presents the whole source. Nothing changes without memory.
   void SetTrimInfo(IRkClipTrimInfo* info) {
     std::vector<SRow> rows;
     if (!RkWithinMemory([&] { rows = _RowsOf(info); })) return;
     const UINT count = rows.empty() ? 0 : rows.back().firstOffset + rows.back().count;
     CRkRef<IRkClipTrimInfo> held = CRkRef<IRkClipTrimInfo>::Retain(info);
     CRkScopedLock lock(m_lock);
-    std::swap(m_trimInfo, held);  // what was held is released after the lock
+    std::swap(m_trimInfo, held);  // releases the old one after the lock
     m_rows = std::move(rows);
     m_presentedCount = count;
   }
-  // Null when there is none.
+  // Gives null when there is none.
   void GetTrimInfo(IRkClipTrimInfo** info) const {
     CRkScopedLock lock(m_lock);
     m_trimInfo.CopyTo(info);
@@ -58,7 +58,7 @@ class CRkClipPresentation {
     return m_presentedCount;
   }
 
-  // The frame that is presented at the offset; false at or past the presented count.
+  // Finds the frame that is presented at the offset. False at or past the presented count.
   bool FrameAt(UINT offset, SRkPresentedFrame* frame) const {
     CRkScopedLock lock(m_lock);
     if (offset >= m_presentedCount) return false;
@@ -90,7 +90,7 @@ class CRkClipPresentation {
     UINT offset = 0;
     ULONGLONG previousOut = 0;
     for (const auto& range : ranges) {
-      // A host's own trim information may overlap: no source frame is ever presented twice.
+      // The ranges of a host's own trim information may overlap; no source frame is presented twice.
       const ULONGLONG in = std::max(range.in, previousOut);
       const ULONGLONG out = std::min<ULONGLONG>(range.out, m_sourceFrameCount);
       if (in >= out) continue;

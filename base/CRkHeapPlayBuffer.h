@@ -7,11 +7,11 @@
 #include "base/CRkUnknown.h"
 #include "contracts/RkHost.h"
 
-// Picture memory of a clip element's own, 64-byte aligned, for hosts whose pool gives none. Any thread may
-// hold and release it; whoever holds it alone may write.
+// Picture memory from the heap, 64-byte aligned, for a clip element whose host gives it no pool. Owns its
+// memory. Any thread may hold and release it; only a sole holder may write.
 class CRkHeapPlayBuffer final : public CRkUnknown<IRkPlayBuffer> {
  public:
-  // FALSE, and no change, when there is no memory.
+  // FALSE without memory; `buffer` is then unchanged.
   static BOOL Create(UINT bytes, IRkPlayBuffer** buffer) {
     void* data = ::operator new(bytes, kAlignment, std::nothrow);
     if (data == nullptr) return FALSE;
@@ -37,8 +37,8 @@ class CRkHeapPlayBuffer final : public CRkUnknown<IRkPlayBuffer> {
   const UINT m_capacity;
 };
 
-// Memory for `bytes` from the pool, or from the heap when the pool is null, has none, or gives too little.
-// FALSE, and no change, when there is no memory at all.
+// Takes a buffer of at least `bytes` from the pool; from the heap when the pool is null, has none, or gives
+// too small a one. FALSE when there is no memory either; `buffer` is then unchanged.
 inline BOOL RkTakePlayBuffer(IRkPlayBufferPool* pool, UINT bytes, IRkPlayBuffer** buffer) {
   CRkRef<IRkPlayBuffer> pooled;
   if (pool != nullptr && pool->GetBuffer(bytes, pooled.Out()) && pooled && pooled->GetData() != nullptr &&

@@ -9,14 +9,14 @@
 namespace {
 
 constexpr UINT kUnlimited = kRkNoPosition;
-// Of elements that are not unlimited: the position of a last frame is never kRkNoPosition.
+// Limits the other elements together, so that no frame's position is kRkNoPosition.
 constexpr ULONGLONG kMaximumFrames = kRkNoPosition - 1;
 
 UINT Saturated(ULONGLONG frames) {
   return static_cast<UINT>(std::min(frames, kMaximumFrames));
 }
 
-// False, and nothing is inserted, without memory.
+// False without memory; nothing is inserted then.
 bool Insert(std::vector<CRkRef<IRkClipElement>>& elements, UINT index, IRkClipElement* element) {
   return RkWithinMemory(
       [&] { elements.insert(elements.begin() + index, CRkRef<IRkClipElement>::Retain(element)); });
@@ -47,7 +47,7 @@ BOOL CRkClipElementList::InsertElement(UINT index, IRkClipElement* element) {
   return _HasRoomFor(element->GetFrameCount(), index) && Insert(m_elements, index, element) ? TRUE : FALSE;
 }
 
-// An unlimited element is the last; the others leave it, or one another, a position to begin at.
+// Keeps an unlimited element the last one, and all others inside kMaximumFrames.
 bool CRkClipElementList::_HasRoomFor(UINT frames, size_t index) {
   const bool isUnlimited = frames == kUnlimited;
   ULONGLONG total = isUnlimited ? 0 : frames;
@@ -130,7 +130,7 @@ CRkClipElementList::SPlace CRkClipElementList::_After(IRkClipElement* current) {
   return {};
 }
 
-// The element hears its start on the thread that it is handed to.
+// Called without the lock: SetTimelineStart may be a host's.
 void CRkClipElementList::_HandOut(const SPlace& place, IRkClipElement** element) {
   if (!place.element) return;
   place.element->SetTimelineStart(place.start);

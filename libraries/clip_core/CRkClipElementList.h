@@ -14,9 +14,9 @@
 // the list calls nothing but the elements' GetFrameCount, which must not call back into the list. Removed
 // elements are released after the lock.
 //
-// Frame counts are asked for every time, since trim information may change them. An element may be in
-// several lists, of which a host edits and asks one while a channel reads another. So an element is told
-// its start only when it is handed out, on the thread that gets it, and no other operation reaches it.
+// The list does not cache frame counts, since trim information changes them at any time.
+// A host may edit and query one list of elements while a channel reads another list of the same elements.
+// So only handing an element out sets its start, on the receiving thread; no other operation does.
 class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
  public:
   CRkClipElementList() = default;
@@ -37,7 +37,7 @@ class CRkClipElementList final : public CRkUnknown<IRkClipElementList> {
   ~CRkClipElementList() override = default;
 
   struct SPlace {
-    CRkRef<IRkClipElement> element;  // null: there is none
+    CRkRef<IRkClipElement> element;  // null: nothing there
     UINT start = 0;
   };
 

@@ -8,7 +8,7 @@ namespace {
 
 using Ranges = CRkClipTrimInfo::Ranges;
 
-// False, and nothing is appended, without memory.
+// False without memory; nothing is appended then.
 bool Append(const Ranges& source, Ranges& target) {
   return RkWithinMemory([&] { target.insert(target.end(), source.begin(), source.end()); });
 }

@@ -6,20 +6,20 @@
 #include "base/CRkUnknown.h"
 #include "contracts/RkClipCore.h"
 
-// The ranges of a clip that are presented. Any thread may enter; the lock guards the ranges, and another
-// trim information is asked for its own before it is taken, so that two may copy from each other.
+// A list of trim ranges. Any thread may enter. The lock guards the ranges; CopyFrom reads its source before
+// it takes the lock, so that two objects may copy from each other simultaneously.
 class CRkClipTrimInfo final : public CRkUnknown<IRkClipTrimInfo> {
  public:
   using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
 
-  // Ascending, without overlap, each in <= out.
+  // Whether the ranges ascend without overlap, each with in <= out.
   static bool AreValid(const Ranges& ranges);
 
-  // In place of its own; they are valid.
+  // Exchanges the object's ranges for these, which are valid.
   void _Take(Ranges& ranges);
 
   IRkClipTrimInfo* Clone() override;
-  // Nothing changes when the source is null, or its ranges are not valid.
+  // Nothing changes for a null source, or one whose ranges are not valid.
   void CopyFrom(IRkClipTrimInfo* source) override;
   void GetTrimInOuts(Ranges& ranges) override;
 

@@ -15,7 +15,7 @@ constexpr int kLargestEdge = 32767;  // keeps the bytes of a plane in 31 bits
 constexpr int kBarCount = 8;
 constexpr double kBarLevel = 0.75;
 
-// The shares of red and blue in the luma; green has the rest.
+// The weights of red and blue in the luma; green has the rest.
 struct SRkColours {
   double red;
   double blue;
@@ -23,7 +23,7 @@ struct SRkColours {
 constexpr SRkColours kBt601 = {0.299, 0.114};
 constexpr SRkColours kBt709 = {0.2126, 0.0722};
 
-// Value of one plane for a colour, 0 to 1 each.
+// The byte of one plane for a colour whose components are 0 to 1.
 BYTE PlaneValue(UINT plane, double red, double green, double blue, const SRkVideoResolution& video) {
   const bool fullRange = video.colorRange == RkColorRange_Full;
   const SRkColours share = RkHasHdColours(video.height) ? kBt709 : kBt601;
@@ -70,7 +70,7 @@ bool CRkPatternPicture::Draw(UINT number, IRkPlayBufferPool* pool, IRkVideoSampl
   return true;
 }
 
-// The bars, and a black box for the number with a dot's width around it.
+// Draws the bars, and a black box that leaves a dot's width around the number.
 void CRkPatternPicture::_DrawPlane(UINT plane) const {
   const SRkPlaneLayout layout = RkPlaneLayout(m_video, plane);
   BYTE* const data = m_bars[plane]->GetData();

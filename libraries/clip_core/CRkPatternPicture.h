@@ -7,17 +7,17 @@
 
 class IRkVideoSample;
 
-// Draws the pattern's pictures: the bars once, when it is prepared; then each picture is a copy of them
-// with its number stamped on. One thread at a time.
+// Draws the pattern's pictures. Prepare draws the bars once; each picture is a copy of them with its number
+// stamped on. Owns the memory of the bars. Used by one thread at a time.
 class CRkPatternPicture {
  public:
-  // Sizes from 16 x 16 on, the three planar formats.
+  // Whether the size is at least 16 x 16 and the format is one of the three planar ones.
   static bool IsSupported(const SRkVideoResolution& video);
 
-  // False when there is no memory.
+  // False without memory.
   bool Prepare(const SRkVideoResolution& video);
 
-  // Memory comes from the pool (may be null). False when there is none.
+  // Takes the planes' memory from the pool, which may be null. False without memory.
   bool Draw(UINT number, IRkPlayBufferPool* pool, IRkVideoSample* picture) const;
 
  private:

@@ -14,10 +14,10 @@
 namespace {
 
 constexpr DWORD kFrequency = 1000;
-constexpr DWORD kShortestPeriod = 4;    // samples; fewer would miss the crests
+constexpr DWORD kShortestPeriod = 4;    // samples; a shorter period misses the crests
 constexpr double kAmplitude = 0.12589;  // -18 dBFS
 
-// As the bytes of one sample, low byte first.
+// The sample for a value from -1 to 1, in the low bytes.
 DWORD Encoded(double value, int bits) {
   const double scaled = value * static_cast<double>((1LL << (bits - 1)) - 1);
   const DWORD sample = static_cast<DWORD>(std::llround(scaled));

@@ -4,14 +4,14 @@
 
 #include "contracts/RkTypes.h"
 
-// Where the running number stands in a picture of the pattern, and how its digits look. Decimal with
-// leading zeros; where the picture is too narrow for all digits, the low ones.
+// Place and shape of the number in a picture of the pattern: decimal, with leading zeros. A picture that is
+// too narrow for all ten digits shows the low ones.
 
 inline constexpr int kRkDigitWidth = 3;
 inline constexpr int kRkDigitHeight = 5;
 inline constexpr int kRkDigitPitch = kRkDigitWidth + 1;
 
-// One row each three bits, top row and left dot highest.
+// Three bits a row; the top row and the left dot are the highest bits.
 inline constexpr WORD kRkDigitDots[10] = {
     0b111'101'101'101'111, 0b010'110'010'010'111, 0b111'001'111'100'111, 0b111'001'111'001'111,
     0b101'101'111'001'001, 0b111'100'111'001'111, 0b111'100'111'101'111, 0b111'001'010'010'010,
