@@ -2,14 +2,13 @@
 
 #include <functional>
 
-// Counts what the calling thread creates (events, semaphores, worker threads, element lists) and the memory
-// that it takes, and lets one creation fail.
+// Counts the memory that the process holds and lets one allocation of the calling thread fail.
 
-// From now on the n-th creation (0: the next) fails.
-void FailCreation(int n);
-// Ends that; how many creations there were.
+// From now on the n-th allocation (0: the next) fails.
+void FailAllocation(int n);
+// Ends that; returns how many allocations there were.
 int EndFailing();
 
-// Runs the work with its first, second, ... creation failing until none is left to fail; how many there
-// were. It says whether it succeeded; nothing may escape from it, and nothing may stay alive.
+// Runs the work with its first, second, ... allocation failing until none is left to fail; returns how many
+// there were. The work returns whether it succeeded; it must let no exception out and leave nothing alive.
 int FailEach(const char* what, const std::function<bool()>& work);

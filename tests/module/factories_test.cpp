@@ -13,7 +13,7 @@ class CFakeCallback : public CFake<IRkClipOutputCallback> {
   void OnPlayEnd() override {}
 };
 
-class Factories : public testing::Test {
+class factories : public testing::Test {
  protected:
   int Create(IRkClipSourceChannel** out) const {
     return RkCreateClipSourceChannel(2, 4, kTestVideo, kTestAudio, m_pool.Get(), out);
@@ -44,15 +44,15 @@ class Factories : public testing::Test {
     ExpectReferences(0, 0);
   }
 
-  // How many creations there were, without each of which the object is refused.
+  // How many allocations there were, without each of which the object is refused.
   template <class Interface>
-  int FailEachCreation(const char* what) const {
+  int FailEachAllocation(const char* what) const {
     int successes = 0;
-    const int creations = FailEach(what, [&] {
+    const int allocations = FailEach(what, [&] {
       Interface* const untouched = reinterpret_cast<Interface*>(&successes);
       Interface* made = untouched;
       const int result = Create(&made);
-      EXPECT_EQ(made != untouched, result == 1) << "the out-pointer tells otherwise";
+      EXPECT_EQ(made != untouched, result == 1) << "the out-pointer disagrees";
       if (result == 0) return false;
       ++successes;
       made->Release();
@@ -60,7 +60,7 @@ class Factories : public testing::Test {
     });
     EXPECT_EQ(successes, 2) << "the first and the last, of " << what;
     ExpectReferences(0, 0);
-    return creations;
+    return allocations;
   }
 
   const CRkRef<CFakePool> m_pool = MakeFake<CFakePool>();
@@ -68,22 +68,22 @@ class Factories : public testing::Test {
   const CRkRef<CFakeCallback> m_callback = MakeFake<CFakeCallback>();
 };
 
-TEST_F(Factories, an_object_lives_by_its_references_and_gives_back_what_it_was_given) {
+TEST_F(factories, an_object_lives_by_its_references_and_gives_back_what_it_was_given) {
   ExpectLivesByItsReferences<IRkClipOutputChannel>(3);
   ExpectLivesByItsReferences<IRkClipSourcePlayer>(1);
 }
 
-TEST_F(Factories, a_failure_at_any_point_of_a_creation_leaves_nothing_alive) {
-  const int ofOneSource = FailEachCreation<IRkClipSourceChannel>("source channel");
-  EXPECT_GT(FailEachCreation<IRkClipOutputChannel>("output channel"), 3 * ofOneSource)
+TEST_F(factories, a_failure_at_any_point_of_a_creation_leaves_nothing_alive) {
+  const int ofOneSource = FailEachAllocation<IRkClipSourceChannel>("source channel");
+  EXPECT_GT(FailEachAllocation<IRkClipOutputChannel>("output channel"), 3 * ofOneSource)
       << "the third source channel was not reached";
-  EXPECT_GT(FailEachCreation<IRkClipSourcePlayer>("source player"), 1);
+  EXPECT_GT(FailEachAllocation<IRkClipSourcePlayer>("source player"), 1);
   // With a sound system the device lives without a renderer.
   RkSelectAudioSystem(RkAudioSystem_None, nullptr);
-  EXPECT_GT(FailEachCreation<IRkSoftwareOutputDevice>("output device"), 10);
+  EXPECT_GT(FailEachAllocation<IRkSoftwareOutputDevice>("output device"), 10);
 }
 
-TEST_F(Factories, what_a_class_cannot_work_with_is_refused) {
+TEST_F(factories, what_a_class_cannot_work_with_is_refused) {
   CLogRecorder log;
   IRkClipOutputChannel* output = nullptr;
   EXPECT_EQ(RkCreateClipOutputChannel(2, 0, kTestVideo, kTestAudio, nullptr, nullptr, &output), 0);

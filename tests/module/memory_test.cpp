@@ -88,10 +88,10 @@ TEST(memory, that_runs_out_while_a_list_is_cued_leaves_the_channel_usable) {
   };
   EXPECT_TRUE(cue());
   for (int n = 0;; ++n) {
-    FailCreation(n);
+    FailAllocation(n);
     EXPECT_NO_THROW(cue());
     if (EndFailing() <= n) break;
-    EXPECT_TRUE(cue()) << "after creation " << n;
+    EXPECT_TRUE(cue()) << "after allocation " << n;
   }
 }
 
