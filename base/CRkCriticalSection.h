@@ -1,7 +1,24 @@
 #pragma once
 
-#include "base/RkThreadAnnotations.h"
 #include "platform/RkPlatform.h"
+
+// State what a lock guards and which locks a function needs. clang checks them (-Wthread-safety); other
+// compilers ignore them.
+#if defined(__clang__)
+#define RK_THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define RK_THREAD_ANNOTATION(x)
+#endif
+
+#define RK_CAPABILITY(name) RK_THREAD_ANNOTATION(capability(name))
+#define RK_SCOPED_CAPABILITY RK_THREAD_ANNOTATION(scoped_lockable)
+#define RK_GUARDED_BY(lock) RK_THREAD_ANNOTATION(guarded_by(lock))
+#define RK_REQUIRES(...) RK_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define RK_EXCLUDES(...) RK_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define RK_ACQUIRE(...) RK_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
+#define RK_RELEASE(...) RK_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
+#define RK_ACQUIRED_BEFORE(...) RK_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
+#define RK_NO_THREAD_SAFETY_ANALYSIS RK_THREAD_ANNOTATION(no_thread_safety_analysis)
 
 // Owns a critical section: recursive, private to the object that holds it. Any thread may enter.
 class RK_CAPABILITY("mutex") CRkCriticalSection {

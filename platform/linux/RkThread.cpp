@@ -13,6 +13,8 @@
 
 namespace {
 
+thread_local DWORD t_lastError = ERROR_SUCCESS;
+
 constexpr std::size_t kNameBytes = 15;
 constexpr int kBestNice = -20;
 constexpr int kHighNice = -10;
@@ -26,7 +28,7 @@ bool Fail(DWORD code) {
   return false;
 }
 
-// As on Windows, the threads that this one creates do not inherit what it was raised to.
+// As on Windows, threads that this one creates do not inherit its class.
 bool SetClass(int policy, int priority) {
   sched_param parameters{};
   parameters.sched_priority = priority;
@@ -37,7 +39,7 @@ bool SetNice(int nice) {
   return setpriority(PRIO_PROCESS, GetCurrentThreadId(), nice) == 0;
 }
 
-// The wanted share, or as much of it as the process is allowed; false when that is no more than before.
+// Raises to the wanted share, or as far as the process may; false when that is no more than it has.
 bool RaiseShare(int wantedNice) {
   if (SetNice(wantedNice)) return true;
   rlimit limit{};
@@ -46,7 +48,7 @@ bool RaiseShare(int wantedNice) {
   return allowed < getpriority(PRIO_PROCESS, GetCurrentThreadId()) && SetNice(allowed);
 }
 
-// What was lowered for the whole process stays so.
+// Keeps a share that was lowered for the whole process.
 bool GiveShareBack() {
   return getpriority(PRIO_PROCESS, GetCurrentThreadId()) >= 0 || SetNice(0);
 }
@@ -58,13 +60,21 @@ HRESULT FailedResult(DWORD code) {
 
 }  // namespace
 
-// Asked once, since every log line names its thread.
+DWORD GetLastError() {
+  return t_lastError;
+}
+
+void SetLastError(DWORD code) {
+  t_lastError = code;
+}
+
+// Asks the kernel once per thread, since every log line names its thread.
 DWORD GetCurrentThreadId() {
   thread_local const auto id = static_cast<DWORD>(gettid());
   return id;
 }
 
-// An address of its own, where the waits find no object of theirs.
+// An address without the mark of an event or semaphore.
 HANDLE GetCurrentThread() {
   static constinit std::uint64_t current = 0;
   return &current;
@@ -108,7 +118,7 @@ DWORD SetThreadExecutionState(DWORD flags) {
     return 0;
   }
   const DWORD previous = state;
-  // Flags without the continuous one hold for a moment that is over at once.
+  // Flags without ES_CONTINUOUS last only for the call.
   if ((flags & ES_CONTINUOUS) != 0) state = flags;
   return previous;
 }
