@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(LogLine, what_is_too_long_for_a_line_is_cut_off) {
+TEST(log_line, what_is_too_long_for_a_line_is_cut_off) {
   CLogRecorder log;
   for (const size_t length : {2000u, 2047u, 5000u}) {
     RkLogTraceLine(RkLogLevel_Debug, "F", 1, std::wstring(length, L'x').c_str());

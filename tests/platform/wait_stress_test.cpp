@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(WaitStress, an_object_may_be_closed_as_soon_as_the_wait_has_returned) {
+TEST(wait_stress, an_object_may_be_closed_as_soon_as_the_wait_has_returned) {
   constexpr int kRounds = 6000;
   CRkHandle go = CRkHandle::AutoResetEvent();
   CRkHandle done = CRkHandle::AutoResetEvent();
@@ -28,24 +28,25 @@ TEST(WaitStress, an_object_may_be_closed_as_soon_as_the_wait_has_returned) {
     current = object;
     SetEvent(go);
     const HANDLE pair[] = {never, object};
-    const bool twoObjects = i % 2 == 0;
-    const DWORD result =
-        WaitForMultipleObjects(twoObjects ? 2 : 1, pair + (twoObjects ? 0 : 1), FALSE, INFINITE);
-    EXPECT_EQ(result, WAIT_OBJECT_0 + (twoObjects ? 1 : 0));
+    if (i % 2 == 0) {
+      EXPECT_EQ(WaitForMultipleObjects(2, pair, FALSE, INFINITE), WAIT_OBJECT_0 + 1);
+    } else {
+      EXPECT_TRUE(RkWait(object, INFINITE));
+    }
     object = CRkHandle();
     RkWait(done, INFINITE);
   }
   setter.join();
 }
 
-// Units go round over four semaphores, moved by threads whose waits overlap.
+// Threads whose waits overlap move units around four semaphores.
 class CUnitsGoRound {
  public:
   CUnitsGoRound(int units, int moves) : m_units(units), m_moves(moves) {
     for (auto& place : m_places) place = CRkHandle::Semaphore(0, units);
   }
 
-  // With timed waits, half of the threads wait for a moment only, for any or all of their places.
+  // With timed waits, half of the threads wait 1 ms for any or all of their places.
   void Run(bool timedWaits) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t) {
@@ -87,8 +88,8 @@ class CUnitsGoRound {
   CRkHandle m_stop = CRkHandle::ManualResetEvent();
 };
 
-// Somebody may take any of the units at any time, so they stand still only when a wake was lost.
-TEST(WaitStress, overlapping_waits_lose_no_wake_and_no_unit) {
+// Some thread can always take a unit, so the units stop only when a wake-up was lost.
+TEST(wait_stress, overlapping_waits_lose_no_wake_and_no_unit) {
   for (int units = 1; units < 4; ++units) CUnitsGoRound(units, 20000).Run(false);
   CUnitsGoRound(3, 20000).Run(true);
 }
