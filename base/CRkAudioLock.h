@@ -2,7 +2,7 @@
 
 #include "contracts/RkKernel.h"
 
-// The bytes of an audio block, for one scope. The block must outlive it.
+// Locks the bytes of an audio block for its scope. Borrows the block.
 class CRkAudioLock {
  public:
   explicit CRkAudioLock(IRkAudioSample& audio) : m_audio(audio) { m_audio.Lock(&m_lock); }
@@ -12,7 +12,7 @@ class CRkAudioLock {
 
   BYTE* Data() const { return m_lock.data; }
   DWORD SampleCount() const { return m_lock.sampleCount; }
-  // As RkAudioUtils takes it.
+  // In the form that RkAudioUtils takes.
   SRkLockAudioSample& Record() { return m_lock; }
 
  private:

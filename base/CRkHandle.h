@@ -4,8 +4,8 @@
 
 #include "platform/RkPlatform.h"
 
-// Owns an event or semaphore and closes it. Converts to the HANDLE that the waits take; false when the
-// object could not be created.
+// Owns an event or semaphore and closes it. Converts to the HANDLE that the waits take, which is null when
+// the object could not be created.
 class CRkHandle {
  public:
   CRkHandle() = default;
@@ -31,7 +31,7 @@ class CRkHandle {
   HANDLE m_handle = nullptr;
 };
 
-// Whether the object is signalled within the time; a unit of it is then consumed.
+// TRUE when the object was signalled within the time; the wait has then consumed a unit of it.
 inline bool RkWait(HANDLE object, DWORD timeoutMs) {
   return WaitForSingleObject(object, timeoutMs) == WAIT_OBJECT_0;
 }

@@ -2,12 +2,11 @@
 
 #include "contracts/RkKernel.h"
 
-// The reference count of objects that an owner may lend out and take back. Any thread may enter.
+// The reference count of objects that an owner lends out and takes back. Any thread may enter.
 //
-// The owner keeps one reference to each object. The Release that leaves only that one gives the object
-// back, on the thread that made it; exactly one Release does so. The owner pointer is borrowed: who sets
-// it keeps the owner alive for as long as an object is lent out, and sets it only while nobody else
-// holds the object.
+// The owner keeps one reference to each object. Exactly one Release leaves only that reference; it gives the
+// object back, on its own thread. The owner pointer is borrowed: the caller of SetOwner keeps the owner alive
+// while an object is lent out, and calls it only while nobody else holds the object.
 template <class Interface>
 class CRkLentObject : public Interface {
  public:
@@ -17,8 +16,8 @@ class CRkLentObject : public Interface {
   UINT AddRef() override { return static_cast<UINT>(InterlockedIncrement(&m_references)); }
 
   UINT Release() override {
-    // After the decrement another thread may destroy the object: nothing of it is read any more, but by
-    // the one thread that gives it back.
+    // After the decrement another thread may destroy the object. Only the thread that gives it back may still
+    // read it.
     IRkPoolElementOwner* const owner = m_owner;
     const LONG now = InterlockedDecrement(&m_references);
     if (now == 0) {
@@ -32,7 +31,7 @@ class CRkLentObject : public Interface {
 
   void SetOwner(IRkPoolElementOwner* owner) { m_owner = owner; }
 
-  // References besides the owner's. Exact for a caller that holds all of them, else already stale.
+  // References besides the owner's. Exact for a caller that holds all of them, otherwise already stale.
   UINT UserCount() const {
     const LONG now = InterlockedExchangeAdd(&m_references, 0);
     return static_cast<UINT>(m_owner != nullptr ? now - 1 : now);

@@ -9,7 +9,7 @@
 //
 //   Adopt(p)   takes over a reference that the caller owns (a factory's result);
 //   Retain(p)  takes a reference of its own (a borrowed argument);
-//   Out()      lets go of what is held and gives the address for an out-parameter, set to null.
+//   Out()      releases what is held and gives the address for an out-parameter, set to null.
 template <class T>
 class CRkRef {
  public:
@@ -21,7 +21,7 @@ class CRkRef {
   noexcept : m_object(other.Detach()) {}
   ~CRkRef() { Reset(); }
 
-  // The new reference is taken before the old one goes, so that an object may be stored over itself.
+  // Takes the new reference before it releases the old one, so an object may be stored over itself.
   CRkRef& operator=(CRkRef other) noexcept {
     std::swap(m_object, other.m_object);
     return *this;

@@ -12,7 +12,7 @@ class CRkUnknown : public Interface {
   UINT AddRef() override { return static_cast<UINT>(InterlockedIncrement(&m_references)); }
 
   UINT Release() override {
-    // After the decrement another thread may destroy the object: nothing of it is read any more.
+    // After the decrement another thread may destroy the object, so it must not be read.
     const LONG now = InterlockedDecrement(&m_references);
     if (now == 0) delete this;
     return static_cast<UINT>(now);

@@ -4,7 +4,7 @@
 
 namespace {
 
-// Builds one line in place. What does not fit is cut off.
+// Builds one line in place and cuts it to the capacity.
 class CLine {
  public:
   template <class Character>
@@ -32,7 +32,7 @@ template <class Message>
 void WriteLine(ERkLogMsgLevel level, const char* function, int line, Message message) {
   CLine text;
   text.Append("[").Append(function).Append(",").Append(line).Append("][TID: ");
-  // Signed, as the log has always shown thread ids.
+  // Thread ids are signed in the log format.
   text.Append(static_cast<LONG>(GetCurrentThreadId())).Append("]").Append(message);
   RkLog_Trace(level, text.Text());
 }

@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
-// Runs work that allocates, inside an operation of an interface, which no exception may cross. False when
-// there was not enough memory; what the work leaves behind then is its own affair.
+// Runs work that allocates, inside an operation of an interface, which no exception may cross. False without
+// enough memory; the work itself undoes what it had begun.
 template <class Work>
 bool RkWithinMemory(Work work) {
   try {
@@ -18,7 +18,7 @@ bool RkWithinMemory(Work work) {
   }
 }
 
-// Null without memory, also where the constructor needs some.
+// Null without memory for the object or for what its constructor allocates.
 template <class Object, class... Arguments>
 Object* RkTryNew(Arguments&&... arguments) {
   Object* made = nullptr;

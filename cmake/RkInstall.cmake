@@ -1,5 +1,5 @@
-# What `cmake --install` puts down: the libraries with their CMake package and pkg-config files, the
-# headers that a host may include, and rkplay. The tree may be moved afterwards.
+# What `cmake --install` installs: the libraries with their CMake package and pkg-config files, the headers
+# that a host needs, and rkplay. The installed tree may be moved.
 include(CMakePackageConfigHelpers)
 
 get_property(installed_targets GLOBAL PROPERTY RK_INSTALLED_TARGETS)
@@ -24,7 +24,7 @@ if(TARGET rkplay)
   install(TARGETS rkplay)
 endif()
 
-# The headers keep their folders: a host includes "module/RkClipPlay.h" here and there.
+# The headers keep their folders, so a host includes "module/RkClipPlay.h" from both trees.
 set(public_headers
   base/CRkAudioLock.h
   base/CRkRef.h

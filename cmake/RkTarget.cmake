@@ -1,4 +1,4 @@
-# What every target of the project has in common.
+# The common settings of all targets.
 
 find_package(Threads REQUIRED)
 

@@ -2,10 +2,10 @@
 
 #include "contracts/RkTypes.h"
 
-// The root of every interface: an object lives as long as somebody holds a reference to it.
+// The root of every interface. An object lives as long as there is a reference to it.
 //
-// A new object has one reference, which belongs to whoever created it. An out-parameter of type T**
-// receives one reference for the caller, who sets the variable to null first. A pointer argument is
+// A new object has one reference, which belongs to its creator. An out-parameter of type T** receives one
+// reference for the caller, who sets the variable to null first. A pointer argument is
 // borrowed for the call; a callee that keeps it takes a reference of its own.
 //
 // AddRef and Release may be called from any thread. Their results are informative only: at least 1

@@ -44,7 +44,7 @@ RK_CLIP_CORE_API int RkCreateClipTrimInfo(const std::vector<IRkClipTrimInfo::SRk
 // the trim information and the timeline start may be used by any thread meanwhile.
 //
 // While it holds trim information with ranges, it presents only the samples inside them, in order, as
-// one run of positions counted from 0; else all of them. Offsets count what is presented. A sample's
+// one row of positions counted from 0; otherwise all of them. Offsets count what is presented. A sample's
 // position is its offset plus the element's start on the list's timeline.
 class IRkClipElement : public IRkUnknown {
  public:
@@ -91,7 +91,7 @@ class IRkClipElementList : public IRkUnknown {
   // FALSE, with null, for a position at or past the total. `offset` may be null.
   virtual BOOL FindElementAtPosition(UINT position, IRkClipElement** element, UINT* offset) = 0;
   virtual void GetFirstElement(IRkClipElement** element) = 0;  // null for an empty list
-  // The element after `current`; null after the last, and when `current` is not in the list any more.
+  // The element after `current`; null after the last, and when `current` is no longer in the list.
   virtual void GetNextElement(IRkClipElement* current, IRkClipElement** next) = 0;
 };
 

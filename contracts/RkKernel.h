@@ -11,27 +11,26 @@
 
 // Worker threads, samples, the reference clock and the audio renderer.
 //
-// Factories return 1 with an object in the out-parameter (one reference for the caller), or 0 and leave
-// it as it was. Operations with a body are those that the module does not call: they hold the places of
-// the interface, and where they have a purpose of ours they are named for it.
+// Factories return 1 with an object in the out-parameter (one reference for the caller), or 0 and leave it as
+// it was; 0 also means that there is no memory. They may be called from any thread and do not block.
+// Operations with a body are those that the module does not call: they keep the slots of the interface.
 
 // ---- worker threads
 
-// Runs on the worker thread with the context given to SetThreadProc. stopEvent becomes signalled by a stop
-// that is asked for after the Start, which may be before the routine begins; the routine then returns
-// soon. The result carries no meaning.
+// Runs on the worker thread with the context given to SetThreadProc. A stop requested after the Start signals
+// stopEvent, possibly before the routine begins; the routine then returns soon. The result has no meaning.
 typedef UINT (*RkThreadProc)(void* context, HANDLE stopEvent);
 
 // A thread that runs one routine at a time, once per Start. Every operation may be called from any
 // thread while the routine runs; SetThreadProc and SetOption before Create or between runs.
 class IRkWorkerThread : public IRkUnknown {
  public:
-  // Resets the stop event and runs the routine once; returns at once. While a run is active, that run is
-  // asked to stop and the routine is started again when it has returned.
+  // Resets the stop event and runs the routine once; does not wait. While a run is active, requests its stop
+  // and starts the routine again when it has returned.
   virtual void Start() = 0;
-  // Signals the stop event of the run, and takes back a start that waits for it; returns at once.
+  // Signals the stop event of the run and cancels a start that waits for it; does not wait.
   virtual void RequestStop() = 0;
-  // Until the routine has returned, at most timeoutMs; returns at once when none runs, and on the worker
+  // Waits until the routine has returned, at most timeoutMs. Does not wait when none runs, nor on the worker
   // thread itself.
   virtual void WaitForStop(DWORD timeoutMs) = 0;
   virtual void Operation4() {}
@@ -41,7 +40,7 @@ class IRkWorkerThread : public IRkUnknown {
   virtual BOOL IsIdle() = 0;
   virtual void Operation8() {}
   virtual void Operation9() {}
-  // The thread now waits for Start.
+  // From now on the thread waits for Start.
   virtual void Create() = 0;
   virtual void Operation11() {}
   // Given once before Create. TRUE: the thread keeps time for others and may have the real-time class
@@ -78,11 +77,11 @@ RK_KERNEL_API int RkCreateUserAudioSample(const SRkWaveFormatInfo& format, void*
 class IRkAVPlaySample;
 class IRkPoolElement;
 
-// Whoever lends out pool elements and keeps one reference to each. Both operations are called on the
-// thread that released the last reference besides the owner's.
+// The owner of pool elements: lends them out and keeps one reference to each. Both operations are called on
+// the thread that released the last reference besides the owner's.
 class IRkPoolElementOwner : public IRkUnknown {
  public:
-  // For play samples, which are lent out too but are no pool elements.
+  // For play samples, which are lent out too but do not derive from IRkPoolElement.
   virtual void GiveBackPlaySample(IRkAVPlaySample* sample) { (void)sample; }
   virtual void GiveBack(IRkPoolElement* element) = 0;
 };
@@ -116,7 +115,7 @@ class IRkVideoSample : public IRkPoolElement {
   virtual UINT Operation15() { return 0; }
 };
 
-// A video sample of its own, without an owner, buffers or index.
+// A video sample without an owner, buffers or index.
 RK_KERNEL_API int RkCreateVideoSample(IRkVideoSample** video);
 
 // ---- audio/video play samples
@@ -163,9 +162,10 @@ RK_KERNEL_API int RkCreateAVPlaySamplePool(UINT count, IRkAVPlaySamplePool** poo
 // Ticks at absolute times of the monotonic clock, the first one frame after Start. Any thread may enter.
 class IRkSoftRefClock : public IRkUnknown {
  public:
-  // Begins anew at tick 1. A rate that is not above 0 stops the clock.
+  // Restarts the clock at tick 1. A rate that is not above 0 stops it.
   virtual void Start(double framesPerSecond) = 0;
-  // Until the next tick, at most timeoutMs. Ticks that the caller has missed come at once, one a call.
+  // Waits for the next tick, at most timeoutMs. A tick that the caller has missed ends the call immediately,
+  // one tick per call.
   virtual void WaitTick(UINT timeoutMs) = 0;
   virtual void Stop() = 0;
 };
@@ -178,16 +178,16 @@ RK_KERNEL_API int RkCreateSoftRefClock(IRkSoftRefClock** clock);
 // WaitForNotify, GetDroppedSampleCount, IsLost and GetLossCount may be called from any.
 class IRkAudioDirectSound : public IRkUnknown {
  public:
-  // Back to the start, cutting what still plays: play position 0, nothing written, no notification.
+  // Discards what still plays: play position 0, nothing written, no notification. Does not wait.
   virtual void Reset() = 0;
-  // Ends playback once all that was written has gone to the sound system. Waits for that, at most the
-  // length of what is written and a second. A second Stop does nothing.
+  // Ends playback once the sound system has taken all that was written, and waits for that: at most the
+  // length of what is left and a second. A second Stop does nothing.
   virtual void Stop() = 0;
-  // Starts playback once enough has been written; non-zero when it plays. Asked repeatedly.
+  // Starts playback once enough has been written; non-zero when it plays. Call it until it returns that.
   virtual BOOL Play() = 0;
   virtual void Operation4() {}
-  // The position counts bytes since Reset and only grows. Sound that has been due already is skipped, what
-  // lies more than the buffer's span ahead is cut; a sample of another format is not played at all.
+  // The position counts bytes since Reset and only grows. Drops sound that was due before now, sound more
+  // than the buffer's span ahead, and samples of another format. Does not wait.
   virtual void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) = 0;
   // Samples per channel that were written since the creation and are never played: they came late or too
   // early, in another format, or were due while the sound system was lost. Silence does not count.
@@ -202,21 +202,20 @@ class IRkAudioDirectSound : public IRkUnknown {
   virtual void Operation10() {}
   // Notifications come at this interval while the renderer plays; none for an interval not above 0.
   virtual void SetNotifyInterval(double milliseconds) = 0;
-  // TRUE when a notification came since the last call, or comes within timeoutMs. However many were
-  // missed, a late caller gets one.
+  // TRUE when a notification came since the last call, or comes within timeoutMs. A late caller gets one for
+  // all it missed.
   virtual BOOL WaitForNotify(UINT timeoutMs) = 0;
   virtual void Operation13() {}
   virtual double GetBufferDuration() = 0;  // milliseconds, after which the play position wraps to 0
-  // In milliseconds; on entry the value of the previous call. Never runs backwards but for the wrap, and
-  // goes on, playing silence, when nothing new is written or the sound system is gone. Tells at most 0.4 of
-  // the span more than the call before, whoever made it: a longer jump is told over several calls, so that
-  // one caller, or two in turn, count every wrap.
+  // In milliseconds; on entry the value of the previous call. Runs forwards except for the wrap, and goes on
+  // through silence when nothing new is written or the sound system is gone. One call advances by at most 0.4
+  // of the span, so two alternating callers never miss a wrap; a longer jump takes several calls.
   virtual void GetPlayPosition(double* position) = 0;
 };
 
-// bufferMs: span of the circular buffer, taken in whole samples. startBytes: how much must be written
-// before Play starts. 0 when no sound system is chosen or it has no device, for a format it cannot play,
-// for a span that holds no sample and for startBytes that the span cannot hold.
+// bufferMs: span of the circular buffer, rounded down to whole samples. startBytes: the bytes that must be
+// written before Play starts. 0 when no sound system is selected or it has no device, for a format it cannot
+// play, for a span below one sample and for startBytes beyond the span.
 RK_KERNEL_API int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND window, double bufferMs,
                                            DWORD startBytes, IRkAudioDirectSound** renderer);
 
@@ -226,19 +225,19 @@ enum ERkAudioSystem : int {
   RkAudioSystem_None = 2,     // the creation of a renderer fails
 };
 
-// Hears what renderers play.
+// Receives what renderers play. Each renderer references its monitor.
 class IRkAudioMonitor : public IRkUnknown {
  public:
-  // At the creation of each renderer, on the creating thread. May keep a reference, and must let go of it
-  // when the renderer is to end: each renderer has a reference to its monitor.
+  // At the creation of each renderer, on the creating thread. May keep a reference; the renderer ends only
+  // after the monitor has released it.
   virtual void OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo& format) = 0;
-  // What the sound system has been given, in order, silence included; nothing while it is gone. Comes on
-  // its thread, and the rest of a virtual one's on the thread that stops the renderer. Must not block; of
-  // the renderer it may only ask GetPlayPosition.
+  // The sound that the system has taken, in order, silence included; nothing while the system is gone. On the
+  // system's thread; the rest of a virtual system's sound on the thread that stops the renderer. `data` is
+  // borrowed. Must not block; may call the renderer's GetPlayPosition and nothing else of it.
   virtual void OnSound(const BYTE* data, DWORD bytes) = 0;
 };
 
-// What renderers created from now on play through; RkAudioSystem_System until it is called. An unknown
-// value is as none. `monitor` may be null; a reference is kept until the next choice, and by each renderer
-// while it lives. Any thread may call.
+// Selects the sound system and monitor of renderers created from now on; RkAudioSystem_System until then. An
+// unknown value counts as none. `monitor` may be null; it is referenced until the next choice, and by each
+// renderer. Any thread may call.
 RK_KERNEL_API void RkSelectAudioSystem(ERkAudioSystem system, IRkAudioMonitor* monitor);

@@ -41,7 +41,7 @@ constexpr double RkFrameDurationMs(int rate) {
   return kRkFrameRates[rate].denominator * 1000.0 / kRkFrameRates[rate].numerator;
 }
 
-// What the module carries unchanged; hosts and clip elements agree on these values.
+// The module carries these unchanged; hosts and clip elements agree on their values.
 enum ERkPixelFormat : int { RkPixelFormat_I420 = 0, RkPixelFormat_I422 = 1, RkPixelFormat_I444 = 2 };
 enum ERkColorRange : int { RkColorRange_Limited = 0, RkColorRange_Full = 1 };
 
@@ -52,7 +52,7 @@ struct SRkVideoResolution {
   int pixelFormat;      // an ERkPixelFormat
   int scanMode;         // 0 = progressive, the only one our elements deliver
   int frameRate;        // an ERkFrameRate
-  int aspectNumerator;  // shape of one pixel; 0:0 where it is not known
+  int aspectNumerator;  // shape of one pixel; 0:0 means unknown
   int aspectDenominator;
   int colorRange;  // an ERkColorRange
   int reserved;    // 0

@@ -2,7 +2,7 @@
 
 #include "platform/RkPlatform.h"
 
-// Marks what a shared library of the family offers to others, and what its users take from it.
+// Mark the functions that a shared library of the family exports, and their import by its users.
 #ifdef _WIN32
 #define RK_EXPORT __declspec(dllexport)
 #define RK_IMPORT __declspec(dllimport)
@@ -11,8 +11,8 @@
 #define RK_IMPORT __attribute__((visibility("default")))
 #endif
 
-// Stands for no position wherever a position may be absent.
+// "No position", wherever a position may be absent.
 inline constexpr UINT kRkNoPosition = 0xFFFFFFFFu;
 
-// Plays a list for ever.
+// A repeat count: the list plays until it is stopped.
 inline constexpr int kRkRepeatEndless = -1;

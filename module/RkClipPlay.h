@@ -1,6 +1,6 @@
 #pragma once
 
-// The one header that a host includes: the module's factories and everything they speak of.
+// The one header that a host includes: the module's factories and every interface and record they use.
 
 #include "contracts/RkAVUtils.h"
 #include "contracts/RkClipCore.h"

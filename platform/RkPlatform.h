@@ -3,12 +3,12 @@
 // The operating system as the engine sees it: the Windows names, on every system.
 //
 // On Windows this header is the system's own. Elsewhere it declares the part of those names that the
-// engine uses, with the same widths and results; `platform/linux/` serves them.
+// engine uses, with the same widths and results; `platform/linux/` implements them.
 //
 // Kept as on Windows:
-//  - a wait ends early never: time-outs run on the monotonic clock, spurious wake-ups are absorbed;
+//  - a wait never ends early: time-outs run on the monotonic clock, spurious wake-ups are absorbed;
 //  - wait-any consumes exactly the signalled object with the lowest index; wait-all consumes nothing
-//    until every object is signalled, and then all of them at once;
+//    until every object is signalled, and then all of them simultaneously;
 //  - a semaphore never rises above its maximum; a release that would do so changes nothing and fails;
 //  - an object may be closed as soon as its waiters have returned, also while the call that woke them
 //    is still on its way out;
@@ -90,7 +90,7 @@ BOOL ReleaseSemaphore(HANDLE semaphore, LONG count, LONG* previous);
 
 BOOL CloseHandle(HANDLE object);
 
-// WAIT_OBJECT_0, WAIT_TIMEOUT or WAIT_FAILED. INFINITE waits for ever, 0 only tests.
+// WAIT_OBJECT_0, WAIT_TIMEOUT or WAIT_FAILED. INFINITE waits without limit, 0 only tests.
 DWORD WaitForSingleObject(HANDLE object, DWORD timeoutMs);
 // WAIT_OBJECT_0 + index (wait-any), WAIT_OBJECT_0 (wait-all), WAIT_TIMEOUT or WAIT_FAILED. At most
 // MAXIMUM_WAIT_OBJECTS objects; one object given twice to a wait-all fails.

@@ -2,7 +2,7 @@
 
 DWORD CRkWait::Run(DWORD timeoutMs) {
   DWORD index = 0;
-  // A wait for all takes its units with all its locks held, for which it must be in the queues.
+  // A wait for all takes its units under all its locks, and must be in the queues for that.
   if (!m_waiter.WaitsForAll() && TakeLowest(index)) return WAIT_OBJECT_0 + index;
   if (timeoutMs == 0 && !(m_waiter.WaitsForAll() && AllLookSignalled())) return WAIT_TIMEOUT;
 
@@ -29,7 +29,7 @@ bool CRkWait::TakeLowest(DWORD& index) {
     CRkWaitable::State state = 0;
     index = FirstSignalled(m_count, state);
     if (index == m_count) return false;
-    // One before it may have been signalled behind our look, yet earlier than the one we found.
+    // A lower object may have been signalled after our look at it and before the one we found.
     CRkWaitable::State below = 0;
     if (FirstSignalled(index, below) != index) continue;
     if (m_objects[index]->TakeIfStill(state)) return true;
@@ -51,12 +51,12 @@ bool CRkWait::AllLookSignalled() const {
   return true;
 }
 
-// Which locks it holds is known at run time only.
+// The set of locks is known only at run time.
 bool CRkWait::TakeAll() RK_NO_THREAD_SAFETY_ANALYSIS {
   if (!AllLookSignalled()) return false;
   CRkWakeList wakes;
   for (DWORD i = 0; i < m_count; ++i) m_objects[i]->EnterLock();
-  // Nobody else changes them now.
+  // No other thread can change them now.
   const bool all = AllLookSignalled();
   for (DWORD i = m_count; i-- > 0;) {
     if (all) {

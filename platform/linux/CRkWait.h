@@ -19,11 +19,11 @@ class RK_HIDDEN CRkWait {
   DWORD Run(DWORD timeoutMs);
 
  private:
-  // Takes what the wait is for, if it is all there. True when it was, with the index to return.
+  // Takes the units that satisfy the wait, if they are there; true then, with the index to return.
   bool Take(DWORD& index);
   bool TakeLowest(DWORD& index);
   bool TakeAll();
-  // The first signalled of the first `count` objects, else `count`.
+  // The first signalled of the first `count` objects, or `count`.
   DWORD FirstSignalled(DWORD count, CRkWaitable::State& state) const;
   bool AllLookSignalled() const;
 

@@ -13,8 +13,8 @@ bool CRkWaitable::ChangeBesideOthers(Step step) {
     CRkWakeList wakes;
     CRkScopedLock lock(m_lock);
     state = m_state.load();
-    // The queue may have emptied meanwhile; then the lock protects nobody and the object may go as soon
-    // as the change is seen.
+    // When the queue has emptied meanwhile, the lock protects nothing: the object may be deleted as soon as
+    // the change is visible.
     if ((state & kWaiterBit) != 0) return ChangeLocked(state, step, wakes);
   }
 }
@@ -24,7 +24,7 @@ bool CRkWaitable::ChangeLocked(State state, Step step, CRkWakeList& wakes) {
   State next = state;
   if (!step(next)) return false;
   m_state.store(next);
-  if (next / kReleaseStep != state / kReleaseStep) TellWaiters(next, wakes);
+  if (next / kReleaseStep != state / kReleaseStep) NotifyWaiters(next, wakes);
   return true;
 }
 
@@ -39,7 +39,7 @@ bool CRkWaitable::Release(std::uint32_t units, std::uint32_t* previous) {
 }
 
 void CRkWaitable::Set() {
-  // Also when it is set already: a waiter that takes this unit must see what was written before.
+  // Also when it is set already: the waiter that takes this unit must see all earlier writes.
   Change([this](State& state) {
     state = ((state & ~kCountMask) + kReleaseStep) | m_maximum;
     return true;
@@ -86,14 +86,14 @@ void CRkWaitable::LeaveLocked(CRkWaitLink& link, CRkWakeList& wakes) {
   if (m_first == nullptr) {
     m_state.fetch_and(~kWaiterBit);
   } else {
-    TellWaiters(m_state.load(), wakes);
+    NotifyWaiters(m_state.load(), wakes);
   }
 }
 
-void CRkWaitable::TellWaiters(State state, CRkWakeList& wakes) {
+void CRkWaitable::NotifyWaiters(State state, CRkWakeList& wakes) {
   State units = state & kCountMask;
   for (CRkWaitLink* link = m_first; link != nullptr && units > 0; link = link->next) {
-    link->waiter->Tell(wakes);
+    link->waiter->Notify(wakes);
     // A wait for all may have to leave its unit to the next in the queue.
     if (!link->waiter->WaitsForAll() && m_kind != EKind::ManualResetEvent) --units;
   }

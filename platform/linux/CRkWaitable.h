@@ -15,25 +15,25 @@ struct RK_HIDDEN CRkWaitLink {
 
 // An event or a semaphore: a count of units that waits consume. Any thread enters.
 //
-// All of it is one atomic word. While nobody waits, every change is a single exchange of that word and
-// nothing is touched afterwards. A waiter first joins the queue, which sets the word's waiter bit; from
-// then on every change is made under m_lock, and so is the leaving of the queue. Hence:
+// The state is one atomic word. While no thread waits, every change is a single exchange of that word and
+// touches nothing afterwards. A waiter joins the queue, which sets the word's waiter bit; from then on every
+// change, and every departure from the queue, is made under m_lock. Hence:
 //  - a wait for several objects is atomic: it joins them all, then holds all their locks, in the order
 //    of their addresses, while it looks and takes. Nothing else holds two of these locks;
 //  - the object may be deleted as soon as its waiters have returned: the call that woke a waiter has
 //    left m_lock before the waiter could leave the queue.
-// A change tells as many waiters as there are units; who leaves with units and waiters left tells the
-// next. A told waiter looks for itself, so a unit may also go to somebody who did not have to wait.
+// A change notifies as many waiters as there are units; a waiter that leaves units and waiters behind
+// notifies the next. A notified waiter looks again, so a unit may also go to a thread that never slept.
 class RK_HIDDEN CRkWaitable {
  public:
-  // Doubles as the mark by which a handle is known.
+  // Doubles as the mark that identifies a handle.
   enum class EKind : std::uint32_t {
     ManualResetEvent = 0x4D564B52,
     AutoResetEvent = 0x41564B52,
     Semaphore = 0x53454B52
   };
-  // The state word as one look found it. Every release changes it, so a word that is still the same was
-  // not signalled anew in between.
+  // The state word at one look. Every release changes it, so an unchanged word was not signalled in
+  // between.
   using State = std::uint64_t;
 
   CRkWaitable(EKind kind, std::uint32_t count, std::uint32_t maximum)
@@ -53,7 +53,7 @@ class RK_HIDDEN CRkWaitable {
 
   // Adds units to a semaphore. False, and no change, when they would pass the maximum.
   bool Release(std::uint32_t units, std::uint32_t* previous);
-  // An event's only unit: there afterwards, whether it was before or not.
+  // Makes an event's only unit available, whether or not it already is.
   void Set();
   void Reset();
 
@@ -91,7 +91,7 @@ class RK_HIDDEN CRkWaitable {
   template <class Step>
   bool ChangeLocked(State state, Step step, CRkWakeList& wakes) RK_REQUIRES(m_lock);
   State Taken(State state) const { return m_kind == EKind::ManualResetEvent ? state : state - 1; }
-  void TellWaiters(State state, CRkWakeList& wakes) RK_REQUIRES(m_lock);
+  void NotifyWaiters(State state, CRkWakeList& wakes) RK_REQUIRES(m_lock);
 
   const EKind m_kind;
   const std::uint32_t m_maximum;

@@ -5,8 +5,8 @@
 
 #include "platform/linux/RkFutex.h"
 
-// The wake-ups that a change of an object has earned. They are sent when this list goes, which is after
-// the object's lock was left, so that a woken thread does not run into it.
+// The wake-ups due after a change of an object. The destructor sends them, after the object's lock was left,
+// so that a woken thread does not block on it.
 class RK_HIDDEN CRkWakeList {
  public:
   CRkWakeList() = default;
@@ -29,22 +29,22 @@ class RK_HIDDEN CRkWakeList {
   std::size_t m_count = 0;
 };
 
-// A thread in a wait. Told by the objects it waits on, under their locks, to look at them again.
+// A thread in a wait. The objects it waits on notify it, under their locks, to look at them again.
 class RK_HIDDEN CRkWaiter {
  public:
   explicit CRkWaiter(bool waitsForAll) : m_waitsForAll(waitsForAll) {}
 
   bool WaitsForAll() const { return m_waitsForAll; }
 
-  void Tell(CRkWakeList& wakes) {
-    if (m_told.exchange(1) == 0) wakes.Add(&m_told);
+  void Notify(CRkWakeList& wakes) {
+    if (m_notified.exchange(1) == 0) wakes.Add(&m_notified);
   }
-  // Before each look: what changes after it is told anew.
-  void Forget() { m_told.exchange(0); }
-  // Sleeps until told, for all that changed since Forget.
-  ERkPark Park(const CRkWakeMoment& deadline) { return RkFutexWait(m_told, 0, deadline); }
+  // Before each look: a change after it notifies again.
+  void Forget() { m_notified.exchange(0); }
+  // Sleeps until a notification; one since Forget ends it immediately.
+  ERkPark Park(const CRkWakeMoment& deadline) { return RkFutexWait(m_notified, 0, deadline); }
 
  private:
-  RkFutexWord m_told{0};
+  RkFutexWord m_notified{0};
   const bool m_waitsForAll;
 };

@@ -6,7 +6,7 @@
 
 namespace {
 
-// These calls have no result to fail with, and going on without the lock would spoil what it guards.
+// These calls cannot report failure, and without the lock the data it guards would be corrupted.
 void Require(int error, const char* call) {
   if (error == 0) return;
   std::fprintf(stderr, "%s: %s\n", call, std::strerror(error));

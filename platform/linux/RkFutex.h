@@ -6,17 +6,17 @@
 
 #include "platform/RkPlatform.h"
 
-// Only the Windows names leave this library, so that its own calls are direct ones.
+// Only the Windows names are exported; the library calls its own functions directly.
 #define RK_HIDDEN __attribute__((visibility("hidden")))
 
 // A 32-bit word that one thread sleeps on and any thread may wake. Wake-ups may be spurious.
 using RkFutexWord = std::atomic<std::uint32_t>;
 
-// The moment on the monotonic clock at which a wait gives up; INFINITE never does.
+// The moment on the monotonic clock at which a wait times out; INFINITE never does.
 class RK_HIDDEN CRkWakeMoment {
  public:
   explicit CRkWakeMoment(DWORD timeoutMs);
-  // Null for a wait without end.
+  // Null for a wait without a time-out.
   const timespec* Moment() const { return m_infinite ? nullptr : &m_moment; }
 
  private:
@@ -26,7 +26,7 @@ class RK_HIDDEN CRkWakeMoment {
 
 enum class ERkPark { Woken, TimedOut, Failed };
 
-// Sleeps while the word holds `value`, at the latest until the deadline.
+// Sleeps while the word holds `value`, until the deadline at the latest.
 RK_HIDDEN ERkPark RkFutexWait(RkFutexWord& word, std::uint32_t value, const CRkWakeMoment& deadline);
-// Only the address counts: the word may be gone already.
+// Uses only the address: the word may no longer exist.
 RK_HIDDEN void RkFutexWake(RkFutexWord* word);

@@ -84,7 +84,7 @@ DWORD WaitForSingleObject(HANDLE object, DWORD timeoutMs) {
     SetLastError(ERROR_INVALID_HANDLE);
     return WAIT_FAILED;
   }
-  // The way of most waits, short enough for that.
+  // Fast path: already signalled.
   const CRkWaitable::State seen = waitable->Look();
   if (CRkWaitable::IsSignalled(seen) && waitable->TakeIfStill(seen)) return WAIT_OBJECT_0;
   return CRkWait(&waitable, 1, false).Run(timeoutMs);

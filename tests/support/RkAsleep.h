@@ -6,7 +6,7 @@
 
 #include "platform/RkPlatform.h"
 
-// Whether the kernel shows a thread of this process asleep, which in a test is when it is in its wait.
+// Whether the kernel reports a thread of this process as asleep; in a test that thread is then in its wait.
 inline bool IsAsleep(DWORD threadId) {
   std::string line;
   std::getline(std::ifstream("/proc/self/task/" + std::to_string(threadId) + "/stat") >> std::ws, line);

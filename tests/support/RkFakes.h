@@ -15,13 +15,13 @@
 #include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
 
-// What the host and the clip core hand to the module, made for tests: scripted, counted, and instant
-// unless told otherwise. Any thread may enter; what a test sets up before a run is not locked.
+// Fakes of what the host and the clip core hand to the module: scripted, counted, and instant unless scripted
+// otherwise. Any thread may enter; members that a test sets before a run are not locked.
 
 // Long enough for any machine; only a hang takes this long.
 inline constexpr DWORD kTestDeadlineMs = 60000;
 
-// How many fakes live: 0 again at the end of a test that leaks nothing.
+// The number of live fakes: 0 at the end of a test without leaks.
 inline std::atomic<int> g_liveFakes = 0;
 
 template <class Interface>
@@ -36,13 +36,13 @@ CRkRef<Object> MakeFake(Arguments&&... arguments) {
   return CRkRef<Object>::Adopt(new Object(std::forward<Arguments>(arguments)...));
 }
 
-// What a counted object's references are just now.
+// The current number of references to an object.
 inline UINT References(IRkUnknown& object) {
   object.AddRef();
   return object.Release();
 }
 
-// Polls a condition that other threads bring about.
+// Polls a condition that other threads fulfil.
 inline bool WaitUntil(const std::function<bool()>& condition) {
   const ULONGLONG end = GetTickCount64() + kTestDeadlineMs;
   while (!condition()) {
@@ -52,7 +52,7 @@ inline bool WaitUntil(const std::function<bool()>& condition) {
   return true;
 }
 
-// A door that threads wait at while it is shut.
+// Blocks threads while it is shut.
 class CGate {
  public:
   void Shut() {
@@ -84,7 +84,7 @@ class CGate {
 
 class CFakePool : public CFake<IRkPlayBufferPool> {};
 
-// An element of numbered frames without picture or sound. Its counters tell what was done with it.
+// An element of numbered frames without picture or sound. Counts the calls it receives.
 class CFakeElement : public CFake<IRkClipElement> {
  public:
   explicit CFakeElement(UINT frames) : m_frames(frames) {}
@@ -181,7 +181,7 @@ class CFakeElement : public CFake<IRkClipElement> {
   std::atomic<UINT> m_mode = 0;
 };
 
-// An element that attaches itself to its samples, which so tell where they come from.
+// Attaches itself to its samples, so that a test can tell which element delivered them.
 class CMarkingElement : public CFakeElement {
  public:
   using CFakeElement::CFakeElement;
@@ -200,7 +200,7 @@ class CMarkingElement : public CFakeElement {
   }
 };
 
-// Writes down every sample's position and every reported interval. Touches the pool it is lent, as hooks do.
+// Records every sample's position and every reported interval. References the pool it receives, as hooks do.
 class CFakeHook : public CFake<IRkClipSampleProcessor> {
  public:
   std::function<void(IRkAVPlaySample*)> onSample;
@@ -230,7 +230,7 @@ class CFakeHook : public CFake<IRkClipSampleProcessor> {
   std::vector<UINT> m_intervals;
 };
 
-// Writes down the notifications in order ("free", "loading", "started", "ended") and may react.
+// Records the notifications in order ("free", "loading", "started", "ended") and may react.
 class CFakeNotify : public CFake<IRkClipOutputChannelNotify> {
  public:
   std::atomic<bool> autoSwitch = true;
@@ -250,7 +250,7 @@ class CFakeNotify : public CFake<IRkClipOutputChannelNotify> {
     ++autoSwitchAsked;
     return autoSwitch;
   }
-  // What came since the last call.
+  // The notifications since the last call.
   std::vector<std::string> Take() {
     std::lock_guard lock(m_mutex);
     return std::exchange(m_events, {});

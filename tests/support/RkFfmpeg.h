@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-// A folder of its own for the files of a test, gone with the object.
+// A temporary folder for the files of a test; the destructor removes it.
 class CTempFolder {
  public:
   CTempFolder() {
@@ -28,7 +28,7 @@ class CTempFolder {
   std::string m_path;
 };
 
-// What a shell command writes to its standard output. A command that fails fails the test.
+// The standard output of a shell command. A command that fails fails the test.
 inline std::string RkRun(const std::string& command) {
   std::string output;
   FILE* pipe = popen(command.c_str(), "r");
@@ -43,13 +43,12 @@ inline std::string RkRun(const std::string& command) {
   return output;
 }
 
-// Runs the ffmpeg program, whose output replaces files that exist; gives what it writes to `-`.
+// Runs the ffmpeg program, which overwrites existing files, and returns what it writes to `-`.
 inline std::string RkRunFfmpeg(const std::string& arguments) {
   return RkRun("ffmpeg -nostdin -v error -y " + arguments);
 }
 
-// Every picture of a file once, as raw planes, and its first sound as raw samples, as the program decodes
-// them.
+// Every picture of a file once, as raw planes, and its first sound as raw samples, both decoded by ffmpeg.
 inline std::string RkReferencePictures(const std::string& path, const std::string& options = {}) {
   return RkRunFfmpeg("-i '" + path + "' -map 0:v:0 -fps_mode passthrough " + options + " -f rawvideo -");
 }

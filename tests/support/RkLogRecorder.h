@@ -6,7 +6,7 @@
 
 #include "contracts/RkLogAPI.h"
 
-// Hears the log from its construction to the end of its scope. Any thread may log meanwhile.
+// Records the log for its scope. Any thread may log meanwhile.
 class CLogRecorder {
  public:
   struct SLine {
@@ -30,8 +30,8 @@ class CLogRecorder {
     m_lines.clear();
   }
 
-  // The messages that this thread traced under a function's name. What precedes a message must be
-  // exactly its prefix; a line that is none (a banner) is passed over.
+  // The messages that this thread traced under a function's name. Skips lines without exactly the trace
+  // prefix (banners).
   std::vector<std::wstring> Messages(const std::wstring& function) {
     const std::wstring begin = L"[" + function + L",";
     const std::wstring thread = L"][TID: " + std::to_wstring(GetCurrentThreadId()) + L"]";
