@@ -22,7 +22,8 @@ constexpr ULONGLONG RkFirstSampleOf(ULONGLONG frame, DWORD samplesPerSecond, SRk
 
 // Whole nanoseconds from the start of a stream of that rate to its unit (frame, tick, sample) `number`.
 constexpr std::chrono::nanoseconds RkTimeOf(ULONGLONG number, SRkFrameRateFraction rate) {
-  return std::chrono::nanoseconds(RkScaled(number * rate.denominator, kRkNanosecondsPerSecond, rate.numerator));
+  return std::chrono::nanoseconds(
+      RkScaled(number * rate.denominator, kRkNanosecondsPerSecond, rate.numerator));
 }
 
 // The table's fraction for a rate of the table; thousandths of a unit per second for any other.
