@@ -10,25 +10,20 @@
 
 namespace {
 
-// On a thread that has its priority for itself.
-template <class Work>
-void OnOwnThread(Work work) {
-  std::thread(work).join();
-}
-
 int Nice() {
   return getpriority(PRIO_PROCESS, GetCurrentThreadId());
 }
 
-TEST(Thread, priority_is_raised_as_far_as_allowed_and_given_back) {
-  OnOwnThread([] {
+// Each part runs on a new thread, which has its own priority.
+TEST(thread, priority_is_raised_as_far_as_allowed_and_given_back) {
+  std::thread([] {
     const int before = Nice();
     if (SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL)) {
       EXPECT_TRUE((sched_getscheduler(0) & ~SCHED_RESET_ON_FORK) == SCHED_RR || Nice() < before);
-      OnOwnThread([before] {
+      std::thread([before] {
         EXPECT_EQ(sched_getscheduler(0) & ~SCHED_RESET_ON_FORK, SCHED_OTHER);
         EXPECT_GE(Nice(), std::min(before, 0));  // below a raised one it is given back as 0
-      });
+      }).join();
     } else {
       EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
     }
@@ -39,7 +34,7 @@ TEST(Thread, priority_is_raised_as_far_as_allowed_and_given_back) {
     if (SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_NORMAL)) {
       EXPECT_EQ(Nice(), 0);
     }
-  });
+  }).join();
 }
 
 }  // namespace

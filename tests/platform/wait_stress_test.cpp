@@ -42,7 +42,7 @@ TEST(wait_stress, an_object_may_be_closed_as_soon_as_the_wait_has_returned) {
 // Threads whose waits overlap move units around four semaphores.
 class CUnitsGoRound {
  public:
-  CUnitsGoRound(int units, int moves) : m_units(units), m_moves(moves) {
+  explicit CUnitsGoRound(int units) : m_units(units) {
     for (auto& place : m_places) place = CRkHandle::Semaphore(0, units);
   }
 
@@ -50,8 +50,8 @@ class CUnitsGoRound {
   void Run(bool timedWaits) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t) {
-      const bool timed = timedWaits && t % 2 == 0;
-      threads.emplace_back(timed ? &CUnitsGoRound::MoveTimed : &CUnitsGoRound::MoveEndless, this, t);
+      const auto move = timedWaits && t % 2 == 0 ? &CUnitsGoRound::MoveTimed : &CUnitsGoRound::MoveEndless;
+      threads.emplace_back(move, this, t);
     }
     for (int i = 0; i < m_units; ++i) Put(i);
     for (auto& thread : threads) thread.join();
@@ -64,7 +64,7 @@ class CUnitsGoRound {
  private:
   void Put(int number) {
     ReleaseSemaphore(m_places[number % 4], 1, nullptr);
-    if (++m_done == m_moves) SetEvent(m_stop);
+    if (++m_done == 20000) SetEvent(m_stop);
   }
   void MoveEndless(int t) {
     const HANDLE objects[] = {m_stop, m_places[t % 4], m_places[(t + 1) % 4], m_places[(t + 3) % 4]};
@@ -82,7 +82,6 @@ class CUnitsGoRound {
   }
 
   int m_units;
-  const int m_moves;
   std::atomic<int> m_done{0};
   CRkHandle m_places[4];
   CRkHandle m_stop = CRkHandle::ManualResetEvent();
@@ -90,8 +89,8 @@ class CUnitsGoRound {
 
 // Some thread can always take a unit, so the units stop only when a wake-up was lost.
 TEST(wait_stress, overlapping_waits_lose_no_wake_and_no_unit) {
-  for (int units = 1; units < 4; ++units) CUnitsGoRound(units, 20000).Run(false);
-  CUnitsGoRound(3, 20000).Run(true);
+  for (int units = 1; units < 4; ++units) CUnitsGoRound(units).Run(false);
+  CUnitsGoRound(3).Run(true);
 }
 
 }  // namespace
