@@ -34,9 +34,24 @@ struct SRkMediaDescription {
   UINT frameCount;       // at format.video.frameRate
   BOOL hasVideo;
   BOOL hasAudio;
-  // An ERkColorMatrix: as the file states it, otherwise by the custom of its size (RkHasHdColours), which
-  // also holds for pictures coded as RGB and for files without pictures.
+  // An ERkColorMatrix: of the pictures that elements deliver in `format`. It follows from the height of the
+  // output alone (RkHasHdColours), whatever the file states.
   int colorMatrix;
+  int pictureBits;          // of one component; more than 8 are dithered to 8. 0 without pictures
+  BOOL isHighDynamicRange;  // is tone-mapped to standard dynamic range
+};
+
+// How a picture of another shape than the output's is placed in it.
+enum ERkFit : int {
+  RkFit_Bars = 0,     // whole and undistorted, between black bars
+  RkFit_Fill = 1,     // undistorted, cropped to fill the output
+  RkFit_Stretch = 2,  // whole, distorted to fill the output
+};
+
+// What a media element does beyond reading. Elements take a null pointer for the defaults, which are all 0.
+struct SRkMediaOptions {
+  DWORD size;  // sizeof(SRkMediaOptions): tells the fields that the caller knows
+  int fit;     // an ERkFit
 };
 
 // Why a file was refused, in a few words: UTF-8, ends with a zero, cut to fit.
@@ -50,6 +65,8 @@ struct SRkMediaReason {
 RK_MEDIA_API int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMediaReason* reason);
 
 // An element for the file at `frameRate` (an ERkFrameRate), which fixes its frame count: it is opened only
-// with formats of that rate. The sink may be null; the element holds a reference to it.
-RK_MEDIA_API int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* sink,
-                                          IRkClipElement** element, SRkMediaReason* reason);
+// with formats of that rate. Options and sink may be null; the element
+// holds a reference to the sink.
+RK_MEDIA_API int RkCreateMediaClipElement(const char* path, int frameRate, const SRkMediaOptions* options,
+                                          IRkMediaReadSink* sink, IRkClipElement** element,
+                                          SRkMediaReason* reason);

@@ -1,5 +1,7 @@
 #include "libraries/media/CRkMediaClipElement.h"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "base/CRkAudioLock.h"
@@ -9,11 +11,9 @@
 
 namespace {
 
-constexpr int kMaxPictureSide = 16384;
-
 bool IsSupported(const SRkVideoResolution& video) {
-  return video.width > 0 && video.width <= kMaxPictureSide && video.height > 0 &&
-         video.height <= kMaxPictureSide && video.pixelFormat >= RkPixelFormat_I420 &&
+  return video.width > 0 && video.width <= kRkMaxPictureSide && video.height > 0 &&
+         video.height <= kRkMaxPictureSide && video.pixelFormat >= RkPixelFormat_I420 &&
          video.pixelFormat <= RkPixelFormat_I444 && video.scanMode == 0 &&
          (video.colorRange == RkColorRange_Limited || video.colorRange == RkColorRange_Full);
 }
@@ -24,13 +24,22 @@ bool IsSupported(const SRkWaveFormatInfo& audio) {
          audio.samplesPerSecond <= INT32_MAX;
 }
 
+// The fields that the caller knows; the others keep their defaults.
+SRkMediaOptions KnownOptions(const SRkMediaOptions* options) {
+  SRkMediaOptions known{};
+  if (options != nullptr) std::memcpy(&known, options, std::min<size_t>(options->size, sizeof(known)));
+  known.size = sizeof(known);
+  return known;
+}
+
 }  // namespace
 
 CRkMediaClipElement::CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate,
-                                         IRkMediaReadSink* sink)
+                                         const SRkMediaOptions& options, IRkMediaReadSink* sink)
     : CRkClipElementBase(source->FrameCount(frameRate)),
       m_source(std::move(source)),
       m_frameRate(frameRate),
+      m_options(options),
       m_sink(CRkRef<IRkMediaReadSink>::Retain(sink)) {}
 
 bool CRkMediaClipElement::_Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) {
@@ -44,7 +53,7 @@ bool CRkMediaClipElement::_Open(IRkPlayBufferPool* pool, const SRkClipFormat& fo
 
 bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
   std::string reason;
-  m_scaler.emplace(m_format.video, pool);
+  m_scaler.emplace(m_format.video, m_options.fit, pool);
   m_lastVideo = m_scaler->Black();
   if (!m_lastVideo) return false;
   if (m_source->hasVideo) {
@@ -131,8 +140,8 @@ ULONGLONG CRkMediaClipElement::_SamplesBefore(UINT frame) const {
                                             static_cast<ERkFrameRate>(m_frameRate), 0, frame);
 }
 
-int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* sink,
-                             IRkClipElement** element, SRkMediaReason* reason) {
+int RkCreateMediaClipElement(const char* path, int frameRate, const SRkMediaOptions* options,
+                             IRkMediaReadSink* sink, IRkClipElement** element, SRkMediaReason* reason) {
   std::string why;
   CRkRef<CRkMediaClipElement> created;
   const bool within = RkWithinMemory([&] {
@@ -144,7 +153,8 @@ int RkCreateMediaClipElement(const char* path, int frameRate, IRkMediaReadSink* 
       why = "it is empty";
       return;
     }
-    created = CRkRef<CRkMediaClipElement>::Adopt(new CRkMediaClipElement(std::move(source), frameRate, sink));
+    created = CRkRef<CRkMediaClipElement>::Adopt(
+        new CRkMediaClipElement(std::move(source), frameRate, KnownOptions(options), sink));
   });
   if (!within) why = "out of memory";  // needs none
   if (!created) RkSetReason(why, reason);

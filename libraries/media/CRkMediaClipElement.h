@@ -17,7 +17,8 @@
 // replaced and reported, so the announced count is always delivered.
 class CRkMediaClipElement final : public CRkClipElementBase {
  public:
-  CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate, IRkMediaReadSink* sink);
+  CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate,
+                      const SRkMediaOptions& options, IRkMediaReadSink* sink);
 
  private:
   bool _Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) override;
@@ -31,6 +32,7 @@ class CRkMediaClipElement final : public CRkClipElementBase {
 
   const std::shared_ptr<const SRkMediaSource> m_source;
   const int m_frameRate;
+  const SRkMediaOptions m_options;
   const CRkRef<IRkMediaReadSink> m_sink;
 
   // While open.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "libraries/media/RkPictureKind.h"
+
 namespace {
 
 // Decoding so many pictures on is no dearer than a seek.
@@ -100,6 +102,7 @@ bool CRkPictureReader::_DecodeAhead() {
       number = m_timeline->PictureOf(timestamp);
     }
     if (number < 0 || number < m_firstWhole || number <= m_shownNumber) continue;
+    RkCompletePicture(m_decoder.Source().Format(), m_decoder.Stream(), m_ahead.get());
     m_aheadNumber = number;
     return true;
   }

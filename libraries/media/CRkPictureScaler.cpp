@@ -1,54 +1,16 @@
 #include "libraries/media/CRkPictureScaler.h"
 
+#include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include "base/CRkHeapPlayBuffer.h"
 
 extern "C" {
 #include <libavutil/imgutils.h>
-#include <libavutil/opt.h>
-#include <libavutil/pixdesc.h>
 }
 
-namespace {
-
-// The formats whose full range is part of their name.
-AVPixelFormat WithoutRange(int pixelFormat) {
-  switch (pixelFormat) {
-    case AV_PIX_FMT_YUVJ420P:
-      return AV_PIX_FMT_YUV420P;
-    case AV_PIX_FMT_YUVJ422P:
-      return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ444P:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return static_cast<AVPixelFormat>(pixelFormat);
-  }
-}
-
-bool IsRgb(int pixelFormat) {
-  const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(pixelFormat));
-  return descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_RGB) != 0;
-}
-
-// Pictures that do not say it follow the custom of their size.
-int MatrixOf(AVColorSpace stated, int height) {
-  if (stated == AVCOL_SPC_UNSPECIFIED || stated == AVCOL_SPC_RGB) {
-    return RkHasHdColours(height) ? SWS_CS_ITU709 : SWS_CS_ITU601;
-  }
-  return static_cast<int>(stated);
-}
-
-}  // namespace
-
-bool RkIsFullRange(const AVFrame& picture) {
-  return picture.color_range == AVCOL_RANGE_JPEG || WithoutRange(picture.format) != picture.format ||
-         IsRgb(picture.format);
-}
-
-CRkPictureScaler::CRkPictureScaler(const SRkVideoResolution& format, IRkPlayBufferPool* pool)
-    : m_format(format), m_pool(CRkRef<IRkPlayBufferPool>::Retain(pool)) {}
+CRkPictureScaler::CRkPictureScaler(const SRkVideoResolution& format, int fit, IRkPlayBufferPool* pool)
+    : m_format(format), m_fit(fit), m_pool(CRkRef<IRkPlayBufferPool>::Retain(pool)) {}
 
 CRkRef<IRkVideoSample> CRkPictureScaler::_TakeVideoSample(Planes* planes) {
   CRkRef<IRkVideoSample> video;
@@ -77,76 +39,65 @@ CRkRef<IRkVideoSample> CRkPictureScaler::Share(IRkVideoSample& video) {
 CRkRef<IRkVideoSample> CRkPictureScaler::Black() {
   Planes planes;
   CRkRef<IRkVideoSample> video = _TakeVideoSample(&planes);
-  if (!video) return {};
+  if (video) _Blacken(planes);
+  return video;
+}
+
+void CRkPictureScaler::_Blacken(const Planes& planes) const {
   const int luma = m_format.colorRange == RkColorRange_Full ? 0 : 16;
   for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
     std::memset(planes[plane], plane == 0 ? luma : 128, RkPlaneLayout(m_format, plane).Bytes());
   }
-  return video;
 }
 
 CRkRef<IRkVideoSample> CRkPictureScaler::Scale(const AVFrame& picture) {
   Planes planes;
+  if (!_Prepare(picture)) return {};
+  const bool converts = m_conversion.IsBuilt();
+  if (converts && !_Convert(picture)) return {};
   CRkRef<IRkVideoSample> video = _TakeVideoSample(&planes);
   if (!video) return {};
-  if (_HasFormat(picture)) {
-    _Copy(picture, planes);
-  } else if (!_Convert(picture, planes)) {
-    return {};
-  }
+  if (m_place.width < m_format.width || m_place.height < m_format.height) _Blacken(planes);
+  _Place(converts ? *m_converted : picture, m_place, planes);
+  av_frame_unref(m_converted.get());
   return video;
 }
 
-bool CRkPictureScaler::_HasFormat(const AVFrame& picture) const {
-  return picture.width == m_format.width && picture.height == m_format.height &&
-         WithoutRange(picture.format) == RkAvPixelFormat(m_format.pixelFormat) &&
-         RkIsFullRange(picture) == (m_format.colorRange == RkColorRange_Full);
+// Builds the conversion for the picture where the one at hand is for others.
+bool CRkPictureScaler::_Prepare(const AVFrame& picture) {
+  const SRkPictureKind kind = RkKindOf(picture);
+  if (kind == m_kind) return true;
+  m_kind = {};
+  m_conversion.Reset();
+  m_place = RkPlacePicture(kind, m_format, m_fit);
+  const bool asItIs = RkHasFormat(kind, m_format) && m_place.IsAllOf(m_format);
+  if (!asItIs && !m_conversion.Build(RkConversionChain(kind, m_format, m_place), picture)) return false;
+  m_kind = kind;
+  return true;
 }
 
-void CRkPictureScaler::_Copy(const AVFrame& picture, const Planes& planes) const {
+bool CRkPictureScaler::_Convert(const AVFrame& picture) {
+  if (m_conversion.Put(&picture) && m_conversion.Take(m_converted.get())) return true;
+  m_kind = {};
+  m_conversion.Reset();
+  return false;
+}
+
+// Copies the part of the picture that lies in the output to its place there.
+void CRkPictureScaler::_Place(const AVFrame& picture, const SRkPicturePlace& place,
+                              const Planes& planes) const {
   for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
     const SRkPlaneLayout layout = RkPlaneLayout(m_format, plane);
-    av_image_copy_plane(planes[plane], layout.stride, picture.data[plane], picture.linesize[plane],
-                        layout.width, layout.height);
+    const SRkPlaneLayout part =
+        RkPlaneLayout({place.width, place.height, m_format.pixelFormat, 0, 0, 0, 0, 0, 0}, plane);
+    const int x = plane != 0 && m_format.pixelFormat != RkPixelFormat_I444 ? place.x / 2 : place.x;
+    const int y = plane != 0 && m_format.pixelFormat == RkPixelFormat_I420 ? place.y / 2 : place.y;
+    const int left = std::max(x, 0);
+    const int top = std::max(y, 0);
+    const int stride = picture.linesize[plane];
+    av_image_copy_plane(planes[plane] + static_cast<ptrdiff_t>(top) * layout.stride + left, layout.stride,
+                        picture.data[plane] + static_cast<ptrdiff_t>(top - y) * stride + (left - x), stride,
+                        std::min(x + part.width, layout.width) - left,
+                        std::min(y + part.height, layout.height) - top);
   }
-}
-
-bool CRkPictureScaler::_Convert(const AVFrame& picture, const Planes& planes) {
-  if (!_PrepareConversion(picture)) return false;
-  std::array<int, 4> strides{};
-  for (UINT plane = 0; plane < kRkPlaneCount; ++plane) strides[plane] = RkPlaneLayout(m_format, plane).stride;
-  return sws_scale(m_scaler.get(), picture.data, picture.linesize, 0, picture.height, planes.data(),
-                   strides.data()) == m_format.height;
-}
-
-bool CRkPictureScaler::_PrepareConversion(const AVFrame& picture) {
-  const SRkPictureKind kind{picture.width, picture.height, picture.format, RkIsFullRange(picture),
-                            picture.colorspace};
-  if (m_scaler != nullptr && m_source == kind) return true;
-  // The ranges must be known before the set-up, which chooses a plain copy between equal ones.
-  m_source = {};
-  m_scaler.reset(sws_alloc_context());
-  if (m_scaler == nullptr) return false;
-  const bool toFullRange = m_format.colorRange == RkColorRange_Full;
-  const std::pair<const char*, int64_t> options[] = {
-      {"srcw", kind.width},
-      {"srch", kind.height},
-      {"src_format", WithoutRange(kind.pixelFormat)},
-      {"src_range", kind.fullRange},
-      {"dstw", m_format.width},
-      {"dsth", m_format.height},
-      {"dst_format", RkAvPixelFormat(m_format.pixelFormat)},
-      {"dst_range", toFullRange},
-      {"sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND},
-  };
-  for (const auto& [name, value] : options) {
-    if (av_opt_set_int(m_scaler.get(), name, value, 0) < 0) return false;
-  }
-  if (sws_init_context(m_scaler.get(), nullptr, nullptr) < 0) return false;
-  m_source = kind;
-  const int toMatrix = IsRgb(kind.pixelFormat) ? MatrixOf(AVCOL_SPC_UNSPECIFIED, m_format.height)
-                                               : MatrixOf(kind.matrix, kind.height);
-  sws_setColorspaceDetails(m_scaler.get(), sws_getCoefficients(MatrixOf(kind.matrix, kind.height)),
-                           kind.fullRange, sws_getCoefficients(toMatrix), toFullRange, 0, 1 << 16, 1 << 16);
-  return true;
 }

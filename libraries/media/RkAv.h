@@ -5,6 +5,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
 #include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libswresample/swresample.h>
@@ -21,6 +22,7 @@ struct SRkAvDelete {
   void operator()(AVFrame* frame) const { av_frame_free(&frame); }
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
   void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+  void operator()(AVFilterGraph* graph) const { avfilter_graph_free(&graph); }
   void operator()(SwrContext* resampler) const { swr_free(&resampler); }
 };
 
@@ -28,7 +30,14 @@ template <class T>
 using CRkAv = std::unique_ptr<T, SRkAvDelete>;
 
 // A few words on a library's failure code.
-std::string RkAvErrorText(int code);
+inline std::string RkAvErrorText(int code) {
+  char text[AV_ERROR_MAX_STRING_SIZE] = {};
+  av_strerror(code, text, sizeof(text));
+  return text;
+}
+
+// The longest side of a picture that is read or delivered, in pixels.
+inline constexpr int kRkMaxPictureSide = 16384;
 
 inline AVPixelFormat RkAvPixelFormat(int pixelFormat) {
   switch (pixelFormat) {

@@ -3,7 +3,6 @@
 
 #include "base/RkWithinMemory.h"
 #include "contracts/RkMediaElement.h"
-#include "contracts/RkPictureLayout.h"
 #include "libraries/media/SRkMediaSource.h"
 
 extern "C" {
@@ -37,36 +36,16 @@ WORD NearestBits(const SRkMediaLook& look) {
   }
 }
 
-ERkColorMatrix DescribeMatrix(AVColorSpace stated, int height) {
-  switch (stated) {
-    case AVCOL_SPC_BT470BG:
-    case AVCOL_SPC_SMPTE170M:
-      return RkColorMatrix_BT601;
-    case AVCOL_SPC_BT709:
-      return RkColorMatrix_BT709;
-    case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
-      return RkColorMatrix_BT2020;
-    case AVCOL_SPC_SMPTE240M:
-      return RkColorMatrix_SMPTE240M;
-    case AVCOL_SPC_FCC:
-      return RkColorMatrix_FCC;
-    default:
-      return RkHasHdColours(height) ? RkColorMatrix_BT709 : RkColorMatrix_BT601;
-  }
-}
-
 SRkVideoResolution DescribePictures(const SRkMediaLook& look) {
   SRkVideoResolution video{};
-  video.width = look.width;
-  video.height = look.height;
-  video.pixelFormat = NearestPixelFormat(look.pixelFormat);
+  const SRkPictureKind& kind = look.picture;
+  video.width = kind.ShownWidth();
+  video.height = kind.ShownHeight();
+  video.pixelFormat = NearestPixelFormat(kind.pixelFormat);
   video.frameRate = NearestFrameRate(look.frameRate);
-  if (look.pixelAspect.num > 0) {
-    video.aspectNumerator = look.pixelAspect.num;
-    video.aspectDenominator = look.pixelAspect.den;
-  }
-  video.colorRange = look.fullRange ? RkColorRange_Full : RkColorRange_Limited;
+  video.aspectNumerator = kind.exchangeAxes ? kind.aspectHeight : kind.aspectWidth;
+  video.aspectDenominator = kind.exchangeAxes ? kind.aspectWidth : kind.aspectHeight;
+  video.colorRange = kind.fullRange ? RkColorRange_Full : RkColorRange_Limited;
   return video;
 }
 
@@ -102,7 +81,9 @@ int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMedia
     description->format.audio =
         RkMakeWaveFormat(look.channels, static_cast<DWORD>(look.sampleRate), NearestBits(look));
   }
-  description->colorMatrix = DescribeMatrix(look.matrix, description->format.video.height);
+  description->colorMatrix = RkCustomMatrix(description->format.video.height);
+  description->pictureBits = RkBitDepth(look.picture.pixelFormat);
+  description->isHighDynamicRange = look.picture.light == ERkLight::Pq || look.picture.light == ERkLight::Hlg;
   description->frameCount = source.FrameCount(description->format.video.frameRate);
   description->hasVideo = source.hasVideo;
   description->hasAudio = source.hasAudio;

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "libraries/media/CRkPictureScaler.h"
 #include "libraries/media/CRkStreamDecoder.h"
 #include "libraries/media/RkPictureScan.h"
 #include "libraries/media/SRkMediaSource.h"
@@ -24,6 +23,9 @@ bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reas
     reason = "none of its pictures can be decoded";
     return false;
   }
+  RkCompletePicture(decoder.Source().Format(), decoder.Stream(), frame.get());
+  reason = RkWhyNotConvertible(*frame);
+  if (!reason.empty()) return false;
   if (!RkScanPictures(source->path, frame->best_effort_timestamp, &source->pictures, reason)) return false;
   source->originTimeBase = source->pictures.TimeBase();
   source->origin = source->pictures.Origin();
@@ -33,12 +35,7 @@ bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reas
   if (look->frameRate.num == 0) {
     look->frameRate = av_guess_frame_rate(decoder.Source().Format(), stream, frame.get());
   }
-  look->pixelAspect = av_guess_sample_aspect_ratio(decoder.Source().Format(), stream, frame.get());
-  look->width = frame->width;
-  look->height = frame->height;
-  look->pixelFormat = static_cast<AVPixelFormat>(frame->format);
-  look->fullRange = RkIsFullRange(*frame);
-  look->matrix = frame->colorspace;
+  look->picture = RkKindOf(*frame);
   return true;
 }
 

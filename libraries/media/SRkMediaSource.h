@@ -4,6 +4,7 @@
 
 #include "contracts/RkMediaElement.h"
 #include "libraries/media/CRkPictureTimeline.h"
+#include "libraries/media/RkPictureKind.h"
 
 // What is known of a media file before it is played. Shared and unchanged once it has been found out.
 struct SRkMediaSource {
@@ -25,12 +26,7 @@ struct SRkMediaSource {
 // What the media itself looks like; the parts of streams that are missing are 0.
 struct SRkMediaLook {
   AVRational frameRate{0, 1};
-  AVRational pixelAspect{0, 1};
-  int width = 0;
-  int height = 0;
-  AVPixelFormat pixelFormat = AV_PIX_FMT_NONE;
-  bool fullRange = false;
-  AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
+  SRkPictureKind picture;
   int channels = 0;
   int sampleRate = 0;
   AVSampleFormat sampleFormat = AV_SAMPLE_FMT_NONE;

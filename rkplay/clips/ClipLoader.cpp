@@ -108,8 +108,8 @@ class ListBuilder {
     }
     SRkMediaReason reason{};
     errors = CRkRef<ReadErrors>::Adopt(new ReadErrors);
-    if (!RkCreateMediaClipElement(source.path.c_str(), m_format.video.frameRate, errors.Get(), element.Out(),
-                                  &reason)) {
+    if (!RkCreateMediaClipElement(source.path.c_str(), m_format.video.frameRate, nullptr, errors.Get(),
+                                  element.Out(), &reason)) {
       source.Refuse(reason.text);
     }
     return element;

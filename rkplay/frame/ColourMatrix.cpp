@@ -4,17 +4,8 @@
 #include "libraries/media/RkAv.h"
 #include "rkplay/cli/UsageError.h"
 
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
-
 namespace rkplay {
 namespace {
-
-bool IsRgb(int pixelFormat) {
-  const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(pixelFormat));
-  return descriptor != nullptr && (descriptor->flags & AV_PIX_FMT_FLAG_RGB) != 0;
-}
 
 int CustomOf(int height) {
   return RkHasHdColours(height) ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
@@ -38,12 +29,7 @@ int ColourMatrixOf(const Programme& programme) {
   if (result >= 0) result = avformat_find_stream_info(format.get(), nullptr);
   const AVStream* pictures = result >= 0 ? PicturesOf(*format) : nullptr;
   if (pictures == nullptr) throw UsageError(path + ": has no pictures");
-  const AVCodecParameters& coding = *pictures->codecpar;
-  // Pictures without a matrix of their own have been given that of the size they are wanted in.
-  if (IsRgb(coding.format)) return CustomOf(programme.format.video.height);
-  return coding.color_space == AVCOL_SPC_UNSPECIFIED || coding.color_space == AVCOL_SPC_RGB
-             ? CustomOf(coding.height)
-             : coding.color_space;
+  return CustomOf(programme.format.video.height);
 }
 
 }  // namespace rkplay

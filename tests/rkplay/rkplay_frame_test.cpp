@@ -46,14 +46,6 @@ TEST_F(RkplayFrame, frames_are_those_that_ffmpeg_gives_in_whatever_order_they_ar
   }
 }
 
-TEST_F(RkplayFrame, colours_are_read_as_the_file_states_them) {
-  MakeClip("a.mov", "25", "0.4", kLongGop + "-colorspace bt709");
-  EXPECT_EQ(Frame({"a.mov", "7", "--png", "still.png"}).status, 0);
-  const std::string stated = Reference("a.mov", "bt709");
-  EXPECT_TRUE(stated != Reference("a.mov", "bt601"));
-  ExpectPicture("still.png", stated, 7);
-}
-
 TEST_F(RkplayFrame, a_picture_has_the_size_asked_for_and_replaces_what_a_link_points_to) {
   WriteFile("old.png", "old");
   std::filesystem::create_symlink("old.png", Path("link.png"));

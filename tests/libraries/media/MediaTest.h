@@ -64,7 +64,7 @@ class CMediaTest : public testing::Test {
   CRkRef<IRkClipElement> Create(const std::string& path, int frameRate) {
     CRkRef<IRkClipElement> element;
     SRkMediaReason reason{};
-    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), frameRate, &sink, element.Out(), &reason), 1)
+    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), frameRate, &options, &sink, element.Out(), &reason), 1)
         << reason.text;
     return element;
   }
@@ -139,6 +139,7 @@ class CMediaTest : public testing::Test {
   CTempFolder folder;
   CReadSink sink;
   SRkClipFormat format{};
+  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars};
 
  private:
   SFrame Unpack(const CRkRef<IRkAVPlaySample>& sample) {

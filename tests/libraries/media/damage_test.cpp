@@ -22,7 +22,8 @@ class CDamageTest : public CMediaTest {
     SRkMediaReason described{};
     SRkMediaReason reason{};
     EXPECT_EQ(RkDescribeMedia(path.c_str(), &description, &described), 0);
-    EXPECT_EQ(RkCreateMediaClipElement(path.c_str(), RkFrameRate_25, nullptr, element.Out(), &reason), 0);
+    EXPECT_EQ(
+        RkCreateMediaClipElement(path.c_str(), RkFrameRate_25, nullptr, nullptr, element.Out(), &reason), 0);
     EXPECT_STREQ(described.text, reason.text);
     return reason.text;
   }

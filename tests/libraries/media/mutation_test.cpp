@@ -36,7 +36,8 @@ class CMutationTest : public CMediaTest {
     }
     const int rate = description.format.video.frameRate;
     CRkRef<IRkClipElement> element;
-    ASSERT_EQ(RkCreateMediaClipElement(path.c_str(), rate, &sink, element.Out(), &reason), 1) << reason.text;
+    ASSERT_EQ(RkCreateMediaClipElement(path.c_str(), rate, nullptr, &sink, element.Out(), &reason), 1)
+        << reason.text;
     format.video = {64, 48, RkPixelFormat_I420, 0, rate, 1, 1, 0, 0};
     format.audio = RkMakeWaveFormat(2, 48000, 16);
     if (!element->Open(nullptr, 0, &format)) return;

@@ -120,6 +120,7 @@ TEST_F(CPictureTest, size_sampling_and_range_are_converted_as_the_program_does) 
   as.video.width = 98;
   as.video.height = 66;
   as.video.pixelFormat = RkPixelFormat_I422;
+  options.fit = RkFit_Stretch;
   const auto element = OpenAs(path, as);
   ExpectAllPictures(element, RkReferencePictures(path,
                                                  "-vf scale=98:66:flags=bicubic+accurate_rnd "
