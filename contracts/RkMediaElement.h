@@ -39,6 +39,15 @@ struct SRkMediaDescription {
   int colorMatrix;
   int pictureBits;          // of one component; more than 8 are dithered to 8. 0 without pictures
   BOOL isHighDynamicRange;  // is tone-mapped to standard dynamic range
+  BOOL isInterlaced;        // as its first picture is marked
+};
+
+// Whether pictures that hold two fields are made whole: by a deinterlacing filter, one picture for each of
+// them, or one for each field where the output has twice their rate.
+enum ERkDeinterlace : int {
+  RkDeinterlace_Auto = 0,  // pictures that are marked as interlaced
+  RkDeinterlace_Off = 1,
+  RkDeinterlace_On = 2,  // all pictures
 };
 
 // How a picture of another shape than the output's is placed in it.
@@ -50,8 +59,9 @@ enum ERkFit : int {
 
 // What a media element does beyond reading. Elements take a null pointer for the defaults, which are all 0.
 struct SRkMediaOptions {
-  DWORD size;  // sizeof(SRkMediaOptions): tells the fields that the caller knows
-  int fit;     // an ERkFit
+  DWORD size;       // sizeof(SRkMediaOptions): tells the fields that the caller knows
+  int fit;          // an ERkFit
+  int deinterlace;  // an ERkDeinterlace
 };
 
 // Why a file was refused, in a few words: UTF-8, ends with a zero, cut to fit.

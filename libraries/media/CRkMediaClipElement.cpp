@@ -57,7 +57,7 @@ bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
   m_lastVideo = m_scaler->Black();
   if (!m_lastVideo) return false;
   if (m_source->hasVideo) {
-    m_pictures.emplace();
+    m_pictures.emplace(m_options.deinterlace, _IsPerField(), m_source->isInterlaced);
     if (!m_pictures->Open(m_source->path, &m_source->pictures, reason)) return false;
   }
   if (!m_source->hasAudio || m_format.audio.channels <= 0) return true;
@@ -102,7 +102,8 @@ BOOL CRkMediaClipElement::_Read(const SRkPresentedFrame& frame, UINT position, I
 CRkRef<IRkVideoSample> CRkMediaClipElement::_ReadPicture(UINT sourceFrame, std::string* damage) {
   if (!m_pictures) return CRkPictureScaler::Share(*m_lastVideo.Get());
   const int64_t number = m_source->pictures.PictureAt(sourceFrame, RkAvFrameRate(m_frameRate));
-  const CRkPictureReader::SRkPicture picture = m_pictures->Read(number);
+  const CRkPictureReader::SRkPicture picture =
+      m_pictures->Read(number, _IsPerField() && sourceFrame % 2 != 0);
   if (picture.damage != nullptr) *damage = picture.damage;
   if (picture.frame != nullptr && picture.number != m_lastNumber) {
     CRkRef<IRkVideoSample> video = m_scaler->Scale(*picture.frame);
@@ -114,6 +115,12 @@ CRkRef<IRkVideoSample> CRkMediaClipElement::_ReadPicture(UINT sourceFrame, std::
     }
   }
   return CRkPictureScaler::Share(*m_lastVideo.Get());
+}
+
+// At twice the pictures' rate, every frame shows a field of its own.
+bool CRkMediaClipElement::_IsPerField() const {
+  const AVRational doubled = av_mul_q(m_source->pictures.Rate(), {2, 1});
+  return doubled.num > 0 && av_cmp_q(doubled, RkAvFrameRate(m_frameRate)) == 0;
 }
 
 // The frame's share of the sound. Counted by the timeline, no sample is lost or doubled from one frame,

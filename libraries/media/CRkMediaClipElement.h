@@ -7,8 +7,8 @@
 #include "base/CRkClipElementBase.h"
 #include "base/CRkRef.h"
 #include "contracts/RkMediaElement.h"
-#include "libraries/media/CRkPictureReader.h"
 #include "libraries/media/CRkPictureScaler.h"
+#include "libraries/media/CRkProgressiveReader.h"
 #include "libraries/media/CRkSoundReader.h"
 #include "libraries/media/SRkMediaSource.h"
 
@@ -28,6 +28,7 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   BOOL _Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample);
   CRkRef<IRkVideoSample> _ReadPicture(UINT sourceFrame, std::string* damage);
   CRkRef<IRkAudioSample> _ReadSound(const SRkPresentedFrame& frame, UINT position);
+  bool _IsPerField() const;
   ULONGLONG _SamplesBefore(UINT frame) const;
 
   const std::shared_ptr<const SRkMediaSource> m_source;
@@ -38,8 +39,8 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   // While open.
   SRkClipFormat m_format{};
   std::optional<CRkPictureScaler> m_scaler;
-  std::optional<CRkPictureReader> m_pictures;  // none without pictures in the file
-  std::optional<CRkSoundReader> m_sound;       // none without sound in the file or in the format
+  std::optional<CRkProgressiveReader> m_pictures;  // none without pictures in the file
+  std::optional<CRkSoundReader> m_sound;           // none without sound in the file or in the format
   // The picture read last, black before the first: it is shared by all the frames that show it.
   CRkRef<IRkVideoSample> m_lastVideo;
   int64_t m_lastNumber = -1;

@@ -83,6 +83,7 @@ int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMedia
   }
   description->colorMatrix = RkCustomMatrix(description->format.video.height);
   description->pictureBits = RkBitDepth(look.picture.pixelFormat);
+  description->isInterlaced = source.isInterlaced;
   description->isHighDynamicRange = look.picture.light == ERkLight::Pq || look.picture.light == ERkLight::Hlg;
   description->frameCount = source.FrameCount(description->format.video.frameRate);
   description->hasVideo = source.hasVideo;

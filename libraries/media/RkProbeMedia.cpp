@@ -29,6 +29,7 @@ bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reas
   if (!RkScanPictures(source->path, frame->best_effort_timestamp, &source->pictures, reason)) return false;
   source->originTimeBase = source->pictures.TimeBase();
   source->origin = source->pictures.Origin();
+  source->isInterlaced = frame->interlaced_frame != 0;
   if (look == nullptr) return true;
   AVStream* stream = decoder.Stream();
   look->frameRate = source->pictures.Rate();

@@ -12,6 +12,7 @@ struct SRkMediaSource {
   bool hasVideo = false;
   bool hasAudio = false;
   CRkPictureTimeline pictures;  // of files with pictures
+  bool isInterlaced = false;    // as the first picture is marked
   // Time 0 of the element: the first picture, or the first sound of a file without pictures.
   AVRational originTimeBase{0, 1};
   int64_t origin = 0;

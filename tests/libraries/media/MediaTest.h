@@ -139,7 +139,7 @@ class CMediaTest : public testing::Test {
   CTempFolder folder;
   CReadSink sink;
   SRkClipFormat format{};
-  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars};
+  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars, RkDeinterlace_Auto};
 
  private:
   SFrame Unpack(const CRkRef<IRkAVPlaySample>& sample) {
