@@ -83,7 +83,7 @@ class CRkClipPresentation {
   }
 
   std::vector<SRow> _RowsOf(IRkClipTrimInfo* info) const {
-    std::vector<IRkClipTrimInfo::SRkTrimInOut> ranges;
+    IRkClipTrimInfo::Ranges ranges;
     if (info != nullptr) info->GetTrimInOuts(ranges);
     if (ranges.empty()) return _Whole();
     std::vector<SRow> rows;

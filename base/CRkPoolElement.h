@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/CRkObject.h"
 #include "contracts/RkKernel.h"
 
 // The reference count of objects that an owner lends out and takes back. Any thread may enter.
@@ -8,7 +9,7 @@
 // object back, on its own thread. The owner pointer is borrowed: the caller of SetOwner keeps the owner alive
 // while an object is lent out, and calls it only while nobody else holds the object.
 template <class Interface>
-class CRkLentObject : public Interface {
+class CRkLentObject : public CRkObject<Interface> {
  public:
   CRkLentObject(const CRkLentObject&) = delete;
   CRkLentObject& operator=(const CRkLentObject&) = delete;

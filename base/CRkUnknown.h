@@ -1,10 +1,10 @@
 #pragma once
 
-#include "contracts/IRkUnknown.h"
+#include "base/CRkObject.h"
 
 // The shared reference count of every object that is not pooled. Any thread may enter.
 template <class Interface>
-class CRkUnknown : public Interface {
+class CRkUnknown : public CRkObject<Interface> {
  public:
   CRkUnknown(const CRkUnknown&) = delete;
   CRkUnknown& operator=(const CRkUnknown&) = delete;

@@ -27,6 +27,7 @@ endif()
 # The headers keep their folders, so a host includes "module/RkClipPlay.h" from both trees.
 set(public_headers
   base/CRkAudioLock.h
+  base/CRkObject.h
   base/CRkRef.h
   base/CRkUnknown.h
   contracts/CRkAudioLock.h
@@ -36,6 +37,7 @@ set(public_headers
   contracts/RkAVUtils.h
   contracts/RkClipCore.h
   contracts/RkHost.h
+  contracts/RkHostVector.h
   contracts/RkKernel.h
   contracts/RkLogAPI.h
   contracts/RkMediaRecords.h

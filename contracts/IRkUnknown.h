@@ -12,7 +12,13 @@
 // while the object lives, 0 from the Release that destroyed it (synchronously, on the calling thread).
 class IRkUnknown {
  public:
+#ifdef __MINGW32__
+  // Hosts' tables have one slot for the destructor; this compiler would take two. Destroys the object, frees
+  // its memory when bit 0 of `flags` is set, and returns the pointer. Implementations derive from CRkObject.
+  virtual void* DeletingDestructor(UINT flags) = 0;
+#else
   virtual ~IRkUnknown() {}
+#endif
   virtual UINT AddRef() = 0;
   virtual UINT Release() = 0;
 };

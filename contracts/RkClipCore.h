@@ -1,8 +1,7 @@
 #pragma once
 
-#include <vector>
-
 #include "contracts/IRkUnknown.h"
+#include "contracts/RkHostVector.h"
 #include "contracts/RkMediaRecords.h"
 
 #if defined(RkClipCore_EXPORTS)
@@ -26,10 +25,12 @@ class IRkClipTrimInfo : public IRkUnknown {
     ULONGLONG out;
   };
 
+  using Ranges = RkHostVector<SRkTrimInOut>;
+
   virtual IRkClipTrimInfo* Clone() = 0;  // one reference for the caller
   virtual void CopyFrom(IRkClipTrimInfo* source) = 0;
   // Appends all ranges, ascending, to the caller's empty array.
-  virtual void GetTrimInOuts(std::vector<IRkClipTrimInfo::SRkTrimInOut>& ranges) = 0;
+  virtual void GetTrimInOuts(Ranges& ranges) = 0;
 };
 
 static_assert(sizeof(IRkClipTrimInfo::SRkTrimInOut) == 16);
@@ -37,8 +38,7 @@ static_assert(offsetof(IRkClipTrimInfo::SRkTrimInOut, in) == 0);
 static_assert(offsetof(IRkClipTrimInfo::SRkTrimInOut, out) == 8);
 
 // `ranges` may be empty (nothing is trimmed). 0 unless they ascend without overlap, each in <= out.
-RK_CLIP_CORE_API int RkCreateClipTrimInfo(const std::vector<IRkClipTrimInfo::SRkTrimInOut>& ranges,
-                                          IRkClipTrimInfo** info);
+RK_CLIP_CORE_API int RkCreateClipTrimInfo(const IRkClipTrimInfo::Ranges& ranges, IRkClipTrimInfo** info);
 
 // One clip. One thread at a time opens, reads and closes it; GetFrameCount, GetLastPosition, the mode,
 // the trim information and the timeline start may be used by any thread meanwhile.

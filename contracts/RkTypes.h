@@ -5,7 +5,8 @@
 // Mark the functions that a shared library of the family exports, and their import by its users.
 #ifdef _WIN32
 #define RK_EXPORT __declspec(dllexport)
-#define RK_IMPORT __declspec(dllimport)
+// Functions need no dllimport, and without it a program may put its own in their place.
+#define RK_IMPORT
 #else
 #define RK_EXPORT __attribute__((visibility("default")))
 #define RK_IMPORT __attribute__((visibility("default")))

@@ -60,8 +60,14 @@ class IRkClipOutputChannel : public IRkUnknown {
   // Cues a list, or one element, in place of what was cued, and starts reading it at startPosition; waits
   // up to 1000 ms for the pre-roll. The elements must not be in use elsewhere. FALSE for nothing to load
   // (a cued clip stays) or a start past the end (the Waiting channel is then empty).
+#ifdef _MSC_VER
+  // This compiler lays adjacent overloads in reverse; the list's comes first in the table.
+  virtual BOOL InsertClipElement(IRkClipElement* element, int repeatCount, UINT startPosition) = 0;
+  virtual BOOL InsertClipElement(IRkClipElementList* list, int repeatCount, UINT startPosition) = 0;
+#else
   virtual BOOL InsertClipElement(IRkClipElementList* list, int repeatCount, UINT startPosition) = 0;
   virtual BOOL InsertClipElement(IRkClipElement* element, int repeatCount, UINT startPosition) = 0;
+#endif
   virtual BOOL DeleteClip() = 0;  // stops and empties the Waiting channel; TRUE
 
   // Asks for a switch and waits up to 5000 ms until SwitchChannel has handled it; TRUE with the Playing

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <vector>
 
 #include "contracts/RkClipCore.h"
 
@@ -11,7 +10,7 @@
 // the range. Without ranges both timelines are the same.
 class CRkTrimWalk {
  public:
-  using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
+  using Ranges = IRkClipTrimInfo::Ranges;
 
   CRkTrimWalk() = default;
   // The ranges ascend without overlap, and none is empty.

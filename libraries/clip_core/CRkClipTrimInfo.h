@@ -1,7 +1,5 @@
 #pragma once
 
-#include <vector>
-
 #include "base/CRkCriticalSection.h"
 #include "base/CRkUnknown.h"
 #include "contracts/RkClipCore.h"
@@ -10,8 +8,6 @@
 // it takes the lock, so that two objects may copy from each other simultaneously.
 class CRkClipTrimInfo final : public CRkUnknown<IRkClipTrimInfo> {
  public:
-  using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
-
   // Whether the ranges ascend without overlap, each with in <= out.
   static bool AreValid(const Ranges& ranges);
 

@@ -18,7 +18,7 @@ struct AlignedDelete {
 }  // namespace
 
 // Lent out with one reference; the last Release brings it back.
-class PlayBufferPool::Buffer final : public IRkPlayBuffer {
+class PlayBufferPool::Buffer final : public CRkObject<IRkPlayBuffer> {
  public:
   explicit Buffer(UINT capacity)
       : m_data(static_cast<BYTE*>(::operator new(capacity, kAlignment, std::nothrow))),

@@ -118,7 +118,7 @@ Preview::~Preview() = default;
 
 void Preview::_SetRanges() {
   if (m_options.ranges.empty()) return;
-  std::vector<IRkClipTrimInfo::SRkTrimInOut> ranges;
+  IRkClipTrimInfo::Ranges ranges;
   for (const FrameRange& range : m_options.ranges) ranges.push_back({range.in, range.out});
   CRkRef<IRkClipTrimInfo> info;
   if (!RkCreateClipTrimInfo(ranges, info.Out()) || !m_player->SetTrimInfo(info.Get())) {

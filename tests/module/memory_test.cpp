@@ -13,7 +13,7 @@ CRkRef<Interface> Made(Create create) {
   return made;
 }
 
-using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
+using Ranges = IRkClipTrimInfo::Ranges;
 const SRkClipFormat kFormat = {kTestAudio, kTestVideo};
 
 CRkRef<IRkClipElement> Pattern(UINT frames) {

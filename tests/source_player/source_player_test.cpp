@@ -48,7 +48,7 @@ class CFakePlayerCallback : public CFake<IRkClipOutputCallback> {
   std::string m_log;
 };
 
-CRkRef<IRkClipTrimInfo> MakeTrim(const std::vector<IRkClipTrimInfo::SRkTrimInOut>& ranges) {
+CRkRef<IRkClipTrimInfo> MakeTrim(const IRkClipTrimInfo::Ranges& ranges) {
   CRkRef<IRkClipTrimInfo> info;
   RkCreateClipTrimInfo(ranges, info.Out());
   return info;

@@ -10,7 +10,7 @@
 using Element = CRkRef<IRkClipElement>;
 using Sample = CRkRef<IRkAVPlaySample>;
 using Trim = CRkRef<IRkClipTrimInfo>;
-using Ranges = std::vector<IRkClipTrimInfo::SRkTrimInOut>;
+using Ranges = IRkClipTrimInfo::Ranges;
 
 inline SRkClipFormat MakeFormat(int width, int height, int pixelFormat, int rate = RkFrameRate_25,
                                 int bits = 16, int channels = 2) {
