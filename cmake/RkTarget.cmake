@@ -2,9 +2,8 @@
 
 find_package(Threads REQUIRED)
 
-# Programs load RkClipPlay.dll, whichever compiler made it.
 if(WIN32)
-  set(CMAKE_SHARED_LIBRARY_PREFIX "")
+  include(${CMAKE_CURRENT_LIST_DIR}/RkWindows.cmake)
 endif()
 
 # Compiles as C++20 with the project's warnings, symbols hidden, includes from the root. Warnings are errors
@@ -18,7 +17,10 @@ function(rk_target_defaults target)
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/RkClipPlay>)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+  if(NOT MINGW)  # the interfaces have no virtual destructor there
+    target_compile_options(${target} PRIVATE -Wnon-virtual-dtor)
+  endif()
   if(RkClipPlay_IS_TOP_LEVEL)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
@@ -39,5 +41,8 @@ function(rk_library target)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(WIN32)
+    rk_windows_exports(${target})
+  endif()
   set_property(GLOBAL APPEND PROPERTY RK_INSTALLED_TARGETS ${target})
 endfunction()
