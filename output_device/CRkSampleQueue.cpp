@@ -33,7 +33,10 @@ CRkRef<IRkUnknown> CRkSampleQueue::_TakeOldest() {
 }
 
 CRkRef<IRkUnknown> CRkSampleQueue::Pop(DWORD timeoutMs) {
-  if (!RkWait(m_items, timeoutMs)) return {};
+  return RkWait(m_items, timeoutMs) ? PopCounted() : CRkRef<IRkUnknown>();
+}
+
+CRkRef<IRkUnknown> CRkSampleQueue::PopCounted() {
   CRkScopedLock lock(m_lock);
   if (m_count == 0) return {};  // flushed since the wait
   return _TakeOldest();

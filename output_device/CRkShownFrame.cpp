@@ -11,7 +11,7 @@ void CRkShownFrame::Reset() {
   ResetEvent(m_event);
 }
 
-void CRkShownFrame::BeginRun() {
+void CRkShownFrame::BeginPlay() {
   CRkScopedLock lock(m_displayLock);
   m_shown = kRkNoPosition;
   m_base = 0;

@@ -6,10 +6,10 @@
 #include "base/CRkHandle.h"
 #include "contracts/RkTypes.h"
 
-// Which frame is due on screen now, in the numbering of the submitted frames, and how many those are.
+// The frame that is due on screen now, in the numbering of the submitted frames, and their number.
 //
-// Threads: the pacing thread moves the frame on, the video thread reads it when the event says so, the
-// host counts what it submits. The display lock guards the shown frame and its base.
+// Threads: the pacing thread moves the frame on, the video thread reads it when the event is set, the host
+// counts what it submits. The display lock guards the shown frame and its base and is a leaf.
 class CRkShownFrame {
  public:
   BOOL Create();
@@ -17,11 +17,11 @@ class CRkShownFrame {
   // While the threads do not run.
   void Reset();
   // First thing on the pacing thread: none is due until the clock has been read.
-  void BeginRun();
+  void BeginPlay();
 
   void AdvanceByOne();
-  // From a frame count of the clock. Once that has run past the frames that exist, the newest one is due
-  // and later ones follow the clock from there: the lost time is not made up.
+  // From a frame count of the clock. When that runs past the submitted frames, the newest one is due and
+  // later ones follow the clock from there: the lost time is not made up.
   void AdvanceTo(UINT clockFrame);
   // At the end of play the last submitted frame is due.
   void AdvanceToLast();

@@ -1,10 +1,10 @@
 #include "output_device/CRkSoftwareOutputDevice.h"
 
 #include <algorithm>
-#include <optional>
 
-#include "output_device/CRkPacingRun.h"
-#include "output_device/CRkVideoRun.h"
+#include "output_device/CRkAudioPacing.h"
+#include "output_device/CRkClockPacing.h"
+#include "output_device/CRkVideoPresenter.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ constexpr int kMostQueued = 0x3FFFFFFF;  // twice as many still fit a semaphore
 
 }  // namespace
 
-// Both threads are told before either is waited for, so that neither waits for the other.
+// Both threads are asked to end before either is waited for, so that neither waits for the other.
 CRkSoftwareOutputDevice::~CRkSoftwareOutputDevice() {
   m_heldElement.Reset();
   for (const auto* thread : {&m_audioThread, &m_videoThread}) {
@@ -116,7 +116,7 @@ BOOL CRkSoftwareOutputDevice::Play() {
 
 BOOL CRkSoftwareOutputDevice::Stop(BOOL clearVideo) {
   if (!m_playing) return TRUE;
-  m_tagIsNewest = false;
+  m_markerIsNewest = false;
   m_heldElement.Reset();
   ResetEvent(m_audioDoneEvent);
   ResetEvent(m_videoDoneEvent);
@@ -163,7 +163,7 @@ void CRkSoftwareOutputDevice::_ShowWhileStopped(IRkAVPlaySample& sample) {
   if (video) callback->OnVideoSample(video.Get());
 }
 
-// Waiting for a free pool sample is what holds the host to playing speed.
+// The wait for a free pool sample holds the host to playing speed.
 BOOL CRkSoftwareOutputDevice::_PutWithAudio(IRkAVPlaySample& sample) {
   const UINT frame = m_shownFrame.Submitted();
   CRkRef<IRkAVPlaySample> copy;
@@ -178,17 +178,17 @@ BOOL CRkSoftwareOutputDevice::_PutWithAudio(IRkAVPlaySample& sample) {
   return TRUE;
 }
 
-// A run of samples without video queues one marker.
+// Consecutive samples without video queue one marker.
 void CRkSoftwareOutputDevice::_QueueVideoOf(IRkAVPlaySample& copy, UINT frame) {
   CRkRef<IRkVideoSample> video;
   copy.GetVideoSample(video.Out());
   if (video) {
     video->SetFrameIndex(frame);
     _Push(m_videoQueue, video.Get());
-  } else if (!m_tagIsNewest) {
-    _Push(m_videoQueue, &m_noVideoTag);
+  } else if (!m_markerIsNewest) {
+    _Push(m_videoQueue, &m_marker);
   }
-  m_tagIsNewest = !video;
+  m_markerIsNewest = !video;
 }
 
 BOOL CRkSoftwareOutputDevice::_PutPicture(IRkAVPlaySample& sample) {
@@ -218,20 +218,23 @@ void CRkSoftwareOutputDevice::_Push(CRkSampleQueue& queue, IRkUnknown* item) {
 UINT CRkSoftwareOutputDevice::_ClockThreadProc(void* context, HANDLE exitEvent) {
   SetThreadDescription(GetCurrentThread(), L"RkDevicePacing");
   auto& device = *static_cast<CRkSoftwareOutputDevice*>(context);
-  std::optional<CRkAudioFeed> feed;
+  const SRkPacingEvents events = {exitEvent, device.m_stopEvent, device.m_videoDoneEvent,
+                                  device.m_audioDoneEvent};
   if (device.m_audioRenderer) {
-    feed.emplace(*device.m_audioRenderer, device.m_audioBuilder, device.m_audioQueue, device.m_shownFrame,
-                 device.m_callback, RkFrameDurationMs(device.m_frameRate), device.m_audioLead);
+    CRkAudioPacing(device.m_shownFrame, events, *device.m_audioRenderer, device.m_audioBuilder,
+                   device.m_audioQueue, device.m_callback, RkFrameDurationMs(device.m_frameRate),
+                   device.m_audioLead)
+        .Run();
+  } else {
+    CRkClockPacing(device.m_shownFrame, events, *device.m_clock).Run();
   }
-  CRkPacingRun(device.m_shownFrame, feed ? &*feed : nullptr, device.m_clock.Get())
-      .Run(exitEvent, device.m_stopEvent, device.m_videoDoneEvent, device.m_audioDoneEvent);
   return 0;
 }
 
 UINT CRkSoftwareOutputDevice::_VideoThreadProc(void* context, HANDLE exitEvent) {
   SetThreadDescription(GetCurrentThread(), L"RkDeviceVideo");
   auto& device = *static_cast<CRkSoftwareOutputDevice*>(context);
-  CRkVideoRun(device.m_videoQueue, device.m_shownFrame, device.m_callback, &device.m_noVideoTag)
+  CRkVideoPresenter(device.m_videoQueue, device.m_shownFrame, device.m_callback, &device.m_marker)
       .Run(exitEvent, device.m_stopEvent, device.m_videoDoneEvent);
   return 0;
 }

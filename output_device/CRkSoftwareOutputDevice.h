@@ -12,12 +12,12 @@
 
 // Plays submitted samples for monitoring. Owns its sample pool, which bounds what is in flight and holds
 // the host to playing speed, two queues, the renderer or soft clock, and two worker threads: the pacing
-// thread (CRkPacingRun with CRkAudioFeed) and the video thread (CRkVideoRun).
+// thread (CRkAudioPacing or CRkClockPacing) and the video thread (CRkVideoPresenter).
 //
 // Threads: the host's, one at a time, and the two workers, which run between Play and Stop. They meet in
-// the queues, the shown frame and the callback, each with a lock of its own; the device has none.
-// A callback that blocks for longer than the destructor waits for its worker (2 s) still works on the
-// device when that is gone: the host must not make the last release until the callback has returned.
+// the queues, the shown frame and the callback, each with a leaf lock of its own; the device has none.
+// The destructor waits at most 2 s for each worker. A callback that blocks for longer returns to a device
+// that is gone: the host must not make the last release before the callback has returned.
 //
 //                        audio mode                            pictures only
 //   chosen when          there are channels and a renderer     otherwise
@@ -29,8 +29,8 @@ class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice>
   CRkSoftwareOutputDevice() = default;
   ~CRkSoftwareOutputDevice() override;
 
-  // Once, right after construction. FALSE for a frame rate outside the table, a queue depth below 1, or
-  // anything but the renderer that cannot be created.
+  // Once, right after construction. FALSE for a frame rate outside the table, a queue depth below 1, and
+  // where anything but the renderer cannot be created.
   BOOL _Initialize(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format, HWND window,
                    int queueDepth);
 
@@ -42,9 +42,9 @@ class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice>
   BOOL PutSample(IRkAVPlaySample* sample) override;
 
  private:
-  // Queued in place of a picture when a sample has none. One exists; the device keeps its reference, so
-  // it is never destroyed before the device.
-  class _CRkTagVideoSample final : public CRkPoolElement<IRkVideoSample> {
+  // Queued in place of a picture when a sample has none. The device keeps a reference to its only one,
+  // which is never destroyed before the device.
+  class _CRkMarker final : public CRkPoolElement<IRkVideoSample> {
    public:
     BOOL GetBuffer(UINT, IRkUnknown**) override { return FALSE; }
     UINT GetFrameIndex() override { return kRkNoPosition; }
@@ -75,7 +75,7 @@ class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice>
   CRkRef<IRkAudioDirectSound> m_audioRenderer;  // null: pictures only
   CRkRef<IRkSoftRefClock> m_clock;              // null: with audio
   CRkRef<IRkAVPlaySamplePool> m_samplePool;
-  CRkRef<IRkUnknown> m_heldElement;  // a pool sample that is out of use between Play and Stop
+  CRkRef<IRkUnknown> m_heldElement;  // a pool sample kept out of use between Play and Stop
   CRkRef<IRkWorkerThread> m_audioThread;
   CRkRef<IRkWorkerThread> m_videoThread;
 
@@ -86,8 +86,8 @@ class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice>
   CRkLockedRef<IRkSoftwareOutputCallback> m_callback;
   CRkShownFrame m_shownFrame;
   CRkAudioFrameBuilder m_audioBuilder;  // the pacing thread's
-  _CRkTagVideoSample m_noVideoTag;
-  bool m_tagIsNewest = false;  // the newest entry given to the video queue is the marker
+  _CRkMarker m_marker;
+  bool m_markerIsNewest = false;  // the newest entry given to the video queue is the marker
   CRkSampleQueue m_audioQueue;
   CRkSampleQueue m_videoQueue;
 };

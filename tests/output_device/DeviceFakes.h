@@ -1,5 +1,6 @@
 #pragma once
 
+#include "output_device/CRkPacing.h"
 #include "output_device/CRkSampleQueue.h"
 #include "tests/support/RkFakes.h"
 
@@ -52,7 +53,8 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
   std::atomic<bool> notifies = true;
   std::atomic<double> positionMs = 0.0;
   std::atomic<int> stops = 0;
-  std::atomic<double> stepMs = 0.0;  // how far it moves each time it is read
+  std::atomic<double> stepMs = 0.0;       // how far it moves each time it is read
+  std::pair<int, int> firstSamples = {};  // left and right, of the first write
 
   void Reset() override {
     plays = false;
@@ -65,7 +67,12 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
   void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) override {
     SRkAudioSampleInfo info = {};
     audio->GetInfo(&info);
-    std::lock_guard lock(m_mutex);
+    SRkLockAudioSample lock = {};
+    audio->Lock(&lock);
+    const auto* const samples = reinterpret_cast<const int16_t*>(lock.data);
+    audio->Unlock();
+    std::lock_guard guard(m_mutex);
+    if (m_writes.empty()) firstSamples = {samples[0], samples[1]};
     m_writes.emplace_back(writePosition, info.dataLength);
   }
   void SetNotifyInterval(double) override {}
@@ -84,6 +91,14 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
  private:
   std::mutex m_mutex;
   std::vector<std::pair<ULONGLONG, DWORD>> m_writes;
+};
+
+struct SPacingEvents {
+  const CRkHandle exit = CRkHandle::ManualResetEvent();
+  const CRkHandle stop = CRkHandle::ManualResetEvent();
+  const CRkHandle videoDone = CRkHandle::AutoResetEvent();
+  const CRkHandle audioDone = CRkHandle::ManualResetEvent();
+  SRkPacingEvents All() const { return {exit, stop, videoDone, audioDone}; }
 };
 
 inline void Push(CRkSampleQueue& queue, IRkUnknown* item) {

@@ -5,8 +5,8 @@
 
 #include <array>
 
-#include "output_device/CRkAudioFeed.h"
-#include "output_device/CRkVideoRun.h"
+#include "output_device/CRkAudioPacing.h"
+#include "output_device/CRkVideoPresenter.h"
 #include "tests/output_device/DeviceFakes.h"
 #include "tests/support/RkSetting.h"
 
@@ -103,10 +103,11 @@ TEST_P(long_run, keeps_frames_samples_and_their_offset_exact) {
   CRkAudioFrameBuilder builder;
   ASSERT_TRUE(audioQueue.Create(64) && videoQueue.Create(64) && shown.Create());
   ASSERT_TRUE(builder.Configure(kTestAudio, 2, GetParam()));
-  shown.BeginRun();
-  CRkAudioFeed feed(*renderer, builder, audioQueue, shown, callback, RkFrameDurationMs(GetParam()), kLead);
-  CRkVideoRun video(videoQueue, shown, callback, marker.Get());
-  const CRkHandle exit = CRkHandle::ManualResetEvent();
+  shown.BeginPlay();
+  const SPacingEvents events;
+  CRkAudioPacing pacing(shown, events.All(), *renderer, builder, audioQueue, callback,
+                        RkFrameDurationMs(GetParam()), kLead);
+  CRkVideoPresenter video(videoQueue, shown, callback, marker.Get());
   CFrames host(GetParam());
 
   UINT submitted = 0;
@@ -123,7 +124,7 @@ TEST_P(long_run, keeps_frames_samples_and_their_offset_exact) {
     const double positionMs = static_cast<double>(ns % 1'000'000'000) / 1e6;
     if (positionMs < renderer->positionMs) ++wraps;
     renderer->positionMs = positionMs;
-    feed.Pass(exit);
+    pacing.Pass();
     sink->due = frame;
     video.FramePass();
     ASSERT_EQ(shown.Get(), frame);

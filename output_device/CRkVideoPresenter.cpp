@@ -1,4 +1,4 @@
-#include "output_device/CRkVideoRun.h"
+#include "output_device/CRkVideoPresenter.h"
 
 namespace {
 
@@ -7,7 +7,7 @@ constexpr DWORD kDrainPauseMs = 1;
 
 }  // namespace
 
-void CRkVideoRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
+void CRkVideoPresenter::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
   const HANDLE awaited[] = {exitEvent, m_shownFrame.Event(), stopEvent};
   for (;;) {
     switch (WaitForMultipleObjects(3, awaited, FALSE, INFINITE)) {
@@ -29,7 +29,7 @@ void CRkVideoRun::Run(HANDLE exitEvent, HANDLE stopEvent, HANDLE doneEvent) {
   }
 }
 
-void CRkVideoRun::FramePass() {
+void CRkVideoPresenter::FramePass() {
   const UINT due = m_shownFrame.Get();
   if (m_current && m_current->GetFrameIndex() < due) m_current.Reset();
   if (!m_current && !_TakeFrames(due)) return;
@@ -38,12 +38,11 @@ void CRkVideoRun::FramePass() {
   if (m_current->GetFrameIndex() == due) m_current.Reset();
 }
 
-// Up to the first frame that is not late. False when the marker was reached: the pass ends with nothing
-// held.
-bool CRkVideoRun::_TakeFrames(UINT due) {
+// Up to the first frame that is not late. False at the marker: the pass then ends with nothing held.
+bool CRkVideoPresenter::_TakeFrames(UINT due) {
   CRkRef<IRkVideoSample> passedOver;
   while (auto item = m_queue.Pop(kTakeTimeoutMs)) {
-    if (item.Get() == m_noPicture) {
+    if (item.Get() == m_marker) {
       _Show(nullptr);
       return false;
     }
@@ -58,6 +57,6 @@ bool CRkVideoRun::_TakeFrames(UINT due) {
   return true;
 }
 
-void CRkVideoRun::_Show(IRkVideoSample* video) {
+void CRkVideoPresenter::_Show(IRkVideoSample* video) {
   if (const auto callback = m_callback.Get()) callback->OnVideoSample(video);
 }

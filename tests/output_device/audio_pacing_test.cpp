@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "output_device/CRkAudioFeed.h"
+#include "output_device/CRkAudioPacing.h"
 #include "tests/output_device/DeviceFakes.h"
 
 namespace {
@@ -10,14 +10,19 @@ namespace {
 using Events = std::vector<std::string>;
 constexpr DWORD kFrameBytes = 1920 * 4;
 
-class audio_feed : public testing::Test {
+class audio_pacing : public testing::Test {
  protected:
   void Begin(int lead, const SRkWaveFormatInfo& format = kTestAudio, ERkFrameRate rate = RkFrameRate_25) {
     ASSERT_TRUE(m_queue.Create(64) && m_shown.Create());
     ASSERT_TRUE(m_builder.Configure(format, 2, rate));
     m_callback.Set(m_sink);
-    m_shown.BeginRun();
-    m_feed.emplace(*m_renderer, m_builder, m_queue, m_shown, m_callback, RkFrameDurationMs(rate), lead);
+    Restart(lead, rate);
+  }
+  void Restart(int lead, ERkFrameRate rate) {
+    m_renderer->Reset();
+    m_shown.BeginPlay();
+    m_pacing.emplace(m_shown, m_events.All(), *m_renderer, m_builder, m_queue, m_callback,
+                     RkFrameDurationMs(rate), lead);
   }
   void Submit(int count, IRkUnknown* attachment = nullptr, DWORD samples = 1920) {
     for (int i = 0; i < count; ++i) {
@@ -31,7 +36,7 @@ class audio_feed : public testing::Test {
   size_t PassAt(double positionMs) {
     m_renderer->plays = true;
     m_renderer->positionMs = positionMs;
-    m_feed->Pass(m_exit);
+    m_pacing->Pass();
     return m_renderer->Writes().size();
   }
 
@@ -41,23 +46,23 @@ class audio_feed : public testing::Test {
   CRkSampleQueue m_queue;
   CRkShownFrame m_shown;
   CRkAudioFrameBuilder m_builder;
-  const CRkHandle m_exit = CRkHandle::ManualResetEvent();
-  std::optional<CRkAudioFeed> m_feed;
+  const SPacingEvents m_events;
+  std::optional<CRkAudioPacing> m_pacing;
 };
 
-TEST_F(audio_feed, pre_roll_writes_and_reports_one_queued_frame_a_pass_and_shows_nothing) {
+TEST_F(audio_pacing, pre_roll_writes_and_reports_one_queued_frame_a_pass_and_shows_nothing) {
   Begin(3);
   Submit(2, m_renderer.Get());
-  m_feed->Pass(m_exit);
+  m_pacing->Pass();
   EXPECT_EQ(m_sink->Take(), Events{"a7680"});
   EXPECT_EQ(m_sink->attachments, 1);
-  for (int i = 0; i < 3; ++i) m_feed->Pass(m_exit);
+  for (int i = 0; i < 3; ++i) m_pacing->Pass();
   EXPECT_EQ(m_renderer->Writes().size(), 2U);
   EXPECT_EQ(m_renderer->Writes()[1], (std::pair<ULONGLONG, DWORD>{kFrameBytes, kFrameBytes}));
   EXPECT_EQ(m_shown.Get(), kRkNoPosition);
 }
 
-TEST_F(audio_feed, writes_queued_frames_up_to_the_lead_and_silence_two_frames_ahead) {
+TEST_F(audio_pacing, writes_queued_frames_up_to_the_lead_and_silence_two_frames_ahead) {
   Begin(3);
   Submit(40);
   EXPECT_EQ(PassAt(400.0), 14U);  // frames 0 to 13
@@ -68,7 +73,7 @@ TEST_F(audio_feed, writes_queued_frames_up_to_the_lead_and_silence_two_frames_ah
   EXPECT_EQ(PassAt(600.0), 15U);
 }
 
-TEST_F(audio_feed, a_short_lead_leaves_room_for_queued_frames_after_silence) {
+TEST_F(audio_pacing, a_short_lead_leaves_room_for_queued_frames_after_silence) {
   Begin(1);
   EXPECT_EQ(PassAt(0.0), 2U);  // silence for 0 and 1, not 2
   Submit(1);
@@ -76,7 +81,7 @@ TEST_F(audio_feed, a_short_lead_leaves_room_for_queued_frames_after_silence) {
   EXPECT_EQ(m_queue.Count(), 0);
 }
 
-TEST_F(audio_feed, frames_that_cannot_be_built_leave_a_gap_of_their_exact_length) {
+TEST_F(audio_pacing, frames_that_cannot_be_built_leave_a_gap_of_their_exact_length) {
   SRkWaveFormatInfo format = kTestAudio;
   format.blockAlign = 8;  // no sample is made for it, but a block of sound still passes through
   Begin(3, format, RkFrameRate_29_97);
@@ -87,7 +92,7 @@ TEST_F(audio_feed, frames_that_cannot_be_built_leave_a_gap_of_their_exact_length
   EXPECT_EQ(m_renderer->Writes()[0].first, 8008U * 8);
 }
 
-TEST_F(audio_feed, keeps_every_frame_at_its_time_whatever_its_block_holds) {
+TEST_F(audio_pacing, keeps_every_frame_at_its_time_whatever_its_block_holds) {
   Begin(1, kTestAudio, RkFrameRate_59_94);
   // Shorter and longer by little and by much, none, at another rate, and with another layout.
   const std::vector<CRkRef<IRkAVPlaySample>> kinds = {MakeSample({MakeBlock(2, 16, 800, 100, 1)}),
@@ -99,10 +104,7 @@ TEST_F(audio_feed, keeps_every_frame_at_its_time_whatever_its_block_holds) {
                                                       MakeSample({MakeBlock(2, 24, 9999, 100, 1)}),
                                                       MakeSample({MakeBlock(1, 32, 1, 100, 1)})};
   for (const auto& kind : kinds) {
-    m_renderer->Reset();
-    m_shown.BeginRun();
-    m_feed.emplace(*m_renderer, m_builder, m_queue, m_shown, m_callback, RkFrameDurationMs(RkFrameRate_59_94),
-                   1);
+    Restart(1, RkFrameRate_59_94);
     for (UINT frame = 0; frame < 1000; ++frame) {
       Push(m_queue, kind.Get());
       m_shown.CountSubmitted();

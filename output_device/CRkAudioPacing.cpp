@@ -1,8 +1,10 @@
-#include "output_device/CRkAudioFeed.h"
+#include "output_device/CRkAudioPacing.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/CRkAudioLock.h"
+#include "base/RkMonotonicTime.h"
 
 namespace {
 
@@ -12,78 +14,99 @@ constexpr DWORD kSilencePauseMs = 1;
 constexpr DWORD kDrainPauseMs = 16;
 constexpr UINT kSilentFramesAhead = 3;
 constexpr DWORD kTolerancesPerSecond = 1000;  // frames begin within 1 ms of their time
+constexpr double kWakeMarginMs = 0.1;         // what a steady position may lag behind the clock's estimate
 
 }  // namespace
 
-CRkAudioFeed::CRkAudioFeed(IRkAudioDirectSound& renderer, CRkAudioFrameBuilder& builder,
-                           CRkSampleQueue& queue, CRkShownFrame& shownFrame,
-                           CRkLockedRef<IRkSoftwareOutputCallback>& callback, double frameDurationMs,
-                           int lead)
-    : m_renderer(renderer),
+CRkAudioPacing::CRkAudioPacing(CRkShownFrame& shownFrame, const SRkPacingEvents& events,
+                               IRkAudioDirectSound& renderer, CRkAudioFrameBuilder& builder,
+                               CRkSampleQueue& queue, CRkLockedRef<IRkSoftwareOutputCallback>& callback,
+                               double frameDurationMs, int lead)
+    : CRkPacing(shownFrame, events),
+      m_renderer(renderer),
       m_builder(builder),
       m_queue(queue),
-      m_shownFrame(shownFrame),
       m_callback(callback),
       m_frameDurationMs(frameDurationMs),
       m_lead(static_cast<UINT>(lead)),
       m_bufferSpanMs(renderer.GetBufferDuration()) {}
 
-void CRkAudioFeed::Pass(HANDLE exitEvent) {
+void CRkAudioPacing::Pass() {
   if (!m_renderer.Play()) return _PreRoll();
   if (!m_renderer.WaitForNotify(kNotifyTimeoutMs)) return;
-  const UINT clockFrame = _ReadClockFrame();
-  m_shownFrame.AdvanceTo(clockFrame);
-  _Feed(clockFrame);
-  _FillWithSilence(clockFrame, exitEvent);
+  m_shownFrame.AdvanceTo(_ReadClockFrame());
+  _Feed();
+  _FillWithSilence();
+}
+
+bool CRkAudioPacing::_Pause() {
+  if (!m_steady.IsSteady()) return _WaitForEnd(kPassPauseMs);
+  const HANDLE awaited[] = {m_events.exit, m_events.stop, m_queue.Semaphore()};
+  while (_MayWrite()) {
+    const DWORD result = WaitForMultipleObjects(3, awaited, FALSE, _MsToNextFrame());
+    if (result != WAIT_OBJECT_0 + 2) return result != WAIT_TIMEOUT;
+    if (const auto item = m_queue.PopCounted()) _WriteFrame(static_cast<IRkAVPlaySample*>(item.Get()));
+  }
+  return _WaitForEnd(_MsToNextFrame());
+}
+
+// By the clock, from the last reading of the position on.
+DWORD CRkAudioPacing::_MsToNextFrame() const {
+  const double sinceMs = static_cast<double>(RkMonotonicNow() - m_readAt) / 1e6;
+  const double beginMs = (m_clockFrame + 1.0) * m_frameDurationMs;
+  return static_cast<DWORD>(
+      std::ceil(std::clamp(beginMs - m_elapsedMs - sinceMs + kWakeMarginMs, 1.0, m_frameDurationMs)));
 }
 
 // The clock is not read yet, so no picture is shown.
-void CRkAudioFeed::_PreRoll() {
+void CRkAudioPacing::_PreRoll() {
   if (_WriteQueued(kPreRollTimeoutMs)) m_renderer.Play();
 }
 
-UINT CRkAudioFeed::_ReadClockFrame() {
+UINT CRkAudioPacing::_ReadClockFrame() {
   double positionMs = m_lastPositionMs;
   m_renderer.GetPlayPosition(&positionMs);
+  m_readAt = RkMonotonicNow();
   if (m_lastPositionMs > positionMs) ++m_wraps;
   m_lastPositionMs = positionMs;
-  const double elapsedMs = m_wraps * m_bufferSpanMs + positionMs;
-  return static_cast<UINT>(static_cast<ULONGLONG>(elapsedMs / m_frameDurationMs));
+  m_elapsedMs = m_wraps * m_bufferSpanMs + positionMs;
+  m_steady.Note(m_elapsedMs, m_readAt);
+  m_clockFrame = static_cast<UINT>(static_cast<ULONGLONG>(m_elapsedMs / m_frameDurationMs));
+  return m_clockFrame;
 }
 
-void CRkAudioFeed::_Feed(UINT clockFrame) {
-  while (_MayWrite(clockFrame) && _WriteQueued(0)) {
+void CRkAudioPacing::_Feed() {
+  while (_MayWrite() && _WriteQueued(0)) {
   }
 }
 
-// Never further than the lead lets a queued frame be written: with a short lead silence would else always
-// be ahead of what the host submits, and the queue would never empty.
-void CRkAudioFeed::_FillWithSilence(UINT clockFrame, HANDLE exitEvent) {
-  const UINT end = clockFrame + std::min(kSilentFramesAhead, m_lead + 1);
+// Stops at the lead; otherwise, with a short lead, silence stays ahead of the host's frames and the queue
+// never drains.
+void CRkAudioPacing::_FillWithSilence() {
+  const UINT end = m_clockFrame + std::min(kSilentFramesAhead, m_lead + 1);
   while (m_nextFrame < end) {
     _WriteFrame(nullptr);
-    RkWait(exitEvent, kSilencePauseMs);
+    RkWait(m_events.exit, kSilencePauseMs);
   }
 }
 
-void CRkAudioFeed::Drain(HANDLE exitEvent) {
+void CRkAudioPacing::Drain() {
   if (!m_renderer.Play()) return;
-  if (!RkWait(exitEvent, kDrainPauseMs)) _PlayOut(exitEvent);
+  if (!RkWait(m_events.exit, kDrainPauseMs)) _PlayOut();
   m_renderer.Stop();
 }
 
-void CRkAudioFeed::_PlayOut(HANDLE exitEvent) {
+void CRkAudioPacing::_PlayOut() {
   do {
-    const UINT clockFrame = _ReadClockFrame();
-    m_shownFrame.AdvanceTo(clockFrame);
-    if (_MayWrite(clockFrame) && !_WriteQueued(0)) {
+    m_shownFrame.AdvanceTo(_ReadClockFrame());
+    if (_MayWrite() && !_WriteQueued(0)) {
       _WriteFrame(nullptr);
       if (m_shownFrame.IsLast()) return;
     }
-  } while (!RkWait(exitEvent, kDrainPauseMs));
+  } while (!RkWait(m_events.exit, kDrainPauseMs));
 }
 
-bool CRkAudioFeed::_WriteQueued(DWORD timeoutMs) {
+bool CRkAudioPacing::_WriteQueued(DWORD timeoutMs) {
   const CRkRef<IRkUnknown> item = m_queue.Pop(timeoutMs);
   if (!item) return false;
   _WriteFrame(static_cast<IRkAVPlaySample*>(item.Get()));
@@ -91,7 +114,7 @@ bool CRkAudioFeed::_WriteQueued(DWORD timeoutMs) {
 }
 
 // A frame that cannot be built counts as written, so that sound and picture stay in step.
-void CRkAudioFeed::_WriteFrame(IRkAVPlaySample* sample) {
+void CRkAudioPacing::_WriteFrame(IRkAVPlaySample* sample) {
   CRkRef<IRkAudioSample> audio;
   if (_BuildFrame(sample, audio.Out())) {
     SRkAudioSampleInfo info = {};
@@ -105,7 +128,7 @@ void CRkAudioFeed::_WriteFrame(IRkAVPlaySample* sample) {
   ++m_nextFrame;
 }
 
-bool CRkAudioFeed::_BuildFrame(IRkAVPlaySample* sample, IRkAudioSample** audio) {
+bool CRkAudioPacing::_BuildFrame(IRkAVPlaySample* sample, IRkAudioSample** audio) {
   CRkRef<IRkAudioSample> built;
   if (!m_builder.Build(sample, m_nextFrame, built.Out()) || !built) return false;
   const DWORD count = CRkAudioLock(*built).SampleCount();
@@ -117,14 +140,14 @@ bool CRkAudioFeed::_BuildFrame(IRkAVPlaySample* sample, IRkAudioSample** audio) 
 
 // How many samples the frame may take, of the `sampleCount` that it has: those that let the next frame begin
 // at its time, within a tolerance that blocks of the right mean length never use up.
-DWORD CRkAudioFeed::_FittingCount(DWORD sampleCount) const {
+DWORD CRkAudioPacing::_FittingCount(DWORD sampleCount) const {
   const LONGLONG tolerance = m_builder.Output().samplesPerSecond / kTolerancesPerSecond;
   const auto due = static_cast<LONGLONG>(m_builder.FirstSample(m_nextFrame + 1));
   const auto begin = static_cast<LONGLONG>(m_writePosition / m_builder.Output().blockAlign);
   return static_cast<DWORD>(std::clamp(begin + sampleCount, due - tolerance, due + tolerance) - begin);
 }
 
-void CRkAudioFeed::_Report(IRkAudioSample& audio, IRkAVPlaySample* sample) {
+void CRkAudioPacing::_Report(IRkAudioSample& audio, IRkAVPlaySample* sample) {
   const auto callback = m_callback.Get();
   if (!callback) return;
   CRkRef<IRkUnknown> attachment;
