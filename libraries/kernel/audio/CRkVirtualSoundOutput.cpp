@@ -8,14 +8,16 @@
 
 namespace {
 
-constexpr DWORD kPeriodsPerSecond = 100;
+constexpr double kPeriodMs = 10.0;
+constexpr double kPlentyMs = 100.0;
 constexpr LONGLONG kLongestDelayNs = 40'000'000;  // less than the sound that a device keeps written ahead
 constexpr int kTimeCritical = 15;
 
 }  // namespace
 
-CRkSoundPeriods::CRkSoundPeriods(DWORD framesPerSecond)
-    : m_framesPerSecond(framesPerSecond), m_frames(std::max<DWORD>(framesPerSecond / kPeriodsPerSecond, 1)) {}
+CRkSoundPeriods::CRkSoundPeriods(DWORD framesPerSecond, double periodMs)
+    : m_framesPerSecond(framesPerSecond),
+      m_frames(std::max(static_cast<DWORD>(framesPerSecond * periodMs / 1000.0), DWORD{1})) {}
 
 void CRkSoundPeriods::Start(LONGLONG now) {
   m_start = now;
@@ -31,6 +33,9 @@ void CRkSoundPeriods::Take(LONGLONG now) {
 LONGLONG CRkSoundPeriods::_Time(ULONGLONG number) const {
   return RkTimeOf(number * m_frames, {m_framesPerSecond, 1}).count();
 }
+
+CRkVirtualSoundOutput::CRkVirtualSoundOutput(double writtenAheadMs)
+    : m_periodMs(writtenAheadMs >= kPlentyMs ? 2 * kPeriodMs : kPeriodMs) {}
 
 CRkVirtualSoundOutput::~CRkVirtualSoundOutput() {
   if (m_thread) m_thread->Close(INFINITE);
@@ -59,7 +64,7 @@ UINT CRkVirtualSoundOutput::_ThreadProc(void* context, HANDLE stopEvent) {
 }
 
 void CRkVirtualSoundOutput::_Run(HANDLE stopEvent) {
-  CRkSoundPeriods periods(m_framesPerSecond);
+  CRkSoundPeriods periods(m_framesPerSecond, m_periodMs);
   m_period.resize(static_cast<size_t>(periods.Frames()) * m_blockAlign);
   periods.Start(RkMonotonicNow());
   while (!RkWait(stopEvent, RkMillisecondsUntil(periods.Due(), RkMonotonicNow()))) {

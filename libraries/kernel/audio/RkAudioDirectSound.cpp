@@ -15,19 +15,18 @@ namespace {
 
 constexpr DWORD kRetryMs = 1000;
 
-template <class Output>
-std::unique_ptr<IRkSoundOutput> Make() {
-  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) Output);
+template <class Output, class... Arguments>
+std::unique_ptr<IRkSoundOutput> Make(Arguments... arguments) {
+  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) Output(arguments...));
 }
 
-std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system) {
+std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system, double writtenAheadMs) {
 #ifndef _WIN32
   if (system == RkAudioSystem_System) {
-    return std::unique_ptr<IRkSoundOutput>(new (std::nothrow)
-                                               CRkRecoveringSoundOutput(&Make<CRkSdlSoundOutput>, kRetryMs));
+    return Make<CRkRecoveringSoundOutput>(&Make<CRkSdlSoundOutput>, kRetryMs);
   }
 #endif
-  return system == RkAudioSystem_Virtual ? Make<CRkVirtualSoundOutput>() : nullptr;
+  return system == RkAudioSystem_Virtual ? Make<CRkVirtualSoundOutput>(writtenAheadMs) : nullptr;
 }
 
 }  // namespace
@@ -35,7 +34,8 @@ std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system) {
 int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double bufferMs, DWORD startBytes,
                              IRkAudioDirectSound** renderer) {
   auto choice = RkAudioSystemChoice().Get();
-  auto output = MakeOutput(choice.system);
+  const double writtenAheadMs = format.bytesPerSecond > 0 ? 1000.0 * startBytes / format.bytesPerSecond : 0.0;
+  auto output = MakeOutput(choice.system, writtenAheadMs);
   if (!output) return 0;
   auto created = CRkAudioDirectSound::Create(format, bufferMs, startBytes, std::move(output),
                                              std::move(choice.monitor), &RkMonotonicNow);

@@ -88,7 +88,7 @@ TEST(audio_renderer_notifications, come_at_their_interval_and_never_in_bursts) {
 
 TEST(virtual_sound_card, does_not_drift_at_any_rate) {
   for (const DWORD rate : {8000u, 11025u, 44100u, 48000u, 192000u, 50u}) {
-    CRkSoundPeriods periods(rate);
+    CRkSoundPeriods periods(rate, 10.0);
     periods.Start(kStart);
     // So many periods are whole seconds; each is taken a little late.
     for (DWORD number = 0; number < rate; ++number) {
@@ -102,7 +102,7 @@ TEST(virtual_sound_card, does_not_drift_at_any_rate) {
 }
 
 TEST(virtual_sound_card, goes_on_from_the_end_of_a_stall) {
-  CRkSoundPeriods periods(kRate);
+  CRkSoundPeriods periods(kRate, 10.0);
   periods.Start(kStart);
   for (int i = 0; i < 3; ++i) periods.Take(periods.Due());
   periods.Take(kStart + 1030 * kMs);
