@@ -4,6 +4,7 @@
 
 #include "base/RkSampleFormat.h"
 #include "contracts/RkAVUtils.h"
+#include "libraries/av_utils/RkAudioNarrow.h"
 
 // Samples of every size are summed as 24-bit numbers. Where every gain is full or none, which is what a
 // device asks for, 32 bits hold the sums and nothing is multiplied; other gains take sums of 64 bits, in
@@ -123,8 +124,19 @@ void MixWith(const SRkMix& mix, const BYTE* source, BYTE* target, size_t count) 
     MixFrames<Load, SRkAnyGains>(mix, source, target, count);
 }
 
+// Two channels, each at full level on its own side only.
+bool IsStereo(const SRkMix& mix) {
+  constexpr auto kPacked = 2 * SRkLoad24::kBytes;
+  const auto is = [](const SRkAudioMixParam& gains, int left, int right) {
+    return gains.leftGain == left && gains.rightGain == right;
+  };
+  return mix.channels == 2 && mix.frameBytes == kPacked && is(mix.gains[0], kFullGain, 0) &&
+         is(mix.gains[1], 0, kFullGain);
+}
+
 void Mix24(const SRkMix& mix, const BYTE* source, BYTE* target, size_t count) {
   if (count == 0) return;
+  if (IsStereo(mix) && RkNarrow24To16(source, target, 2 * count)) return;
   MixWith<SRkLoad24First>(mix, source, target, 1);
   MixWith<SRkLoad24>(mix, source + mix.frameBytes, target + kTargetBytes, count - 1);
 }

@@ -139,6 +139,20 @@ TEST(AudioMix, is_the_rounded_and_saturated_sum_of_its_channels) {
   }
 }
 
+TEST(AudioMix, narrows_24_bits_alike_at_every_length) {
+  constexpr int kLevels[] = {0x7FFFFF, -0x800000, 0x7FFF7F, 0x7FFF80, 0x7F, 0x80, -0x80, -0x81};
+  constexpr short kNarrow[] = {32767, -32768, 32767, 32767, 0, 1, 0, -1};
+  for (DWORD count = 0; count < 70; ++count) {
+    std::vector<BYTE> sound(size_t{6} * count);
+    for (size_t sample = 0; sample < 2 * count; ++sample)
+      std::memcpy(&sound[3 * sample], &kLevels[(sample + count) % 8], 3);
+    const SMixed mixed = Mix(24, 2, sound, {{1000, 0}, {0, 1000}}, count, 2);
+    for (size_t sample = 0; sample < 2 * count; ++sample)
+      ASSERT_EQ(mixed.samples[sample], kNarrow[(sample + count) % 8]);
+    EXPECT_EQ(mixed.samples[2 * count], 7);
+  }
+}
+
 TEST(AudioMix, gives_what_both_sides_have_and_refuses_what_it_cannot_mix) {
   const std::vector<SRkAudioMixParam> gains(2, {1000, 1000});
   const std::vector<BYTE> sound(40, 1);
