@@ -42,7 +42,7 @@ BOOL CRkSoftwareOutputDevice::_Initialize(const SRkVideoResolution& resolution,
          _CreateThread(m_videoThread, &_VideoThreadProc);
 }
 
-// The renderer for 16-bit stereo, or the soft clock where there is nothing to hear.
+// The renderer for 16-bit stereo, or the soft clock where there is none.
 BOOL CRkSoftwareOutputDevice::_CreateRenderer(const SRkWaveFormatInfo& format, HWND window, int queueDepth) {
   m_outputFormat = format;
   const int sourceChannels = std::max(format.channels, 2);

@@ -23,7 +23,7 @@
 //   chosen when          there are channels and a renderer     otherwise
 //   paced by             the renderer's play position          the soft clock's ticks
 //   PutSample queues     a copy, and its video or the marker   a video sample sharing the planes
-//   at Stop              queued audio is played out            the last frame is shown at once
+//   at Stop              queued audio is played out            the last frame is shown immediately
 class CRkSoftwareOutputDevice final : public CRkUnknown<IRkSoftwareOutputDevice> {
  public:
   CRkSoftwareOutputDevice() = default;

@@ -21,7 +21,7 @@ class IRkSoftwareOutputCallback : public IRkUnknown {
 // Plays samples for monitoring: hands each picture to the callback when it is due, mixes the audio to
 // 16-bit stereo and plays it. The audio renderer's position is the clock, or a soft clock without audio.
 //
-// Threads: the host calls the operations from one thread at a time. The last Release tells both workers to
+// Threads: the host calls the operations from one thread at a time. The last Release asks both workers to
 // end and waits up to 2 s for each: the host must not make it while a callback is under way that may block
 // for longer, since that would return to a device that is gone.
 class IRkSoftwareOutputDevice : public IRkUnknown {

@@ -17,7 +17,8 @@ namespace {
 constexpr DWORD kPlayOutStepMs = 20;
 constexpr LONGLONG kPlayOutGraceNs = kRkNanosecondsPerSecond;
 constexpr DWORD kRestStepFrames = 1024;
-constexpr double kMostToldSpans = 0.4;  // two steps are less than a span: who asks every other time counts on
+constexpr double kMostReportedSpans =
+    0.4;  // two are less than a span, so that two alternating callers miss no wrap
 
 // Whole samples in the span; 0 for none and for what no buffer can hold.
 DWORD SpanFrames(const SRkWaveFormatInfo& format, double bufferMs) {
@@ -81,7 +82,7 @@ void CRkAudioDirectSound::_ChangeState(EState state) {
       m_notify.Start(now);
     } else if (state == EState::kReady) {
       m_ring.Reset();
-      m_heardFrames = m_toldFrames = 0.0;
+      m_heardFrames = m_reportedFrames = 0.0;
       m_lossLogged = false;
     }
   }
@@ -171,7 +172,7 @@ void CRkAudioDirectSound::_Hear(const BYTE* data, DWORD bytes) {
 
 void CRkAudioDirectSound::_Follow() {
   const bool gone = m_output->IsLost();
-  bool toldNow = false;
+  bool isNew = false;
   {
     CRkScopedLock lock(m_lock);
     if (m_state != EState::kPlaying || m_output->IsVirtual()) return;
@@ -179,11 +180,11 @@ void CRkAudioDirectSound::_Follow() {
     if (!m_position.IsLost() && (gone || m_position.MissesPulls(now))) {
       m_position.Lose(now);
       ++m_losses;
-      toldNow = !std::exchange(m_lossLogged, true);
+      isNew = !std::exchange(m_lossLogged, true);
     }
     _DropLost(now);
   }
-  if (toldNow) {
+  if (isNew) {
     RkLogTraceLine(
         RkLogLevel_Warning, __FUNCTION__, __LINE__,
         L"The sound system takes no sound; the play position follows the clock until it returns.\n");
@@ -254,6 +255,6 @@ void CRkAudioDirectSound::GetPlayPosition(double* position) {
   _Follow();
   CRkScopedLock lock(m_lock);
   if (m_state == EState::kPlaying) m_heardFrames = m_position.Frames(m_clock());
-  m_toldFrames = std::min(m_heardFrames, m_toldFrames + kMostToldSpans * m_spanFrames);
-  *position = _Milliseconds(std::fmod(m_toldFrames, m_spanFrames));
+  m_reportedFrames = std::min(m_heardFrames, m_reportedFrames + kMostReportedSpans * m_spanFrames);
+  *position = _Milliseconds(std::fmod(m_reportedFrames, m_spanFrames));
 }

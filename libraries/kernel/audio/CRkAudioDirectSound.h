@@ -13,19 +13,17 @@
 #include "libraries/kernel/audio/CRkSmoothPosition.h"
 #include "libraries/kernel/audio/IRkSoundOutput.h"
 
-// The audio renderer: the user writes into the ring, the sound system pulls out of it, the position is
-// worked out from the pulls. Where a sound system that is not virtual fails, the clock drops the sound in
-// its place, whenever the user asks for something; the monitor hears nothing of that.
+// The audio renderer: the user writes into the ring, the sound system pulls out of it, the position follows
+// from the pulls. While a sound system that is not virtual is lost, each operation drops the sound that the
+// clock has passed; the monitor does not receive it.
 //
 //   ready --Play, enough written--> playing --Stop--> stopped      any --Reset--> ready
 //
-// The user drives it from one thread and may ask for the position on any; Pull comes on the sound system's
-// thread. m_control is held by whoever starts or stops the sound system, also while it waits for the last
-// sound; m_lock, taken after it, guards the fields below it. The sound system is told to
-// start and stop, and the log is called, without m_lock: the one may wait for a pull, the other is the
-// host's code; so is the monitor,
-// on the pulling thread or, after the last pull, on the one that stops. Owns the sound system, which ends
-// its pulls before anything else goes.
+// One thread drives it; the queries may come from any; Pull comes on the sound system's thread. m_control
+// is held while the sound system starts or stops, also while a stop waits for the last sound. m_lock, taken
+// after it, guards the fields below it. Neither the sound system, which may wait for a pull, nor the log and
+// the monitor, which are host code, is called under m_lock. The monitor is called on the pulling thread or,
+// after the last pull, on the stopping one. Owns the sound system, which ends its pulls first.
 class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, private IRkSoundSource {
  public:
   using Clock = LONGLONG (*)();  // nanoseconds of the monotonic clock
@@ -59,7 +57,7 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   void _Hear(const BYTE* data, DWORD bytes);
   void _WaitUntilPlayedOut() RK_REQUIRES(m_control);
   void _HandOverRest() RK_REQUIRES(m_control);
-  // Where the sound system has failed, brings position and ring up to now.
+  // Notices a loss; while there is one, brings position and ring up to now.
   void _Follow();
   void _DropLost(LONGLONG now) RK_REQUIRES(m_lock);
   void _ChangeState(EState state);
@@ -70,7 +68,7 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   const DWORD m_startBytes;
   const CRkRef<IRkAudioMonitor> m_monitor;
   const Clock m_clock;
-  const CRkHandle m_changed = CRkHandle::AutoResetEvent();    // for who waits for a notification
+  const CRkHandle m_changed = CRkHandle::AutoResetEvent();    // wakes WaitForNotify
   const CRkHandle m_playedOut = CRkHandle::AutoResetEvent();  // the last written byte has been pulled
 
   CRkCriticalSection m_control RK_ACQUIRED_BEFORE(m_lock);
@@ -79,8 +77,8 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   CRkAudioRing m_ring RK_GUARDED_BY(m_lock);
   CRkSmoothPosition m_position RK_GUARDED_BY(m_lock);
   CRkNotifyTimer m_notify RK_GUARDED_BY(m_lock);
-  double m_heardFrames RK_GUARDED_BY(m_lock) = 0.0;  // as last read; stands while nothing plays
-  double m_toldFrames RK_GUARDED_BY(m_lock) = 0.0;   // the user's; behind what is heard after a jump only
+  double m_heardFrames RK_GUARDED_BY(m_lock) = 0.0;     // as last read; stands while nothing plays
+  double m_reportedFrames RK_GUARDED_BY(m_lock) = 0.0;  // to the user; lags after a jump only
   bool m_lossLogged RK_GUARDED_BY(m_lock) = false;
   ULONGLONG m_droppedBytes RK_GUARDED_BY(m_lock) = 0;
   UINT m_losses RK_GUARDED_BY(m_lock) = 0;

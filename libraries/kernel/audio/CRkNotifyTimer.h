@@ -11,7 +11,7 @@ class CRkNotifyTimer {
  public:
   static constexpr LONGLONG kNever = std::numeric_limits<LONGLONG>::max();
 
-  // Nothing is notified for an interval that is not above 0. Begins anew when it runs.
+  // An interval that is not above 0 notifies nothing. Restarts a timer that runs.
   void SetInterval(double milliseconds, LONGLONG now) {
     m_intervalNs = milliseconds > 0.0 && milliseconds < kLongestMs ? milliseconds * 1e6 : 0.0;
     if (m_started) Start(now);

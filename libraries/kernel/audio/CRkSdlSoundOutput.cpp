@@ -61,7 +61,7 @@ bool CRkSdlSoundOutput::Open(const SRkWaveFormatInfo& format, IRkSoundSource& so
   return m_device != 0;
 }
 
-// A device that has been unplugged is still asked, at a pace of its own; nothing of that is heard.
+// SDL keeps pulling for an unplugged device; that sound must not be taken from the source.
 void CRkSdlSoundOutput::_OnPull(void* context, Uint8* data, int bytes) {
   auto& self = *static_cast<CRkSdlSoundOutput*>(context);
   if (self.IsLost()) {

@@ -7,7 +7,7 @@
 // The machine's sound card, through SDL. Its thread pulls, in periods of about 10 ms; the device stays open
 // between Stop and Start and plays silence then. A device that is unplugged is lost for good.
 //
-// SDL counts who uses its audio without a lock, so opening and destruction take one of the process.
+// SDL counts the users of its audio without a lock, so opening and destruction take a lock of the process.
 class CRkSdlSoundOutput final : public IRkSoundOutput {
  public:
   CRkSdlSoundOutput() = default;

@@ -6,8 +6,8 @@
 class IRkSoundSource {
  public:
   virtual ~IRkSoundSource() = default;
-  // Fills `data` with what is to be heard next, whole samples. On the sound system's thread, one call at a
-  // time, between Start and the end of Stop.
+  // Fills `data` with the next whole samples. On the sound system's thread, one call at a time, between
+  // Start and the end of Stop.
   virtual void Pull(BYTE* data, DWORD bytes) = 0;
 };
 
@@ -21,12 +21,12 @@ class IRkSoundOutput {
   virtual bool Open(const SRkWaveFormatInfo& format, IRkSoundSource& source) = 0;
   // Begins to pull. It may be started again after a Stop.
   virtual void Start() = 0;
-  // No pull is under way any more when it returns. What has been pulled is still heard.
+  // Returns when the last pull has. Sound already pulled still plays.
   virtual void Stop() = 0;
   // The device has gone and will not pull again.
   virtual bool IsLost() = 0;
-  // Samples that lie between those pulled and those heard at the moment of a pull.
+  // Samples between those pulled and those heard at the moment of a pull.
   virtual DWORD LatencyFrames() const = 0;
-  // Nobody hears it: it is never lost, and nothing needs to be waited for at the end of play.
+  // Plays to nobody: it is never lost, and the end of play waits for nothing.
   virtual bool IsVirtual() const = 0;
 };

@@ -7,8 +7,8 @@
 #include "base/CRkUnknown.h"
 #include "contracts/RkKernel.h"
 
-// Paces its caller by the monotonic clock. Any thread may enter. The mutex guards every field; waiting
-// leaves it, and Start and Stop wake who waits.
+// Paces its caller by the monotonic clock. Any thread may enter. The mutex guards every field; waits release
+// it, and Start and Stop end them.
 class CRkSoftRefClock final : public CRkUnknown<IRkSoftRefClock> {
  public:
   void Start(double framesPerSecond) override;
@@ -23,5 +23,5 @@ class CRkSoftRefClock final : public CRkUnknown<IRkSoftRefClock> {
   double m_framesPerSecond = 0.0;  // 0 while stopped
   Clock::time_point m_start;
   ULONGLONG m_nextTick = 1;
-  UINT m_starts = 0;  // tells a wait that the clock was started or stopped anew
+  UINT m_starts = 0;  // Starts and Stops, by which a wait notices one
 };

@@ -6,8 +6,8 @@
 #include "base/CRkRef.h"
 #include "contracts/RkKernel.h"
 
-// One frame of a clip on its way to the output. Owns references to its parts. One thread at a time uses
-// it; it passes from thread to thread by reference.
+// One frame of a clip on its way to the output. Holds references to its parts. One thread at a time uses it;
+// it passes between threads by reference.
 class CRkAVPlaySample : public CRkLentObject<IRkAVPlaySample> {
  public:
   CRkAVPlaySample() = default;
@@ -16,16 +16,16 @@ class CRkAVPlaySample : public CRkLentObject<IRkAVPlaySample> {
   void SetPosition(UINT position) override { m_position = position; }
   void GetVideoSample(IRkVideoSample** video) override { m_video.CopyTo(video); }
   void SetVideoSample(IRkVideoSample* video) override;
-  // A block past the next free place is not taken, nor one for which there is no memory.
+  // Ignores a block past the next free place, and one for which there is no memory.
   void SetAudioSample(UINT block, IRkAudioSample* audio) override;
   void SetAttachment(IRkUnknown* item) override;
   void GetAudioSample(UINT block, UINT reserved, IRkAudioSample** audio) override;
   BOOL GetAttachment(UINT reserved, IRkUnknown** item) override;
-  // The target gets a video sample of its own, so that stamping the copy never touches the source: the
-  // one it has if that is ours and nobody else holds it, else a new one (none when memory is out).
+  // The target gets a video sample of its own, so that stamping the copy leaves the source alone: its
+  // present one where that is ours and held by nobody else, otherwise a new one (none without memory).
   void CopyTo(IRkAVPlaySample* target) override;
 
-  // As new: lets go of everything.
+  // Releases everything, as after construction.
   void Clear();
 
  protected:

@@ -10,11 +10,11 @@
 #include "libraries/kernel/samples/CRkAVPlaySample.h"
 #include "libraries/kernel/samples/CRkVideoSample.h"
 
-// What a pool's samples belong to. It is held by the pool and by every sample that is out, and so lives
-// until the last of them has come back.
+// The owner of a pool's samples. The pool and every sample that is out hold it, so it lives until the last
+// of them is back.
 //
-// Any thread may enter. The semaphore counts what may still be handed out; the lock guards the samples
-// that lie ready, and nothing is called under it.
+// Any thread may enter. The semaphore counts the samples that may still be handed out; the lock guards the
+// idle ones and is a leaf.
 class CRkSamplePoolCore final : public CRkUnknown<IRkPoolElementOwner> {
  public:
   explicit CRkSamplePoolCore(UINT count);

@@ -5,8 +5,8 @@
 #include "base/CRkUnknown.h"
 #include "contracts/RkKernel.h"
 
-// A block of audio in memory of its own or of the caller's. One thread at a time uses it; it passes from
-// thread to thread by reference, so Lock and Unlock guard nothing.
+// A block of audio in memory of its own or of the caller's. One thread at a time uses it and it passes
+// between threads by reference, so Lock and Unlock guard nothing.
 class CRkUserAudioSample : public CRkUnknown<IRkAudioSample> {
  public:
   // Whether samples of the format can be held, and `capacity` of them counted in bytes by a DWORD.

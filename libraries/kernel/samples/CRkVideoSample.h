@@ -18,9 +18,9 @@ class CRkVideoSample : public CRkPoolElement<IRkVideoSample> {
   void SetBuffer(UINT index, IRkUnknown* buffer) override;
   void SetFrameIndex(UINT index) override { m_frameIndex = index; }
 
-  // Takes over the index and shares the planes of any video sample, in place of its own.
+  // Takes the index of any video sample and shares its planes.
   void CopyFrom(IRkVideoSample* source);
-  // Lets go of the planes and the index.
+  // Releases the planes and forgets the index.
   void Clear();
 
  protected:

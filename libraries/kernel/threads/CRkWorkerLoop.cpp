@@ -41,7 +41,7 @@ bool CRkWorkerLoop::_TakeRun(SRun& run) {
   return true;
 }
 
-// True when the routine is to run again at once.
+// True when the routine is to run again immediately.
 bool CRkWorkerLoop::_FinishRun() {
   CRkScopedLock lock(m_lock);
   if (m_restart) {
@@ -54,8 +54,8 @@ bool CRkWorkerLoop::_FinishRun() {
   return false;
 }
 
-// Bulk work that is raised holds up the very threads it works for: with many channels the samples come
-// late, and each costs a quarter more.
+// Raised bulk work holds up the threads it works for: with many channels samples come late, and each costs
+// a quarter more.
 int CRkWorkerLoop::_Priority() const {
   return m_keepsTime ? m_priority : std::min(m_priority, THREAD_PRIORITY_NORMAL);
 }
@@ -73,7 +73,7 @@ void CRkWorkerLoop::Start() {
     SetEvent(m_stop);
     return;
   }
-  // Here and not on the system thread: a RequestStop that follows must meet this run.
+  // Not on the system thread: a RequestStop that follows must stop this run.
   ResetEvent(m_stop);
   ResetEvent(m_idle);
   m_running = true;

@@ -5,16 +5,15 @@
 
 #include "contracts/RkKernel.h"
 
-// What a worker thread object and its system thread share: the runs that are asked for and what became
-// of them. Both hold it, so a thread that outlives its object (a Close that ran out of time) still finds
-// it.
+// The state that a worker thread object and its system thread share: the requested runs and their progress.
+// Both hold it, so that a thread may outlive its object after a Close that timed out.
 //
 //   waiting --Start--> running --routine returns--> waiting      (idle event set while waiting)
 //      |                  | Start: stop event set, restart kept --routine returns--> running
-//      +------Close-------+--> closed: the loop ends, at once or when the routine has returned
+//      +------Close-------+--> closed: the loop ends, when the routine has returned
 //
-// Run belongs to the system thread, every other operation to any thread. m_lock guards the fields below
-// it and is a leaf: nothing is waited for and no routine is called under it.
+// The system thread calls Run, any thread the rest. m_lock guards the fields below it and is a leaf: no wait
+// and no routine runs under it.
 class CRkWorkerLoop {
  public:
   explicit CRkWorkerLoop(int priority);
@@ -24,7 +23,7 @@ class CRkWorkerLoop {
 
   void Run();
 
-  void Serve();  // from now on Start is obeyed
+  void Serve();  // Start has an effect from now on
   void Start();
   void RequestStop();
   void Close();

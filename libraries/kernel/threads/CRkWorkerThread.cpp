@@ -9,7 +9,7 @@
 CRkWorkerThread::CRkWorkerThread(const std::shared_ptr<CRkWorkerLoop>& loop)
     : m_loop(loop), m_thread([loop] { loop->Run(); }) {}
 
-// Without a Close before it the destructor waits without limit: the routine works on its owner's memory.
+// The routine works on its owner's memory: without a Close the destructor waits for it without limit.
 CRkWorkerThread::~CRkWorkerThread() {
   bool open;
   {

@@ -6,12 +6,12 @@
 #include "base/CRkUnknown.h"
 #include "libraries/kernel/threads/CRkWorkerLoop.h"
 
-// A system thread with the loop it serves. The thread is there from the construction on, so that a
-// thread that the system refuses is a failed creation.
+// A system thread with the loop it serves. The thread exists from the construction on, so that creation
+// fails where the system refuses a thread.
 //
-// Any thread may enter, the worker itself included: on it WaitForStop and Close never wait. Owns the
-// thread until Close joins it, or detaches one that did not end in time. m_threadLock guards only the
-// right to do that and is taken with no other lock.
+// Any thread may enter, the worker itself included: there WaitForStop and Close never wait. Owns the thread
+// until Close joins it, or detaches one that does not end in time. m_threadLock guards only that and is
+// taken with no other lock.
 class CRkWorkerThread : public CRkUnknown<IRkWorkerThread> {
  public:
   // Throws std::system_error without a thread.
