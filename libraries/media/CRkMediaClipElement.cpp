@@ -58,7 +58,7 @@ bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
   if (!m_lastVideo) return false;
   if (m_source->hasVideo) {
     m_pictures.emplace(m_options.deinterlace, _IsPerField(), m_source->isInterlaced);
-    if (!m_pictures->Open(m_source->path, &m_source->pictures, reason)) return false;
+    if (!m_pictures->Open(*m_source, reason)) return false;
   }
   if (!m_source->hasAudio || m_format.audio.channels <= 0) return true;
   m_sound.emplace(m_format.audio);

@@ -57,13 +57,27 @@ bool CRkPacketSource::Read(AVPacket* packet) {
     if (result < 0) {
       ++errors;
     } else if (packet->stream_index == m_stream) {
+      if (m_splices != nullptr) _Shift(packet);
       return true;
     }
   }
   return false;
 }
 
+void CRkPacketSource::_Shift(AVPacket* packet) {
+  if (packet->pos >= 0) m_position = packet->pos;
+  const int64_t stated = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  if (stated == AV_NOPTS_VALUE) return;
+  m_shift = m_splices->ShiftOf(stated, m_position, Stream()->time_base);
+  if (packet->pts != AV_NOPTS_VALUE) packet->pts += m_shift;
+  if (packet->dts != AV_NOPTS_VALUE) packet->dts += m_shift;
+}
+
 bool CRkPacketSource::SeekBefore(int64_t timestamp) {
+  if (m_splices != nullptr) {
+    m_position = m_splices->PositionBefore(timestamp, Stream()->time_base);
+    return av_seek_frame(m_format.get(), -1, m_position, AVSEEK_FLAG_BYTE) >= 0;
+  }
   const AVRational indexBase = m_format->streams[m_indexStream]->time_base;
   const int64_t target = av_rescale_q_rnd(timestamp, Stream()->time_base, indexBase, AV_ROUND_DOWN);
   return av_seek_frame(m_format.get(), m_indexStream, target, AVSEEK_FLAG_BACKWARD) >= 0;
@@ -76,6 +90,7 @@ bool CRkPacketSource::Restart() {
   // The file may have been replaced by another meanwhile.
   if (m_stream >= static_cast<int>(again.m_format->nb_streams)) return false;
   again.Select(m_stream);
+  again.SetSplices(m_splices);
   *this = std::move(again);
   return true;
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
+#include "libraries/media/CRkSplices.h"
 #include "libraries/media/RkAv.h"
 
 // The packets of one stream of a file. Picture and sound are read through a source each, so that either
@@ -17,6 +19,11 @@ class CRkPacketSource {
   // AVERROR_DECODER_NOT_FOUND when it cannot be decoded. Cover art is no picture.
   int FindStream(AVMediaType type) const;
   void Select(int stream);
+  // From now on packets carry times of the continuous timeline, and seeks take them. May be null.
+  void SetSplices(std::shared_ptr<const CRkSplices> splices) { m_splices = std::move(splices); }
+
+  // By how much the times of the last packet were shifted: it changes where the timestamps jump.
+  int64_t Shift() const { return m_shift; }
 
   AVStream* Stream() const { return m_format->streams[m_stream]; }
   AVFormatContext* Format() const { return m_format.get(); }
@@ -30,8 +37,13 @@ class CRkPacketSource {
   bool Restart();
 
  private:
+  void _Shift(AVPacket* packet);
+
   std::string m_path;
   CRkAv<AVFormatContext> m_format;
   int m_stream = -1;
   int m_indexStream = -1;
+  std::shared_ptr<const CRkSplices> m_splices;
+  int64_t m_shift = 0;     // of the last packet's times
+  int64_t m_position = 0;  // of the last packet that states one
 };

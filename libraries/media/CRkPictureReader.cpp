@@ -14,10 +14,10 @@ constexpr int kMaxStepsBack = 8;
 
 }  // namespace
 
-bool CRkPictureReader::Open(const std::string& path, const CRkPictureTimeline* timeline,
-                            std::string& reason) {
-  m_timeline = timeline;
-  return m_shown != nullptr && m_ahead != nullptr && m_decoder.Open(path, AVMEDIA_TYPE_VIDEO, reason);
+bool CRkPictureReader::Open(const SRkMediaSource& source, std::string& reason) {
+  m_timeline = &source.pictures;
+  return m_shown != nullptr && m_ahead != nullptr &&
+         m_decoder.Open(source.path, AVMEDIA_TYPE_VIDEO, source.splices, reason);
 }
 
 CRkPictureReader::SRkPicture CRkPictureReader::Read(int64_t number) {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "libraries/media/CRkPictureTimeline.h"
 #include "libraries/media/CRkStreamDecoder.h"
+#include "libraries/media/SRkMediaSource.h"
 
 // Any picture of a stream by its number on the timeline: decodes on where that is near, and otherwise
 // from the key picture before it. One thread at a time.
@@ -18,8 +18,8 @@ class CRkPictureReader {
     const char* damage;    // null when it is the one asked for; else why it is an earlier one
   };
 
-  // The timeline must outlive the reader.
-  bool Open(const std::string& path, const CRkPictureTimeline* timeline, std::string& reason);
+  // The source must outlive the reader.
+  bool Open(const SRkMediaSource& source, std::string& reason);
   SRkPicture Read(int64_t number);
 
  private:

@@ -19,9 +19,8 @@ void CRkProgressiveReader::SRkStored::Keep(const SRkPicture& picture) {
   number = picture.frame != nullptr && av_frame_ref(frame.get(), picture.frame) >= 0 ? picture.number : -1;
 }
 
-bool CRkProgressiveReader::Open(const std::string& path, const CRkPictureTimeline* timeline,
-                                std::string& reason) {
-  return m_scratch != nullptr && m_reader.Open(path, timeline, reason);
+bool CRkProgressiveReader::Open(const SRkMediaSource& source, std::string& reason) {
+  return m_scratch != nullptr && m_reader.Open(source, reason);
 }
 
 SRkPicture CRkProgressiveReader::Read(int64_t number, bool secondMoment) {

@@ -20,8 +20,8 @@ class CRkProgressiveReader {
   CRkProgressiveReader(int deinterlace, bool perField, bool expectsFields)
       : m_deinterlace(deinterlace), m_perField(perField), m_expectsFields(expectsFields) {}
 
-  // The timeline must outlive the reader.
-  bool Open(const std::string& path, const CRkPictureTimeline* timeline, std::string& reason);
+  // The source must outlive the reader.
+  bool Open(const SRkMediaSource& source, std::string& reason);
 
   // As CRkPictureReader::Read, but the answer's number identifies the moment.
   CRkPictureReader::SRkPicture Read(int64_t picture, bool secondMoment);

@@ -15,7 +15,7 @@ class CRkSoundConverter {
 
   explicit CRkSoundConverter(const SRkWaveFormatInfo& format) : m_format(format) {}
 
-  // Begins anew with sound like the frame's. False when it cannot be converted.
+  // Starts over with sound like the frame's. False when it cannot be converted.
   bool Begin(const AVFrame& like);
   // Goes on with sound of another kind, at the same rate.
   bool GoOnWith(const AVFrame& like);

@@ -32,7 +32,8 @@ int64_t RoundUp(int64_t value, int64_t step) {
 bool CRkSoundReader::Open(const SRkMediaSource& source, std::string& reason) {
   m_originTimeBase = source.originTimeBase;
   m_origin = source.origin;
-  if (m_frame == nullptr || !m_decoder.Open(source.path, AVMEDIA_TYPE_AUDIO, reason)) return false;
+  if (m_frame == nullptr || !m_decoder.Open(source.path, AVMEDIA_TYPE_AUDIO, source.splices, reason))
+    return false;
   if (!_Begin(true)) {
     reason = "its sound cannot be converted";
     return false;
@@ -104,6 +105,7 @@ bool CRkSoundReader::_Begin(bool fromStart) {
     m_ended = true;
     return false;
   }
+  m_shift = m_decoder.Source().Shift();
   const int64_t step = m_converter.SourceStep();
   if (fromStart) {
     m_framesFromStart = 1;
@@ -171,11 +173,14 @@ bool CRkSoundReader::_NextFrame() {
   const int64_t stated = _StatedPlace();
   if (stated == AV_NOPTS_VALUE) return true;
   const int64_t gap = stated - expected;
-  if (gap > _Tolerance()) {
+  // Nothing is known of the sound at a jump of the timestamps but what they say.
+  const bool jumps = m_decoder.Source().Shift() != std::exchange(m_shift, m_decoder.Source().Shift());
+  const int64_t tolerance = jumps ? 0 : _Tolerance();
+  if (gap > tolerance) {
     m_silence = gap - std::min(gap, m_skip);
     m_skip -= std::min(gap, m_skip);
     m_nextPlace += m_silence;
-  } else if (gap < -_Tolerance() && gap >= -kMaxOverlapSeconds * m_converter.SourceRate()) {
+  } else if (gap < -tolerance && gap >= -kMaxOverlapSeconds * m_converter.SourceRate()) {
     m_skip -= gap;
   }
   return true;

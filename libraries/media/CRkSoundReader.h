@@ -52,6 +52,7 @@ class CRkSoundReader {
   int64_t m_readyFrom = 0;
   int64_t m_nextPlace = 0;  // in the source, of what is converted next
   int64_t m_silence = 0;    // source samples of silence to convert before the held frame
+  int64_t m_shift = 0;      // of the source's timestamps at the last frame
   int64_t m_skip = 0;       // source samples to leave out first
 
   // Where timestamps are coarser than samples, frames of one length tell their place: each begins some

@@ -11,7 +11,8 @@ constexpr int kMaxDecodeErrors = 4096;
 
 }  // namespace
 
-bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type, std::string& reason) {
+bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type,
+                            std::shared_ptr<const CRkSplices> splices, std::string& reason) {
   if (!m_source.Open(path, reason)) return false;
   const int stream = m_source.FindStream(type);
   if (stream < 0) {
@@ -19,6 +20,7 @@ bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type, std::stri
     return false;
   }
   m_source.Select(stream);
+  m_source.SetSplices(std::move(splices));
   m_packetHeld = m_ended = false;
   return m_packet != nullptr && _OpenCodec(reason);
 }

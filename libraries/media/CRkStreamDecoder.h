@@ -14,8 +14,9 @@ class CRkStreamDecoder {
     int64_t dts;
   };
 
-  // Starts at the first frame of the best stream of the type.
-  bool Open(const std::string& path, AVMediaType type, std::string& reason);
+  // Starts at the first frame of the best stream of the type. `splices` may be null.
+  bool Open(const std::string& path, AVMediaType type, std::shared_ptr<const CRkSplices> splices,
+            std::string& reason);
 
   // False at the end of what can be decoded. Packets that cannot are passed over.
   bool NextFrame(AVFrame* frame);

@@ -19,6 +19,7 @@ extern "C" {
 struct SRkAvDelete {
   void operator()(AVFormatContext* format) const { avformat_close_input(&format); }
   void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+  void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
   void operator()(AVFrame* frame) const { av_frame_free(&frame); }
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
   void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }

@@ -1,12 +1,12 @@
-#include "libraries/media/RkPictureScan.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 #include <vector>
 
+#include "libraries/media/CRkFieldPairs.h"
 #include "libraries/media/CRkPacketSource.h"
+#include "libraries/media/SRkMediaSource.h"
 
 namespace {
 
@@ -33,28 +33,48 @@ bool OpenPictures(const std::string& path, CRkPacketSource* source, std::string&
   return false;
 }
 
-// Packets that are decoded for others' sake but never shown are left out.
-SRkPacketTimes ReadTimes(CRkPacketSource& source, size_t limit) {
-  SRkPacketTimes result;
+// The pictures in file order. Those that are decoded for others' sake but never shown are left out.
+std::vector<SRkStoredPicture> ReadPictures(CRkPacketSource& source, size_t limit) {
+  std::vector<SRkStoredPicture> pictures;
+  CRkFieldPairs fields(*source.Stream()->codecpar);
   CRkAv<AVPacket> packet(av_packet_alloc());
-  while (result.count < limit && source.Read(packet.get())) {
-    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0) continue;
-    ++result.count;
-    if (packet->pts == AV_NOPTS_VALUE) {
+  while (pictures.size() < limit && source.Read(packet.get())) {
+    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || fields.CompletesPicture(*packet)) continue;
+    const bool isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+    pictures.push_back({packet->pts, packet->dts, packet->duration, packet->pos, isKey});
+  }
+  return pictures;
+}
+
+SRkPacketTimes TimesOf(const std::vector<SRkStoredPicture>& pictures, const CRkSplices* splices,
+                       AVRational timeBase) {
+  SRkPacketTimes result;
+  result.count = static_cast<UINT>(pictures.size());
+  for (const SRkStoredPicture& picture : pictures) {
+    if (picture.pts == AV_NOPTS_VALUE) {
       result.untimed = true;
       continue;
     }
-    if ((packet->flags & AV_PKT_FLAG_KEY) != 0 && result.firstKey == AV_NOPTS_VALUE) {
-      result.firstKey = packet->pts;
-    }
-    result.times.push_back(packet->pts);
-    if (result.end == AV_NOPTS_VALUE || packet->pts + packet->duration > result.end) {
-      result.end = packet->pts + packet->duration;
+    const int64_t shift = splices != nullptr ? splices->ShiftOf(picture.pts, picture.position, timeBase) : 0;
+    const int64_t time = picture.pts + shift;
+    if (picture.isKey && result.firstKey == AV_NOPTS_VALUE) result.firstKey = time;
+    result.times.push_back(time);
+    if (result.end == AV_NOPTS_VALUE || time + picture.duration > result.end) {
+      result.end = time + picture.duration;
     }
   }
   std::sort(result.times.begin(), result.times.end());
   result.times.erase(std::unique(result.times.begin(), result.times.end()), result.times.end());
   return result;
+}
+
+// Null where the timestamps do not jump.
+std::shared_ptr<const CRkSplices> FindSplices(CRkPacketSource& source,
+                                              const std::vector<SRkStoredPicture>& pictures) {
+  if ((source.Format()->iformat->flags & AVFMT_TS_DISCONT) == 0) return nullptr;
+  auto splices = std::make_shared<CRkSplices>();
+  if (!splices->Find(pictures, source.Stream()->time_base, source.Stream()->avg_frame_rate)) return nullptr;
+  return splices;
 }
 
 // Every picture so near its place at the rate that no rounding mistakes it for a neighbour.
@@ -150,7 +170,7 @@ bool IsIndexComplete(CRkPacketSource& source) {
 // A constant rate told from the index alone. False where only reading the file through can tell.
 bool TimelineFromIndex(CRkPacketSource& source, int64_t firstDecoded, CRkPictureTimeline* timeline) {
   if (!IsMovFamily(source)) return false;
-  const SRkPacketTimes head = ReadTimes(source, kMaxReorder);
+  const SRkPacketTimes head = TimesOf(ReadPictures(source, kMaxReorder), nullptr, source.Stream()->time_base);
   if (head.untimed || head.times.empty() || !IsIndexComplete(source)) return false;
   std::vector<int64_t> decodeTimes;
   const int entries = avformat_index_get_entries_count(source.Stream());
@@ -190,27 +210,30 @@ CRkPictureTimeline TimelineFromTimes(CRkPacketSource& source, SRkPacketTimes pac
   return CRkPictureTimeline::Variable(stream->time_base, std::move(times), end);
 }
 
+CRkPictureTimeline TimelineFromCount(CRkPacketSource& source, UINT count) {
+  AVRational rate = NearTableRate(av_guess_frame_rate(source.Format(), source.Stream(), nullptr));
+  if (rate.num <= 0 || rate.den <= 0) rate = {25, 1};
+  const int64_t start = source.Stream()->start_time;
+  return CRkPictureTimeline::Counted(source.Stream()->time_base, start == AV_NOPTS_VALUE ? 0 : start, rate,
+                                     count);
+}
+
 }  // namespace
 
-bool RkScanPictures(const std::string& path, int64_t firstDecoded, CRkPictureTimeline* timeline,
-                    std::string& reason) {
+bool RkScanPictures(int64_t firstDecoded, SRkMediaSource* media, std::string& reason) {
   CRkPacketSource source;
-  if (!OpenPictures(path, &source, reason)) return false;
-  if (TimelineFromIndex(source, firstDecoded, timeline)) return true;
-  if (!OpenPictures(path, &source, reason)) return false;
-  SRkPacketTimes packets = ReadTimes(source, SIZE_MAX);
-  if (packets.count == 0) {
+  if (!OpenPictures(media->path, &source, reason)) return false;
+  if (TimelineFromIndex(source, firstDecoded, &media->pictures)) return true;
+  if (!OpenPictures(media->path, &source, reason)) return false;
+  const std::vector<SRkStoredPicture> pictures = ReadPictures(source, SIZE_MAX);
+  if (pictures.empty()) {
     reason = "no picture in it";
     return false;
   }
-  if (packets.untimed || packets.times.empty()) {
-    AVRational rate = NearTableRate(av_guess_frame_rate(source.Format(), source.Stream(), nullptr));
-    if (rate.num <= 0 || rate.den <= 0) rate = {25, 1};
-    const int64_t start = source.Stream()->start_time;
-    *timeline = CRkPictureTimeline::Counted(source.Stream()->time_base, start == AV_NOPTS_VALUE ? 0 : start,
-                                            rate, packets.count);
-    return true;
-  }
-  *timeline = TimelineFromTimes(source, std::move(packets), firstDecoded);
+  media->splices = FindSplices(source, pictures);
+  SRkPacketTimes packets = TimesOf(pictures, media->splices.get(), source.Stream()->time_base);
+  media->pictures = packets.untimed || packets.times.empty()
+                        ? TimelineFromCount(source, packets.count)
+                        : TimelineFromTimes(source, std::move(packets), firstDecoded);
   return true;
 }

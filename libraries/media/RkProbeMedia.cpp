@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "libraries/media/CRkStreamDecoder.h"
-#include "libraries/media/RkPictureScan.h"
 #include "libraries/media/SRkMediaSource.h"
 
 namespace {
@@ -18,7 +17,7 @@ bool HasStream(const CRkPacketSource& file, AVMediaType type, bool* has, std::st
 bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reason) {
   CRkStreamDecoder decoder;
   CRkAv<AVFrame> frame(av_frame_alloc());
-  if (!decoder.Open(source->path, AVMEDIA_TYPE_VIDEO, reason)) return false;
+  if (!decoder.Open(source->path, AVMEDIA_TYPE_VIDEO, nullptr, reason)) return false;
   if (!decoder.NextFrame(frame.get())) {
     reason = "none of its pictures can be decoded";
     return false;
@@ -26,7 +25,7 @@ bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reas
   RkCompletePicture(decoder.Source().Format(), decoder.Stream(), frame.get());
   reason = RkWhyNotConvertible(*frame);
   if (!reason.empty()) return false;
-  if (!RkScanPictures(source->path, frame->best_effort_timestamp, &source->pictures, reason)) return false;
+  if (!RkScanPictures(frame->best_effort_timestamp, source, reason)) return false;
   source->originTimeBase = source->pictures.TimeBase();
   source->origin = source->pictures.Origin();
   source->isInterlaced = frame->interlaced_frame != 0;
@@ -43,7 +42,7 @@ bool ProbePictures(SRkMediaSource* source, SRkMediaLook* look, std::string& reas
 bool ProbeSound(SRkMediaSource* source, SRkMediaLook* look, std::string& reason) {
   CRkStreamDecoder decoder;
   CRkAv<AVFrame> frame(av_frame_alloc());
-  if (!decoder.Open(source->path, AVMEDIA_TYPE_AUDIO, reason)) return false;
+  if (!decoder.Open(source->path, AVMEDIA_TYPE_AUDIO, nullptr, reason)) return false;
   if (!decoder.NextFrame(frame.get())) {
     // Sound that never begins is as good as none beside pictures: cameras leave such empty tracks.
     source->hasAudio = false;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "contracts/RkMediaElement.h"
 #include "libraries/media/CRkPictureTimeline.h"
+#include "libraries/media/CRkSplices.h"
 #include "libraries/media/RkPictureKind.h"
 
 // What is known of a media file before it is played. Shared and unchanged once it has been found out.
@@ -11,8 +13,9 @@ struct SRkMediaSource {
   std::string path;
   bool hasVideo = false;
   bool hasAudio = false;
-  CRkPictureTimeline pictures;  // of files with pictures
-  bool isInterlaced = false;    // as the first picture is marked
+  CRkPictureTimeline pictures;                // of files with pictures
+  bool isInterlaced = false;                  // as the first picture is marked
+  std::shared_ptr<const CRkSplices> splices;  // null where timestamps never jump
   // Time 0 of the element: the first picture, or the first sound of a file without pictures.
   AVRational originTimeBase{0, 1};
   int64_t origin = 0;
@@ -39,3 +42,10 @@ void RkSetReason(const std::string& reason, SRkMediaReason* out);
 
 // False when the file cannot be played; `reason` then says why. `look` may be null.
 bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason);
+
+// Finds out when the pictures of a file are shown, and how many it says it has: what a truncated file has
+// lost still counts. Fills in the timeline, its origin and the splices. `firstDecoded` is the timestamp of
+// the first picture that a decoder gave.
+//
+// Containers of the mov family have an index of every picture at hand; other files are read through once.
+bool RkScanPictures(int64_t firstDecoded, SRkMediaSource* source, std::string& reason);

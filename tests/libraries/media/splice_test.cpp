@@ -1,0 +1,89 @@
+// Recordings whose clock jumps: every picture is shown once, sound stays beside it, and a seek finds what
+// playing on gives.
+
+#include "tests/libraries/media/MediaTest.h"
+
+namespace {
+
+class CSpliceTest : public CMediaTest {
+ protected:
+  // A recording of two seconds with a tone of its own, whose clock starts at `start` seconds.
+  std::string Record(const std::string& name, const std::string& pattern, int tone, double start,
+                     const std::string& coding) {
+    return Make(name, "-f lavfi -i " + pattern +
+                          "=s=160x120:r=25:d=2 -f lavfi -i sine=r=48000:f=" + std::to_string(tone) + ":d=2 " +
+                          coding + " -c:a mp2 -b:a 128k -output_ts_offset " + std::to_string(start));
+  }
+
+  // The files one after the other.
+  std::string Join(const std::vector<std::string>& parts) {
+    const std::string path = folder.Path("joined.ts");
+    std::string command = "cat";
+    for (const std::string& part : parts) command += " '" + part + "'";
+    RkRun(command + " > '" + path + "'");
+    return path;
+  }
+
+  static int MaxDifference(const std::string& sound, const std::string& other) {
+    const auto* a = reinterpret_cast<const int16_t*>(sound.data());
+    const auto* b = reinterpret_cast<const int16_t*>(other.data());
+    int difference = sound.size() == other.size() ? 0 : INT_MAX;
+    for (size_t i = 0; difference != INT_MAX && i < sound.size() / 2; ++i) {
+      difference = std::max(difference, std::abs(a[i] - b[i]));
+    }
+    return difference;
+  }
+
+  // Whole cycles of the sound of some frames, times 25.
+  static int ToneOf(const std::vector<SFrame>& frames, size_t first) {
+    const std::string sound =
+        Sound({frames.begin() + static_cast<long>(first), frames.begin() + static_cast<long>(first) + 5});
+    const auto* samples = reinterpret_cast<const int16_t*>(sound.data());
+    int rises = 0;
+    for (size_t i = 1; i < sound.size() / 2; ++i) rises += samples[i - 1] < 0 && samples[i] >= 0 ? 1 : 0;
+    return rises * 5;
+  }
+};
+
+const std::string kMpeg2 = "-c:v mpeg2video -qscale:v 3 -g 12 -bf 2";
+const std::string kH264 =
+    "-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 12 -bf 2 -x264-params open-gop=0";
+
+TEST_F(CSpliceTest, every_picture_of_joined_recordings_is_shown_once_beside_its_sound) {
+  for (const std::string& coding : {kMpeg2, kH264}) {
+    const std::string first = Record("first.ts", "testsrc2", 400, 0, coding);
+    const std::string again = Record("again.ts", "testsrc", 800, 0, coding);
+    const std::string later = Record("later.ts", "testsrc", 800, 3600, coding);
+    const std::string near = Record("near.ts", "testsrc", 800, 4, coding);
+    for (const std::vector<std::string>& parts : {std::vector{first, again},
+                                                  {first, later},
+                                                  {later, first},
+                                                  {first, near},
+                                                  {first, again, first, later}}) {
+      const std::string joined = Join(parts);
+      SCOPED_TRACE(parts.back() + coding);
+      std::string reference;
+      for (const std::string& part : parts) reference += RkReferencePictures(part);
+      SRkClipFormat as = Describe(joined).format;
+      EXPECT_EQ(as.video.frameRate, RkFrameRate_25);
+      const auto element = OpenAs(joined, as);
+      ASSERT_EQ(element->GetFrameCount(), parts.size() * 50);
+      const std::vector<SFrame> frames = Rest(element);
+      for (size_t i = 0; i < frames.size(); ++i) ExpectPicture(frames[i], reference, i);
+      for (size_t part = 0; part < parts.size(); ++part) {
+        const int tone = parts[part] == first ? 400 : 800;
+        EXPECT_NEAR(ToneOf(frames, part * 50 + 5), tone, 10) << part;
+        EXPECT_NEAR(ToneOf(frames, part * 50 + 40), tone, 10) << part;
+      }
+      const auto last = static_cast<UINT>(frames.size() - 1);
+      for (const UINT offset : {last, 51u, 50u, 49u, 70u, 3u}) {
+        const SFrame frame = At(element, offset);
+        EXPECT_TRUE(frame.picture == frames[offset].picture) << offset;
+        EXPECT_LE(MaxDifference(frame.sound, frames[offset].sound), 1) << offset;
+      }
+      EXPECT_TRUE(sink.substituted.empty());
+    }
+  }
+}
+
+}  // namespace
