@@ -3,45 +3,25 @@
 #include <algorithm>
 #include <new>
 
+#include "base/CRkDeadline.h"
 #include "base/RkLogLine.h"
-#include "source_channel/CRkClipSourceRun.h"
 
 namespace {
 
 constexpr int kWorkerPriority = THREAD_PRIORITY_TIME_CRITICAL;
-constexpr DWORD kPreRollTimeoutMs = 1000;
-constexpr DWORD kPauseTimeoutMs = 1000;
-constexpr DWORD kStopTimeoutMs = 100000;
-constexpr DWORD kCloseTimeoutMs = 1000;
 
 int ValidRepeatCount(int repeatCount) {
   return repeatCount == kRkRepeatEndless ? kRkRepeatEndless : std::max(repeatCount, 1);
 }
 
-constexpr UINT kEndOfListBit = 1;
-constexpr UINT kWhilePausedBit = 2;
-constexpr int kRunShift = 2;
-
-// Run numbers wrap where the tag ends.
-constexpr UINT NextRun(UINT run) {
-  return (run + 1) & (0xFFFFFFFFu >> kRunShift);
-}
-
 }  // namespace
 
-LONG SRkSampleTag::Pack() const {
-  return static_cast<LONG>((run << kRunShift) | (whilePaused ? kWhilePausedBit : 0) |
-                           (endOfList ? kEndOfListBit : 0));
-}
-
-SRkSampleTag SRkSampleTag::Unpack(LONG tag) {
-  const UINT bits = static_cast<UINT>(tag);
-  return {(bits & kEndOfListBit) != 0, (bits & kWhilePausedBit) != 0, bits >> kRunShift};
-}
-
 CRkClipSourceChannel::CRkClipSourceChannel(const SRkVideoResolution& resolution,
-                                           const SRkWaveFormatInfo& format)
-    : m_format{format, resolution} {}
+                                           const SRkWaveFormatInfo& format, const SRkChannelWaits& waits)
+    : m_waits(waits) {
+  m_settings.video.Set(resolution);
+  m_settings.audio.Set(format);
+}
 
 CRkClipSourceChannel::~CRkClipSourceChannel() {
   _ReleaseAll();
@@ -58,8 +38,7 @@ BOOL CRkClipSourceChannel::_Initialize(UINT preRollCount, UINT cacheCapacity, IR
   m_thread->Create();
   m_thread->SetThreadProc(&_ThreadProc, this);
   SetPlayBufferPool(pool);
-  m_position = 0;
-  m_status = RkSourceChannel_Stopped;
+  m_progress.Stop();
   m_preRollCount = preRollCount;
   return TRUE;
 }
@@ -73,7 +52,7 @@ bool CRkClipSourceChannel::_CreateObjects(UINT cacheCapacity) {
 // Copes with whatever was not created.
 void CRkClipSourceChannel::_ReleaseAll() {
   Stop();
-  if (m_thread) m_thread->Close(kCloseTimeoutMs);
+  if (m_thread) m_thread->Close(m_waits.closeMs);
   m_thread.Reset();
   RemoveSampleProcessor();
   m_cache.Reset();
@@ -88,52 +67,35 @@ BOOL CRkClipSourceChannel::Play(UINT startPosition, int repeatCount) {
   const UINT total = m_list->GetTotalFrameCount();
   if (startPosition >= total) return FALSE;
 
-  // Takes back a restart that still waits for a slow read: it would begin as a second run of this number.
+  // Takes back a start that still waits for a slow read to return; it would otherwise run as well.
   m_thread->RequestStop();
   const int passes = ValidRepeatCount(repeatCount);
-  {
-    // Position and status are set before the worker starts, so that a quick consumer's are not undone.
-    CRkScopedLock lock(m_requestLock);
-    m_startPosition = startPosition;
-    m_loopCounter = 0;
-    m_repeatCount = passes;
-    m_run = NextRun(m_run);
-    m_position = startPosition;
-    m_status = RkSourceChannel_Playing;
-  }
+  // Position and status are set before the worker starts, so that those of a quick consumer stay.
+  m_progress.Begin(startPosition, passes);
   m_cache->Flush();
-  m_orders.ResumeForNewRun();
+  m_orders.Restart();
   m_thread->Start();
-  m_cache->WaitForCount(kPreRollTimeoutMs, static_cast<LONG>(_PreRollTarget(total, startPosition, passes)));
+  const UINT target = _PreRollTarget(total, startPosition, passes);
+  m_cache->WaitForCount(m_waits.preRollMs, static_cast<LONG>(target));
   return TRUE;
 }
 
-// Never waits for more frames than all passes will give.
+// At most the frames from the start to the end of the last pass, counted in 32 bits.
 UINT CRkClipSourceChannel::_PreRollTarget(UINT total, UINT startPosition, int repeatCount) const {
   if (repeatCount == kRkRepeatEndless || total == kRkNoPosition) return m_preRollCount;
-  const ULONGLONG frames = static_cast<ULONGLONG>(repeatCount) * total - startPosition;
-  return static_cast<UINT>(std::min<ULONGLONG>(m_preRollCount, frames));
+  return std::min(m_preRollCount, static_cast<UINT>(repeatCount) * total - startPosition);
 }
 
 BOOL CRkClipSourceChannel::Stop() {
   if (m_thread) m_thread->RequestStop();
-  {
-    // A consumer must not meet what the worker still puts behind the gap that a flush leaves.
-    CRkScopedLock lock(m_requestLock);
-    m_run = NextRun(m_run);
-  }
-  // Emptying the cache frees a worker that is blocked on it; what that one still puts goes afterwards.
+  // The consumer must not get a sample that the worker still queues behind the gap which a flush leaves.
+  m_progress.LeaveEpoch();
+  // The first flush frees a worker that is blocked on a full cache, the second drops its last sample.
   if (m_cache) m_cache->Flush();
-  if (m_thread) m_thread->WaitForStop(kStopTimeoutMs);
+  if (m_thread) m_thread->WaitForStop(m_waits.stopMs);
   if (m_cache) m_cache->Flush();
-  {
-    CRkScopedLock lock(m_requestLock);
-    m_position = 0;
-    m_status = RkSourceChannel_Stopped;
-    m_repeatCount = 1;
-    m_loopCounter = 0;
-  }
-  m_orders.Forget();
+  m_progress.Stop();
+  m_orders.Clear();
   return TRUE;
 }
 
@@ -141,53 +103,30 @@ BOOL CRkClipSourceChannel::GetSample(UINT timeoutMs, IRkAVPlaySample** sample) {
   if (sample == nullptr) return FALSE;
   *sample = nullptr;
   const CRkDeadline deadline(timeoutMs);
-  do {
-    if (_TakeOfThisRun(deadline, sample)) return TRUE;
-  } while (deadline.RemainingMs() > 0);  // the cache answers early when a flush met its wait
-  return FALSE;
-}
-
-bool CRkClipSourceChannel::_TakeOfThisRun(const CRkDeadline& deadline, IRkAVPlaySample** sample) {
   CRkRef<IRkAVPlaySample> taken;
   LONG tag = 0;
   do {
-    if (!m_cache->GetSample(deadline.RemainingMs(), taken.Out(), &tag)) return false;
-  } while (!_Deliver(taken->GetPosition(), SRkSampleTag::Unpack(tag)));
+    if (!m_cache->GetSample(deadline.RemainingMs(), taken.Out(), &tag)) return FALSE;
+  } while (!m_progress.Deliver(taken->GetPosition(), SRkSampleTag::Unpack(tag)));
   *sample = taken.Detach();
-  return true;
-}
-
-// Records a sample as taken. False for one that an earlier run left behind.
-bool CRkClipSourceChannel::_Deliver(UINT position, const SRkSampleTag& tag) {
-  CRkScopedLock lock(m_requestLock);
-  if (tag.run != m_run) return false;
-  m_position = position;
-  if (tag.endOfList && !tag.whilePaused) _CountPass();
-  const bool finalPass = m_repeatCount != kRkRepeatEndless && m_loopCounter >= m_repeatCount;
-  m_status = finalPass && tag.endOfList ? RkSourceChannel_Stopped : RkSourceChannel_Playing;
-  return true;
-}
-
-void CRkClipSourceChannel::_CountPass() {
-  if (m_repeatCount != kRkRepeatEndless && m_loopCounter < m_repeatCount) ++m_loopCounter;
+  return TRUE;
 }
 
 void CRkClipSourceChannel::SetRepeatCount(int repeatCount) {
-  CRkScopedLock lock(m_requestLock);
-  m_repeatCount = ValidRepeatCount(repeatCount);
+  m_progress.SetRepeatCount(ValidRepeatCount(repeatCount));
 }
 
 BOOL CRkClipSourceChannel::BeginSeek(UINT mode) {
   m_orders.Pause();
   m_cache->Flush();
   _AwaitPause();
-  _SetElementModes(mode);
+  _SetElementModes(mode, nullptr);
   return TRUE;
 }
 
 // An idle worker has nothing to pause and would not answer.
 void CRkClipSourceChannel::_AwaitPause() {
-  if (!m_thread->IsIdle()) m_orders.WaitForAcknowledge(kPauseTimeoutMs);
+  if (!m_thread->IsIdle()) m_orders.WaitForAcknowledge(m_waits.pauseMs);
 }
 
 BOOL CRkClipSourceChannel::Seek(UINT position, UINT timeoutMs) {
@@ -208,12 +147,12 @@ UINT CRkClipSourceChannel::GetElementMode() {
 
 void CRkClipSourceChannel::SetElementMode(UINT mode, UINT position) {
   if (m_list->GetCount() == 0) return;
-  const bool changed = _SetElementModes(mode);
+  const auto current = m_currentElement.Get();
+  const bool changed = _SetElementModes(mode, current.Get());
   if (!changed && position == kRkNoPosition) return;
 
-  // A running worker moves its element itself, so that nobody moves it under a read.
+  // A running worker moves its element itself, because an element must not be moved under a read.
   const UINT offset = position == kRkNoPosition ? 0 : position;
-  const auto current = m_currentElement.Get();
   const bool workerIsIdle = m_thread->IsIdle() != FALSE;
   m_orders.PauseAndMove(current && !workerIsIdle ? offset : kRkNoPosition);
   m_cache->Flush();
@@ -222,14 +161,14 @@ void CRkClipSourceChannel::SetElementMode(UINT mode, UINT position) {
   m_orders.Resume();
 }
 
-// Whether the current element's mode was another.
-bool CRkClipSourceChannel::_SetElementModes(UINT mode) {
-  const auto current = m_currentElement.Get();
+// Gives every element the mode. Returns whether `asked`, which may be null, had another; only that element
+// is asked.
+bool CRkClipSourceChannel::_SetElementModes(UINT mode, IRkClipElement* asked) {
   BOOL changed = FALSE;
   CRkRef<IRkClipElement> element;
   m_list->GetFirstElement(element.Out());
   while (element) {
-    element->SetMode(mode, element.Get() == current.Get() ? &changed : nullptr);
+    element->SetMode(mode, element.Get() == asked ? &changed : nullptr);
     CRkRef<IRkClipElement> next;
     m_list->GetNextElement(element.Get(), next.Out());
     element = std::move(next);
@@ -239,36 +178,34 @@ bool CRkClipSourceChannel::_SetElementModes(UINT mode) {
 
 BOOL CRkClipSourceChannel::SetSampleProcessor(IRkClipSampleProcessor* processor) {
   if (processor == nullptr) return FALSE;
-  m_sampleHook.Set(CRkRef<IRkClipSampleProcessor>::Retain(processor));
+  m_settings.hook.Set(CRkRef<IRkClipSampleProcessor>::Retain(processor));
   return TRUE;
 }
 
 void CRkClipSourceChannel::RemoveSampleProcessor() {
-  m_sampleHook.Set({});
+  m_settings.hook.Set({});
 }
 
 void CRkClipSourceChannel::SetVideoResolution(const SRkVideoResolution& resolution) {
-  CRkScopedLock lock(m_settingsLock);
-  m_format.video = resolution;
+  m_settings.video.Set(resolution);
 }
 
 void CRkClipSourceChannel::SetWaveFormatInfo(const SRkWaveFormatInfo& format) {
-  CRkScopedLock lock(m_settingsLock);
-  m_format.audio = format;
+  m_settings.audio.Set(format);
 }
 
 BOOL CRkClipSourceChannel::SetPlayBufferPool(IRkPlayBufferPool* pool) {
-  m_pool.Set(CRkRef<IRkPlayBufferPool>::Retain(pool));
+  m_settings.pool.Set(CRkRef<IRkPlayBufferPool>::Retain(pool));
   return pool != nullptr ? TRUE : FALSE;
 }
 
 BOOL CRkClipSourceChannel::GetPosition(UINT* position) {
-  *position = m_position;
+  *position = m_progress.Position();
   return TRUE;
 }
 
 void CRkClipSourceChannel::GetStatus(UINT* status) {
-  *status = m_status;
+  *status = m_progress.Status();
 }
 
 BOOL CRkClipSourceChannel::InsertElement(UINT index, IRkClipElement* element) {
@@ -298,16 +235,8 @@ UINT CRkClipSourceChannel::_ThreadProc(void* context, HANDLE stopEvent) {
 }
 
 UINT CRkClipSourceChannel::_ProduceSamples(HANDLE stopEvent) {
-  CRkClipSourceRun(*this, stopEvent).Produce();
+  const SRkReaderParts parts = {*m_list,    *m_cache,         m_orders, m_progress,
+                                m_settings, m_currentElement, m_waits};
+  CRkClipReader(parts, stopEvent).Read();
   return 1;
-}
-
-CRkClipSourceChannel::SRunStart CRkClipSourceChannel::_RunStart() {
-  CRkScopedLock lock(m_requestLock);
-  return {m_startPosition, m_run};
-}
-
-SRkClipFormat CRkClipSourceChannel::_Format() {
-  CRkScopedLock lock(m_settingsLock);
-  return m_format;
 }

@@ -1,40 +1,21 @@
 #pragma once
 
-#include <atomic>
-
-#include "base/CRkCriticalSection.h"
-#include "base/CRkLockedRef.h"
 #include "base/CRkUnknown.h"
-#include "base/RkMonotonicTime.h"
-#include "source_channel/CRkClipSampleCache.h"
-#include "source_channel/CRkWorkerOrders.h"
+#include "source_channel/CRkClipReader.h"
 #include "source_channel/IRkClipSourceChannel.h"
 
-// What travels with each sample through the cache, packed into the cache's tag.
-struct SRkSampleTag {
-  bool endOfList;    // the last frame of the list's last element
-  bool whilePaused;  // asked for while paused: showing it plays nothing
-  UINT run;          // the worker's run that read it
-
-  LONG Pack() const;
-  static SRkSampleTag Unpack(LONG tag);
-};
-
-// Plays one clip element list: owns the list, the cache, the worker thread and, since the worker opened
+// Plays one clip element list. Owns the list, the cache, the worker thread and, once the worker has opened
 // it, the current element; holds a reference to the buffer pool and the sample hook.
 //
-// Threads: a control thread (every operation), the consumer (GetSample) and the worker (_ThreadProc,
-// which is CRkClipSourceRun). They meet in the cache, in the orders, and in the fields below.
-// Locks: the request lock guards the course of play, the settings lock the format; the three shared
-// references guard themselves. None is held together with another lock, nor across a wait or a call into
-// an element, the hook or the cache.
-//
-// Passes are counted where they are delivered, since the worker may be ahead by more than a list or
-// behind the consumer. Every run has a number that its samples carry: what an earlier run left behind, a
-// sample on its way to the cache while it was flushed, is never delivered.
+// Threads: a control thread (every operation), the consumer (GetSample) and the worker (_ThreadProc, which
+// runs a CRkClipReader). They meet in the cache, the orders, the progress, the settings and the current
+// element. Each of these guards itself with a lock of its own, which it holds neither together with another
+// nor across a wait or a call into an element or the hook.
 class CRkClipSourceChannel final : public CRkUnknown<IRkClipSourceChannel> {
  public:
-  CRkClipSourceChannel(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format);
+  // `waits` is borrowed for the channel's whole life.
+  CRkClipSourceChannel(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format,
+                       const SRkChannelWaits& waits = g_rkChannelWaits);
   ~CRkClipSourceChannel() override;
 
   // Once, right after construction.
@@ -65,48 +46,22 @@ class CRkClipSourceChannel final : public CRkUnknown<IRkClipSourceChannel> {
   BOOL GetElementAtPosition(UINT position, IRkClipElement** element) override;
 
  private:
-  friend class CRkClipSourceRun;
-
-  // Where a run begins, and its number.
-  struct SRunStart {
-    UINT position;
-    UINT number;
-  };
-
   static UINT _ThreadProc(void* context, HANDLE stopEvent);
   UINT _ProduceSamples(HANDLE stopEvent);
 
   bool _CreateObjects(UINT cacheCapacity);
   void _ReleaseAll();
   UINT _PreRollTarget(UINT total, UINT startPosition, int repeatCount) const;
-  bool _TakeOfThisRun(const CRkDeadline& deadline, IRkAVPlaySample** sample);
-  bool _Deliver(UINT position, const SRkSampleTag& tag) RK_EXCLUDES(m_requestLock);
-  void _CountPass() RK_REQUIRES(m_requestLock);
-  bool _SetElementModes(UINT mode);
+  bool _SetElementModes(UINT mode, IRkClipElement* asked);
   void _AwaitPause();
 
-  SRunStart _RunStart() RK_EXCLUDES(m_requestLock);
-  SRkClipFormat _Format() RK_EXCLUDES(m_settingsLock);
-
+  const SRkChannelWaits& m_waits;
   CRkRef<CRkClipSampleCache> m_cache;
   CRkRef<IRkClipElementList> m_list;
   CRkRef<IRkWorkerThread> m_thread;
-  CRkWorkerOrders m_orders;
-  UINT m_preRollCount = 0;
-
+  CRkPendingOrders m_orders;
+  CRkSourceProgress m_progress;
+  SRkSourceSettings m_settings;
   CRkLockedRef<IRkClipElement> m_currentElement;
-  CRkLockedRef<IRkPlayBufferPool> m_pool;
-  CRkLockedRef<IRkClipSampleProcessor> m_sampleHook;
-
-  std::atomic<UINT> m_status = RkSourceChannel_Constructed;
-  std::atomic<UINT> m_position = 0;  // of the sample taken last
-
-  CRkCriticalSection m_requestLock;
-  UINT m_startPosition RK_GUARDED_BY(m_requestLock) = 0;
-  UINT m_run RK_GUARDED_BY(m_requestLock) = 0;
-  int m_repeatCount RK_GUARDED_BY(m_requestLock) = 1;
-  int m_loopCounter RK_GUARDED_BY(m_requestLock) = 0;  // passes delivered, at most the repeat count
-
-  CRkCriticalSection m_settingsLock;
-  SRkClipFormat m_format RK_GUARDED_BY(m_settingsLock);
+  UINT m_preRollCount = 0;  // set once
 };

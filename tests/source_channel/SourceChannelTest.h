@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/RkCreateObject.h"
+#include "source_channel/CRkClipSourceChannel.h"
 #include "tests/support/RkAsleep.h"
 #include "tests/support/RkFakes.h"
 
@@ -33,7 +35,8 @@ class SourceChannelTest : public testing::Test {
   static constexpr UINT kNothing = kRkNoPosition;
 
   void Build(const std::vector<UINT>& lengths, UINT cacheCapacity = kRoomy) {
-    ASSERT_EQ(RkCreateClipSourceChannel(1, cacheCapacity, kTestVideo, kTestAudio, nullptr, channel.Out()), 1);
+    auto* created = new CRkClipSourceChannel(kTestVideo, kTestAudio, waits);
+    ASSERT_TRUE(RkInitializeAndHandOut(created, channel.Out(), preRollCount, cacheCapacity, nullptr));
     for (const UINT length : lengths) {
       elements.push_back(MakeFake<CFakeElement>(length));
       const auto index = static_cast<UINT>(elements.size() - 1);
@@ -80,6 +83,8 @@ class SourceChannelTest : public testing::Test {
     ASSERT_TRUE(WaitUntil([&] { return element.readGate.SomebodyWaits(); }));
   }
 
+  SRkChannelWaits waits;
+  UINT preRollCount = 1;
   std::vector<CRkRef<CFakeElement>> elements;
   CRkRef<IRkClipSourceChannel> channel;
 };

@@ -14,6 +14,7 @@ TEST_F(ElementModeTest, never_moves_an_element_under_a_read_and_moves_it_afterwa
   while (Take(0) != kNothing) {
   }
   HoldRead(*elements[1]);
+  waits.pauseMs = 1;
   channel->SetElementMode(kMode, 150);  // runs into its time-out
   EXPECT_TRUE(elements[1]->Seeks().empty());
   elements[1]->readGate.Open();

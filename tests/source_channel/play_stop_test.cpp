@@ -60,6 +60,7 @@ TEST_F(PlayStopTest, a_consumer_across_stop_and_play_gets_the_new_run_from_its_s
 TEST_F(PlayStopTest, pause_move_and_stop_return_while_no_element_can_be_opened) {
   Build({3, 4});
   for (const auto& element : elements) element->canOpen = false;
+  waits.preRollMs = waits.pauseMs = 1;
   ASSERT_TRUE(channel->Play(0, 1));
   channel->SetElementMode(1, 2);
   EXPECT_TRUE(channel->BeginSeek(0));

@@ -88,8 +88,10 @@ TEST_F(SeekTest, a_frame_that_was_read_longer_than_a_pause_waits_does_not_come_o
   Build({500});
   ASSERT_TRUE(channel->Play(0, -1));
   HoldRead(*elements[0]);
+  waits.pauseMs = 1;
   channel->BeginSeek(0);  // runs into its time-out
   EXPECT_EQ(Take(0), kNothing);
+  waits.pauseMs = kTestDeadlineMs;
   ASSERT_TRUE(channel->Seek(300, 0));
   elements[0]->readGate.Open();
   EXPECT_EQ(Take(), 300u);
