@@ -3,20 +3,14 @@
 #include <new>
 
 #include "base/RkCreateObject.h"
-#include "base/RkLogLine.h"
-#include "base/RkMonotonicTime.h"
+#include "output_channel/RkOutputChannelLog.h"
 #include "source_channel/CRkClipSourceChannel.h"
 
-namespace {
+using namespace RkOutputChannelLog;
 
-constexpr DWORD kSwitchPlayTimeoutMs = 5000;
+CRkClipOutputChannel::CRkClipOutputChannel(SRkChannelWaits& waits) : m_waits(waits), m_request(waits) {}
 
-}  // namespace
-
-CRkClipOutputChannel::CRkClipOutputChannel()
-    : m_switchRequest(CRkHandle::ManualResetEvent()), m_switchDone(CRkHandle::ManualResetEvent()) {}
-
-// The channels end their workers, which may still call the host, before the sink goes.
+// The sink is released after the workers have ended.
 CRkClipOutputChannel::~CRkClipOutputChannel() {
   _OnAllThree([](CRkRef<IRkClipSourceChannel>& channel) { channel.Reset(); });
   m_notify.Reset();
@@ -25,9 +19,9 @@ CRkClipOutputChannel::~CRkClipOutputChannel() {
 BOOL CRkClipOutputChannel::_Initialize(UINT preRollCount, UINT cacheCapacity,
                                        const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format,
                                        IRkPlayBufferPool* pool, IRkClipOutputChannelNotify* notify) {
-  if (!m_switchRequest || !m_switchDone) return FALSE;
+  if (!m_request.IsValid()) return FALSE;
   for (auto& channel : m_channels) {
-    auto* created = new (std::nothrow) CRkClipSourceChannel(resolution, format);
+    auto* created = new (std::nothrow) CRkClipSourceChannel(resolution, format, m_waits);
     if (!RkInitializeAndHandOut(created, channel.Out(), preRollCount, cacheCapacity, pool)) return FALSE;
   }
   m_notify = CRkRef<IRkClipOutputChannelNotify>::Retain(notify);
@@ -57,9 +51,9 @@ bool CRkClipOutputChannel::_WaitingHasElements() const {
 
 BOOL CRkClipOutputChannel::GetSample(DWORD timeoutMs, IRkAVPlaySample** sample) {
   CRkScopedLock lock(m_sampleLock);
-  CRkFunctionLog banner(L"------>CRkClipOutputChannel::GetSample<------\n");
+  CRkFunctionLog banner(kGetSampleBanner);
   if (!_Playing().GetSample(timeoutMs, sample)) return FALSE;
-  RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::Get", __LINE__, (*sample)->GetPosition());
+  RkLogTraceLine(RkLogLevel_Debug, kGetSample, __LINE__, (*sample)->GetPosition());
   return TRUE;
 }
 
@@ -68,9 +62,7 @@ BOOL CRkClipOutputChannel::Play() {
   CRkScopedLock sample(m_sampleLock);
   if (_Playing().GetElementCount() <= 0) {
     if (!_WaitingHasElements()) {
-      RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::Play", __LINE__,
-                     L"CRkClipOutputChannel::Play failed. The playing channel and waiting channel have not "
-                     L"any element!\n");
+      Trace(kNothingToPlay);
       return FALSE;
     }
     _ExchangeRoles();
@@ -88,7 +80,7 @@ BOOL CRkClipOutputChannel::Stop() {
     channel->Stop();
     channel->RemoveAllElements();
   });
-  // A sink that stops the channel whenever it hears of an end hears of each end once.
+  // A sink may call Stop from its own notification of the end, and is notified once.
   if (m_stopping) return TRUE;
   m_stopping = true;
   _NotifyWaitingChannelFree(TRUE);
@@ -163,7 +155,7 @@ BOOL CRkClipOutputChannel::BeginSeek(UINT mode) {
 }
 
 BOOL CRkClipOutputChannel::Seek(UINT position, DWORD timeoutMs) {
-  CRkFunctionLog banner(L"------>CRkClipOutputChannel::Seek<------\n");
+  CRkFunctionLog banner(kSeekBanner);
   CRkScopedLock lock(m_sampleLock);
   return _Playing().Seek(position, timeoutMs);
 }
@@ -179,7 +171,7 @@ BOOL CRkClipOutputChannel::SwitchChannel(UINT* status) {
   std::optional<bool> autoSwitch;  // the sink's answer, asked for at most once a call
   if (!_FindsSomethingToDo(status, autoSwitch)) return TRUE;
 
-  // What was found may have gone while no lock was held.
+  // No lock was held since the look: look again.
   CRkScopedLock control(m_controlLock);
   CRkScopedLock sample(m_sampleLock);
   switch (_PlayingStatus()) {
@@ -201,86 +193,64 @@ bool CRkClipOutputChannel::_FindsSomethingToDo(UINT* status, std::optional<bool>
   }
   if (playing == RkSourceChannel_Playing) {
     *status = RkSwitchStatus_Playing;
-    return _SwitchIsRequested();
+    return m_request.IsPending();
   }
   if (playing != RkSourceChannel_Stopped) return false;
   if (_IsAutoSwitch(autoSwitch)) return true;
   *status = RkSwitchStatus_AwaitingSwitch;
-  return _SwitchIsRequested();
+  return m_request.IsPending();
 }
 
 bool CRkClipOutputChannel::_IsAutoSwitch(std::optional<bool>& autoSwitch) {
   if (!autoSwitch) {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
-                   L"CRkClipOutputChannel::SwitchChannel: the Playing channel has stopped now!\n");
+    Trace(kListEnded);
     autoSwitch = !m_notify || m_notify->IsAutoSwitch();
   }
   return *autoSwitch;
 }
 
 void CRkClipOutputChannel::_TakeRequest() {
-  {
-    CRkScopedLock lock(m_requestLock);
-    ResetEvent(m_switchRequest);
-    m_takenRequest = m_lastRequest;
-  }
   UINT position = 0;
   _Playing().GetPosition(&position);
-  m_switchPosition = position;
-}
-
-void CRkClipOutputChannel::_AnswerRequest() {
-  {
-    CRkScopedLock lock(m_requestLock);
-    m_answeredRequest = m_takenRequest;
-  }
-  SetEvent(m_switchDone);
+  m_request.Take(position);
 }
 
 BOOL CRkClipOutputChannel::_ServeRequest(UINT* status) {
   *status = RkSwitchStatus_Playing;
-  if (!_SwitchIsRequested()) return TRUE;
-  RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
-                 L"CRkClipOutputChannel::SwitchChannel: has a switch request!\n");
+  if (!m_request.IsPending()) return TRUE;
+  Trace(kRequestSeen);
   _TakeRequest();
   const bool switched = _WaitingHasElements();
   if (switched) {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
-                   L"CRkClipOutputChannel::SwitchChannel: Will success to switch Playing channel and Waiting "
-                   L"channel at once!\n");
+    Trace(kSwitchAtRequest);
     _Exchange(EEmptying::Stop);
     *status = RkSwitchStatus_Switched;
     _NotifyWaitingChannelFree(TRUE);
   } else {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
-                   L"CRkClipOutputChannel::SwitchChannel Error: the Waiting Channel does not exist!!!!\n");
+    Trace(kNothingWaits);
   }
-  _AnswerRequest();
+  m_request.Answer();
   return switched ? TRUE : FALSE;
 }
 
 BOOL CRkClipOutputChannel::_PassOnAtEnd(UINT* status, bool autoSwitch) {
   if (!autoSwitch) {
     *status = RkSwitchStatus_AwaitingSwitch;
-    if (!_SwitchIsRequested()) return TRUE;
+    if (!m_request.IsPending()) return TRUE;
     _TakeRequest();
   }
   const bool switched = _WaitingHasElements();
   if (switched) {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
-                   L"CRkClipOutputChannel::SwitchChannel. The Waiting channel is not empty, so to switch "
-                   L"Playing channel and Waiting channel!\n");
+    Trace(kSwitchAtEnd);
     _Exchange(EEmptying::LetRun);
     *status = RkSwitchStatus_Switched;
     _NotifyWaitingChannelFree(TRUE);
   } else {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchChannel", __LINE__,
-                   L"CRkClipOutputChannel::SwitchChannel. The Waiting channel is empty, so to end the "
-                   L"playback!\n");
+    Trace(kPlaybackEnds);
     *status = RkSwitchStatus_Ended;
     _NotifyPlayEnd(TRUE);
   }
-  if (!autoSwitch) _AnswerRequest();
+  if (!autoSwitch) m_request.Answer();
   return switched ? TRUE : FALSE;
 }
 
@@ -306,48 +276,29 @@ BOOL CRkClipOutputChannel::SwitchChannelAtOnce() {
 
 BOOL CRkClipOutputChannel::SwitchPlay(UINT* position) {
   CRkScopedLock lock(m_switchPlayLock);
-  CRkFunctionLog banner(L"------>CRkClipOutputChannel::SwitchPlay<------\n");
-  if (!_AwaitAnswerTo(_RaiseRequest())) {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchPlay", __LINE__,
-                   L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it "
-                   L"happens!\n");
+  CRkFunctionLog banner(kSwitchPlayBanner);
+  const std::optional<UINT> answer = m_request.RaiseAndWait();
+  if (!answer) {
+    Trace(kSwitchPlayFailed);
     return FALSE;
   }
-  *position = m_switchPosition;
-  RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::SwitchPlay", __LINE__,
-                 L"CRkClipOutputChannel::SwitchPlay Successed!\n");
+  *position = *answer;
+  Trace(kSwitchPlayDone);
   return TRUE;
-}
-
-UINT CRkClipOutputChannel::_RaiseRequest() {
-  ResetEvent(m_switchDone);
-  CRkScopedLock lock(m_requestLock);
-  SetEvent(m_switchRequest);
-  return ++m_lastRequest;
-}
-
-// An answer to an earlier request, one whose wait had run out, is not the one.
-bool CRkClipOutputChannel::_AwaitAnswerTo(UINT request) {
-  const CRkDeadline deadline(kSwitchPlayTimeoutMs);
-  while (RkWait(m_switchDone, deadline.RemainingMs())) {
-    ResetEvent(m_switchDone);
-    if (m_answeredRequest == request) return true;
-  }
-  return false;
 }
 
 // ---- editing the Waiting channel
 
 BOOL CRkClipOutputChannel::InsertClipElement(IRkClipElementList* list, int repeatCount, UINT startPosition) {
   CRkScopedLock control(m_controlLock);
-  CRkFunctionLog banner(L"------>CRkClipOutputChannel::InsertClipElement<------\n");
+  CRkFunctionLog banner(kInsertBanner);
   if (list == nullptr || list->GetCount() <= 0) return FALSE;
   return _LoadWaitingChannel([&] { return _InsertAll(*list); }, repeatCount, startPosition);
 }
 
 BOOL CRkClipOutputChannel::InsertClipElement(IRkClipElement* element, int repeatCount, UINT startPosition) {
   CRkScopedLock control(m_controlLock);
-  CRkFunctionLog banner(L"------>CRkClipOutputChannel::InsertClipElement<------\n");
+  CRkFunctionLog banner(kInsertBanner);
   if (element == nullptr) return FALSE;
   return _LoadWaitingChannel([&] { return _Waiting().InsertElement(0, element) != FALSE; }, repeatCount,
                              startPosition);
@@ -355,25 +306,18 @@ BOOL CRkClipOutputChannel::InsertClipElement(IRkClipElement* element, int repeat
 
 template <class Insert>
 BOOL CRkClipOutputChannel::_LoadWaitingChannel(Insert insert, int repeatCount, UINT startPosition) {
-  constexpr auto fail = [](int line, const wchar_t* message) {
-    RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::InsertClipElement", line, message);
-    return FALSE;
-  };
   if (!_DeleteWaitingChannelClip()) {
-    return fail(__LINE__,
-                L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to delete "
-                L"clip!\n");
+    Trace(kInsertDeleteFailed);
+    return FALSE;
   }
   _NotifyWaitingChannelFree(FALSE);
   if (!insert()) {
-    fail(__LINE__,
-         L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to insert the "
-         L"element!\n");
+    Trace(kInsertInsertFailed);
     _NotifyWaitingChannelFree(TRUE);
     return FALSE;
   }
   if (!_Waiting().Play(startPosition, repeatCount)) {
-    fail(__LINE__, L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to play!\n");
+    Trace(kInsertPlayFailed);
     _DeleteWaitingChannelClip();
     _NotifyWaitingChannelFree(TRUE);
     return FALSE;
@@ -395,22 +339,22 @@ bool CRkClipOutputChannel::_InsertAll(IRkClipElementList& list) {
 
 BOOL CRkClipOutputChannel::DeleteClip() {
   CRkScopedLock control(m_controlLock);
-  CRkFunctionLog banner(L"------>CRkClipOutputChannel::DeleteClip<------\n");
+  CRkFunctionLog banner(kDeleteBanner);
   if (!_DeleteWaitingChannelClip()) return FALSE;
   _NotifyWaitingChannelFree(TRUE);
   return TRUE;
 }
 
 BOOL CRkClipOutputChannel::_DeleteWaitingChannelClip() {
-  const wchar_t* failure = nullptr;
   if (!_Waiting().Stop()) {
-    failure = L"CRkClipOutputChannel::DeleteClip failed. The Waiting channel failed to stop!\n";
-  } else if (!_Waiting().RemoveAllElements()) {
-    failure = L"CRkClipOutputChannel::DeleteClip failed. The Waiting channel failed to remove all element!\n";
+    Trace(kDeleteStopFailed);
+    return FALSE;
   }
-  if (failure == nullptr) return TRUE;
-  RkLogTraceLine(RkLogLevel_Debug, "CRkClipOutputChannel::_DeleteWaitingChannelClip", __LINE__, failure);
-  return FALSE;
+  if (!_Waiting().RemoveAllElements()) {
+    Trace(kDeleteRemoveFailed);
+    return FALSE;
+  }
+  return TRUE;
 }
 
 // ---- notifications

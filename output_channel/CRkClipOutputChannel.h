@@ -5,24 +5,23 @@
 #include <optional>
 
 #include "base/CRkCriticalSection.h"
-#include "base/CRkHandle.h"
 #include "base/CRkRef.h"
 #include "base/CRkUnknown.h"
+#include "output_channel/CRkSwitchRequest.h"
 #include "output_channel/IRkClipOutputChannel.h"
 #include "source_channel/IRkClipSourceChannel.h"
 
 // Plays clip lists one after the other through three source channels, which it owns for its whole life;
 // only the roles of the first two are ever exchanged. Owns one reference to the notification sink.
 //
-// Threads: only the host's. Delivery, the seeks and the look of SwitchChannel hold the sample lock;
-// loading, which stops and fills the Waiting channel, holds the control lock; whatever changes roles or
-// stops the Playing channel holds both.
-// Locks, in this order: switch-play lock (one SwitchPlay at a time; never together with the next two),
-// control lock, sample lock, and the request lock, which keeps a request's event and number together.
-// The sink is called with the locks of the operation held, which are recursive; IsAutoSwitch is asked
-// with none, or with both control and sample lock.
-// The roles are one index: settings, of which only the sample hook's takes a lock (the sample lock), read
-// it once and so reach each channel once.
+// Threads: only the host's. Delivery, the seeks and the first look of SwitchChannel hold the sample lock.
+// Loading, which stops and fills the Waiting channel, holds the control lock. Operations that exchange the
+// roles or stop the Playing channel hold both.
+// Locks, in this order: switch-play lock (one SwitchPlay at a time; never held with the others), control
+// lock, sample lock. Locks are recursive, and the sink is called with those of the operation held;
+// IsAutoSwitch is asked with none, or with both control and sample lock.
+// The roles are one atomic index. Settings read it once, so they reach each channel once; of the settings
+// only the sample hook's takes a lock, the sample lock.
 //
 // One call of SwitchChannel, by the Playing channel's status S, the sink's answer A to IsAutoSwitch, a
 // pending request R and elements in the Waiting channel W:
@@ -40,7 +39,8 @@
 // Acting on a request resets it, records the position and releases SwitchPlay.
 class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
  public:
-  CRkClipOutputChannel();
+  // `waits` is borrowed for the channel's whole life.
+  explicit CRkClipOutputChannel(SRkChannelWaits& waits = g_rkChannelWaits);
   ~CRkClipOutputChannel() override;
 
   // Once, right after construction.
@@ -83,11 +83,7 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
 
   bool _FindsSomethingToDo(UINT* status, std::optional<bool>& autoSwitch);
   bool _IsAutoSwitch(std::optional<bool>& autoSwitch);
-  bool _SwitchIsRequested() const { return RkWait(m_switchRequest, 0); }
-  UINT _RaiseRequest() RK_EXCLUDES(m_requestLock);
-  bool _AwaitAnswerTo(UINT request);
   void _TakeRequest() RK_REQUIRES(m_controlLock, m_sampleLock);
-  void _AnswerRequest() RK_REQUIRES(m_controlLock, m_sampleLock);
   BOOL _ServeRequest(UINT* status) RK_REQUIRES(m_controlLock, m_sampleLock);
   BOOL _PassOnAtEnd(UINT* status, bool autoSwitch) RK_REQUIRES(m_controlLock, m_sampleLock);
   void _ExchangeRoles() RK_REQUIRES(m_controlLock, m_sampleLock);
@@ -101,6 +97,8 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
   void _NotifyWaitingChannelFree(BOOL free);
   void _NotifyPlayEnd(BOOL ended);
 
+  SRkChannelWaits& m_waits;
+
   CRkCriticalSection m_switchPlayLock;
   CRkCriticalSection m_controlLock RK_ACQUIRED_BEFORE(m_sampleLock);
   CRkCriticalSection m_sampleLock;
@@ -110,12 +108,6 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
   std::atomic<UINT> m_playingIndex = 0;  // written under both locks
   CRkRef<IRkClipOutputChannelNotify> m_notify;
 
-  CRkHandle m_switchRequest;  // manual reset: raised by SwitchPlay
-  CRkHandle m_switchDone;     // manual reset: SwitchChannel has handled a request
-  std::atomic<UINT> m_switchPosition = 0;
-  CRkCriticalSection m_requestLock;
-  UINT m_lastRequest RK_GUARDED_BY(m_requestLock) = 0;
-  UINT m_takenRequest RK_GUARDED_BY(m_requestLock) = 0;
-  std::atomic<UINT> m_answeredRequest = 0;
+  CRkSwitchRequest m_request;
   bool m_stopping RK_GUARDED_BY(m_controlLock) = false;  // inside Stop's own notifications
 };

@@ -4,7 +4,7 @@
 #include <limits>
 #include <new>
 
-#include "base/CRkDeadline.h"
+#include "base/RkMonotonicTime.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <new>
 
-#include "base/CRkDeadline.h"
 #include "base/RkLogLine.h"
+#include "base/RkMonotonicTime.h"
 
 namespace {
 

@@ -42,12 +42,14 @@ struct SModelList {
   UINT number;
   std::vector<CRkRef<CModelElement>> elements;
   std::vector<SModelFrame> frames;  // that one pass gives; fewer than the total when an element fails
-  UINT total;                       // frames on the timeline
+  UINT total;                       // frames on the timeline; kRkNoPosition with an unlimited element
   int repeatCount;
   UINT start;
 
-  // A list whose last element fails never comes to its last frame.
-  bool EndsWith(const SModelFrame& frame) const { return frame.position + 1 == total; }
+  // The last element gives its last frame. Otherwise a pass ends with the last frame that can be read, once
+  // the worker has found that no other follows.
+  bool MarksItsEnd() const { return !frames.empty() && frames.back().position + 1 == total; }
+  bool EndsWith(const SModelFrame& frame) const { return !frames.empty() && frame == frames.back(); }
   // The frame that comes first: a start in an element that fails leads to the next one.
   size_t First() const {
     size_t index = 0;
@@ -65,20 +67,23 @@ class CModelRandom {
   bool OneIn(UINT chances) { return Below(chances) == 0; }
 
   // Lists are numbered in the order they are made. One element in `faultChances` cannot be opened or ends
-  // early; 0: none.
+  // early, and one list in as many has an unlimited last element; 0: none.
   SModelList MakeList(UINT maxElements, UINT maxFrames, UINT faultChances) {
     SModelList list = {++m_lists, {}, {}, 0, static_cast<int>(Below(4)), 0};
     for (UINT element = 0, count = 1 + Below(maxElements); element < count; ++element) {
       const UINT frames = 1 + Below(maxFrames);
-      auto made = MakeFake<CModelElement>(list.number, element, frames);
+      const bool isUnlimited = element + 1 == count && faultChances != 0 && OneIn(faultChances);
+      auto made = MakeFake<CModelElement>(list.number, element, isUnlimited ? kRkNoPosition : frames);
       UINT given = frames;
-      if (faultChances != 0 && OneIn(faultChances)) {
+      if (isUnlimited) {
+        made->unreadableFrom = given;
+      } else if (faultChances != 0 && OneIn(faultChances)) {
         given = Below(frames);
         made->unreadableFrom = given;
         if (given == 0) made->canOpen = false;
       }
       for (UINT i = 0; i < given; ++i) list.frames.push_back({list.number, element, list.total + i});
-      list.total += frames;
+      list.total = isUnlimited ? kRkNoPosition : list.total + frames;
       list.elements.push_back(std::move(made));
     }
     if (OneIn(3)) list.start = Below(list.total);

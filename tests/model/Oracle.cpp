@@ -82,6 +82,23 @@ SAnswer COracle::Stop() {
 
 void COracle::SetRepeatCount(int repeatCount) {
   for (auto& source : m_sources) source.repeatCount = ValidRepeatCount(repeatCount);
+  _EndEmptyLists();
+}
+
+std::vector<const SModelList*> COracle::EmptyLists() const {
+  std::vector<const SModelList*> lists;
+  for (const auto& source : m_sources) {
+    if (source.started && source.list && source.list->frames.empty()) lists.push_back(&*source.list);
+  }
+  return lists;
+}
+
+// A list of which nothing can be read ends without a sample, unless it is endless.
+void COracle::_EndEmptyLists() {
+  for (auto& source : m_sources) {
+    const bool gives = !source.started || !source.list || !source.list->frames.empty();
+    if (!gives && source.repeatCount != kRkRepeatEndless) source.status = RkStopped;
+  }
 }
 
 // ---- editing
@@ -96,6 +113,7 @@ SAnswer COracle::Load(const SModelList& list, bool elementComesTwice) {
   _Waiting().position = list.start;
   _Waiting().repeatCount = ValidRepeatCount(list.repeatCount);
   _Waiting().next = list.First();
+  _EndEmptyLists();
   return {TRUE, {"loading"}};
 }
 
@@ -130,7 +148,7 @@ bool COracle::Take(const SModelFrame& frame) {
   }
   playing.delivered = true;
   playing.position = frame.position;
-  const bool end = playing.list->EndsWith(frame);
+  const bool end = playing.list->EndsWith(frame) && (!sought || playing.list->MarksItsEnd());
   const bool endless = playing.repeatCount == kRkRepeatEndless;
   if (end && !sought && !endless && playing.passes < playing.repeatCount) ++playing.passes;
   playing.status = end && !endless && playing.passes >= playing.repeatCount ? RkStopped : RkPlaying;

@@ -40,6 +40,8 @@ class COracle {
   bool GivesSample() const;
   bool Take(const SModelFrame& frame);
   UINT Position() const { return _Playing().position; }
+  // The lists whose elements a worker tries again and again, in vain.
+  std::vector<const SModelList*> EmptyLists() const;
 
   UINT Mode(bool ofPlaying) const {
     const SSource& source = ofPlaying ? _Playing() : _Waiting();
@@ -53,6 +55,7 @@ class COracle {
   // A frame that a Seek is sure to bring now, or none.
   const SModelFrame* Seekable(UINT choice) const;
   void Seek(const SModelFrame& frame);
+  const SModelList* OnAir() const { return _Playing().list ? &*_Playing().list : nullptr; }
   UINT Total() const { return _Playing().list ? _Playing().list->total : 0; }
   // Whether it can be told which element a move would meet: the only one, opened for sure.
   bool CanMove() const { return _Playing().delivered && _Playing().list->elements.size() == 1; }
@@ -80,6 +83,7 @@ class COracle {
   SSource& _Waiting() { return m_sources[1 - m_playing]; }
   const SSource& _Waiting() const { return m_sources[1 - m_playing]; }
   void _Exchange() { m_playing = 1 - m_playing; }
+  void _EndEmptyLists();
 
   const UINT m_readAhead;
   std::array<SSource, 2> m_sources;

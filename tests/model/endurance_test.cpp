@@ -59,8 +59,8 @@ class Endurance : public OutputChannelTest {
   void SetUp() override {
     OutputChannelTest::SetUp();
     if (Setting("RK_MODEL_PACED", 0) != 0) return;
-    g_waits.frameMs = 0;
-    g_waits.preRollMs = 1;  // a cache that is full before the wait begins has no more to wait for
+    m_waits.frameMs = 0;
+    m_waits.preRollMs = 1;  // a cache that is full before the wait begins has no more to wait for
   }
   void TearDown() override {
     m_onAir = m_cued = {};

@@ -117,8 +117,8 @@ class FreeRun : public OutputChannelTest {
 };
 
 TEST_F(FreeRun, lists_come_whole_and_in_order_whatever_the_threads_do) {
-  g_waits.switchPlayMs = 20;
-  g_waits.preRollMs = 20;
+  m_waits.switchPlayMs = 20;
+  m_waits.preRollMs = 20;
   const UINT seed = Setting("RK_MODEL_SEED", 1);
   const int samples = static_cast<int>(Setting("RK_MODEL_STEPS", 500));
   RunAll(seed, samples);

@@ -6,20 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "base/RkCreateObject.h"
+#include "output_channel/CRkClipOutputChannel.h"
 #include "tests/support/RkFakes.h"
 #include "tests/support/RkLogRecorder.h"
 
 using Events = std::vector<std::string>;
 using Messages = std::vector<std::wstring>;
-
-// The waits of the channels, timed by the test instead of the clock.
-struct SWaits {
-  std::atomic<DWORD> switchPlayMs = kTestDeadlineMs;  // in place of 5000
-  std::atomic<DWORD> preRollMs = 1000;                // in place of 1000
-  std::atomic<DWORD> frameMs = 1;                     // in place of 1, which a worker waits before a frame
-  std::atomic<int> switchPlays = 0;                   // waits of SwitchPlay: its request stands
-};
-extern SWaits g_waits;
 
 class CNamedElement : public CMarkingElement {
  public:
@@ -82,19 +75,20 @@ class OutputChannelTest : public testing::Test {
   static constexpr UINT kPreRoll = 2;
   static constexpr UINT kCapacity = 4;
 
-  void SetUp() override { Create(m_notify.Get()); }
+  void SetUp() override {
+    m_waits.switchPlayMs = kTestDeadlineMs;
+    Create(m_notify.Get());
+  }
   void TearDown() override {
     m_channel.Reset();
     m_notify.Reset();
     EXPECT_EQ(g_liveFakes, 0);
-    g_waits.switchPlayMs = kTestDeadlineMs;
-    g_waits.preRollMs = 1000;
-    g_waits.frameMs = 1;
   }
 
   void Create(IRkClipOutputChannelNotify* notify) {
-    ASSERT_TRUE(RkCreateClipOutputChannel(kPreRoll, kCapacity, kTestVideo, kTestAudio, nullptr, notify,
-                                          m_channel.Out()));
+    auto* created = new CRkClipOutputChannel(m_waits);
+    ASSERT_TRUE(RkInitializeAndHandOut(created, m_channel.Out(), kPreRoll, kCapacity, kTestVideo, kTestAudio,
+                                       nullptr, notify));
   }
 
   template <class Fake>
@@ -146,23 +140,24 @@ class OutputChannelTest : public testing::Test {
 
   // Another thread asks for a switch; on return its request stands. -1: refused.
   std::future<int> RequestSwitch() {
-    const int before = g_waits.switchPlays;
+    const UINT before = m_waits.switchPlays;
     auto answer = std::async(std::launch::async, [this] {
       UINT position = 0;
       return m_channel->SwitchPlay(&position) ? static_cast<int>(position) : -1;
     });
-    EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays > before; }));
+    EXPECT_TRUE(WaitUntil([&] { return m_waits.switchPlays > before; }));
     return answer;
   }
   // Leaves a request that nobody waits for any more.
   void LeaveRequest() {
-    g_waits.switchPlayMs = 0;
+    m_waits.switchPlayMs = 0;
     UINT position = 77;
     EXPECT_FALSE(m_channel->SwitchPlay(&position));
     EXPECT_EQ(position, 77u);
-    g_waits.switchPlayMs = kTestDeadlineMs;
+    m_waits.switchPlayMs = kTestDeadlineMs;
   }
 
+  SRkChannelWaits m_waits;
   CRkRef<CFakeNotify> m_notify = MakeFake<CFakeNotify>();
   CRkRef<IRkClipOutputChannel> m_channel;
 };

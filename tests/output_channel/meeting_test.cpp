@@ -7,7 +7,7 @@ class Meeting : public OutputChannelTest {
  protected:
   // A load that goes no further than its element's Open until the gate is opened.
   std::future<BOOL> BeginLoad(const Element& element) {
-    g_waits.preRollMs = kTestDeadlineMs;
+    m_waits.preRollMs = kTestDeadlineMs;
     element->openGate.Shut();
     auto load = std::async(std::launch::async, [this, element] {
       const BOOL loaded = m_channel->InsertClipElement(static_cast<IRkClipElement*>(element.Get()), 1, 0);
@@ -58,11 +58,11 @@ TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_ow
   LeaveRequest();
   std::future<int> second;
   m_notify->onFree = [&](BOOL) { second = RequestSwitch(); };
-  const int before = g_waits.switchPlays;
+  const UINT before = m_waits.switchPlays;
   EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
   m_notify->onFree = nullptr;
   const auto answered = [&] { return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready; };
-  EXPECT_TRUE(WaitUntil([&] { return g_waits.switchPlays == before + 2 || answered(); }));
+  EXPECT_TRUE(WaitUntil([&] { return m_waits.switchPlays == before + 2 || answered(); }));
   EXPECT_FALSE(answered()) << "with what the first was told";
   EXPECT_EQ(TakeSamples(2), "B4 B5 ");
   EXPECT_EQ(Switch(), RkSwitchStatus_Playing);

@@ -98,6 +98,7 @@ class CFakeElement : public CFake<IRkClipElement> {
 
   // What happened.
   std::atomic<int> opens = 0;  // that succeeded
+  std::atomic<int> openTries = 0;
   std::atomic<int> closes = 0;
   std::atomic<int> reads = 0;
   std::atomic<int> readers = 0;       // threads inside a read now
@@ -117,6 +118,7 @@ class CFakeElement : public CFake<IRkClipElement> {
 
   BOOL Open(IRkPlayBufferPool* pool, UINT, const SRkClipFormat* format) override {
     openGate.Pass();
+    ++openTries;
     if (!canOpen) return FALSE;
     ++opens;
     m_start.Take();
