@@ -15,8 +15,9 @@
 // held. Must not call the element or its channel.
 class IRkMediaReadSink : public IRkUnknown {
  public:
-  // The frame at this offset was delivered as the last good picture (or black, before the first good
-  // one), with what there is of its sound and silence for the rest. `reason` is borrowed for the call.
+  // The frame at this offset was delivered with something else than the file should hold. A picture that
+  // its decoder completed is shown so; a missing one is the last good picture, or black before the first.
+  // Silence stands for damaged or missing sound. `reason` is borrowed for the call.
   virtual void OnFrameSubstituted(UINT offset, const char* reason) = 0;
 };
 

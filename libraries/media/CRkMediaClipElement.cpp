@@ -89,7 +89,7 @@ BOOL CRkMediaClipElement::_Read(const SRkPresentedFrame& frame, UINT position, I
   created->SetPosition(position);
   created->SetVideoSample(video.Get());
   if (m_format.audio.channels > 0) {
-    const CRkRef<IRkAudioSample> audio = _ReadSound(frame, position);
+    const CRkRef<IRkAudioSample> audio = _ReadSound(frame, position, &damage);
     if (!audio) return FALSE;
     created->SetAudioSample(0, audio.Get());
   }
@@ -125,7 +125,8 @@ bool CRkMediaClipElement::_IsPerField() const {
 
 // The frame's share of the sound. Counted by the timeline, no sample is lost or doubled from one frame,
 // row or element to the next; each row begins at the source time of its first frame.
-CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& frame, UINT position) {
+CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& frame, UINT position,
+                                                       std::string* damage) {
   const UINT rowPosition = position - (frame.source - frame.rowStart);
   const ULONGLONG begin = _SamplesBefore(position);
   const auto count = static_cast<DWORD>(_SamplesBefore(position + 1) - begin);
@@ -135,7 +136,8 @@ CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& 
   audio->SetSampleCount(count);
   const CRkAudioLock lock(*audio);
   if (m_sound) {
-    m_sound->Read(static_cast<int64_t>(first), count, lock.Data());
+    const bool whole = m_sound->Read(static_cast<int64_t>(first), count, lock.Data());
+    if (!whole && damage->empty()) *damage = "damaged sound";
   } else {
     RkAudioUtils::SilientAudioBuffer(m_format.audio, lock.Data(), count);
   }

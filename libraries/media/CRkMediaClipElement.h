@@ -27,7 +27,7 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
   BOOL _Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample);
   CRkRef<IRkVideoSample> _ReadPicture(UINT sourceFrame, std::string* damage);
-  CRkRef<IRkAudioSample> _ReadSound(const SRkPresentedFrame& frame, UINT position);
+  CRkRef<IRkAudioSample> _ReadSound(const SRkPresentedFrame& frame, UINT position, std::string* damage);
   bool _IsPerField() const;
   ULONGLONG _SamplesBefore(UINT frame) const;
 

@@ -35,7 +35,9 @@ CRkPictureReader::SRkPicture CRkPictureReader::Read(int64_t number) {
     m_lastGood = m_shownNumber;
     m_noneFrom = m_lastGood + 1;
   }
-  if (m_shownNumber == number) return {m_shown.get(), m_shownNumber, nullptr};
+  if (m_shownNumber == number) {
+    return {m_shown.get(), m_shownNumber, m_shown->decode_error_flags != 0 ? "damaged picture" : nullptr};
+  }
   const char* damage = ended ? "unexpected end of file" : "damaged picture";
   return {m_shownNumber < 0 ? nullptr : m_shown.get(), m_shownNumber, damage};
 }

@@ -15,7 +15,9 @@ class CRkPictureReader {
   struct SRkPicture {
     const AVFrame* frame;  // null before the first good one; valid until the next call
     int64_t number;        // of the picture that `frame` is
-    const char* damage;    // null when it is the one asked for; else why it is an earlier one
+    // Null when it is the picture that was asked for, undamaged. Otherwise the reason why it is an earlier
+    // one, or in part what its decoder made up.
+    const char* damage;
   };
 
   // The source must outlive the reader.

@@ -25,7 +25,7 @@ bool CRkProgressiveReader::Open(const SRkMediaSource& source, std::string& reaso
 
 SRkPicture CRkProgressiveReader::Read(int64_t number, bool secondMoment) {
   if (m_deinterlace == RkDeinterlace_Off) return m_reader.Read(number);
-  if (number == m_asked && number == m_filtered) return _Moment(secondMoment, nullptr);
+  if (number == m_asked && number == m_filtered) return _Moment(secondMoment, m_damage);
   const bool follows = number == m_asked + 1;
   m_asked = number;
   if (m_expectsFields && follows) std::swap(m_before, m_current);
@@ -38,8 +38,9 @@ SRkPicture CRkProgressiveReader::Read(int64_t number, bool secondMoment) {
   }
   if (m_expectsFields) m_current.Keep(picture);
   if (!_IsInterlaced(picture)) return _Pass(picture);
-  if (picture.damage == nullptr) {
-    if (_Filter()) return _Moment(secondMoment, nullptr);
+  if (picture.number == number) {
+    m_damage = picture.damage;
+    if (_Filter()) return _Moment(secondMoment, m_damage);
     picture.damage = "the picture cannot be deinterlaced";
     return _Pass(picture);
   }
@@ -72,7 +73,7 @@ bool CRkProgressiveReader::_Filter() {
   if ((m_fed != number || !m_filter.IsBuilt()) && !_StartFilter()) return false;
   const SRkPicture next = m_reader.Read(number + 1);
   const bool hasNext =
-      next.damage == nullptr && next.frame != nullptr && IsLike(*next.frame, *m_current.frame);
+      next.frame != nullptr && next.number == number + 1 && IsLike(*next.frame, *m_current.frame);
   if (!hasNext) m_filter.Put(nullptr);
   m_fed = hasNext && _Feed(number + 1, *next.frame) ? number + 1 : -1;
   _Collect();

@@ -53,5 +53,6 @@ class CRkProgressiveReader {
   SRkStored m_before;
   int64_t m_fed = -1;
   int64_t m_filtered = -1;
+  const char* m_damage = nullptr;  // of the picture whose number is m_filtered
   std::array<CRkAv<AVFrame>, 2> m_moments{CRkAv<AVFrame>(av_frame_alloc()), CRkAv<AVFrame>(av_frame_alloc())};
 };

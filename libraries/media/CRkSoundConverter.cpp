@@ -33,6 +33,22 @@ void LayoutOf(const AVFrame& frame, AVChannelLayout* layout) {
 
 }  // namespace
 
+void RkFadeSound(const SRkWaveFormatInfo& format, BYTE* data, int64_t samples, bool rising) {
+  const int bytes = format.bitsPerSample / 8;
+  const int unused = 32 - format.bitsPerSample;
+  const uint32_t silence = bytes == 1 ? 0x80000000 : 0;  // 8 bits are unsigned
+  for (int64_t i = 0; i < samples; ++i) {
+    const int64_t share = rising ? i : samples - 1 - i;
+    for (int channel = 0; channel < format.channels; ++channel, data += bytes) {
+      uint32_t value = 0;
+      std::memcpy(reinterpret_cast<BYTE*>(&value) + unused / 8, data, static_cast<size_t>(bytes));
+      const int64_t level = static_cast<int32_t>(value ^ silence);
+      value = static_cast<uint32_t>(level * share / samples) ^ silence;
+      std::memcpy(data, reinterpret_cast<const BYTE*>(&value) + unused / 8, static_cast<size_t>(bytes));
+    }
+  }
+}
+
 bool CRkSoundConverter::Begin(const AVFrame& like) {
   m_sourceRate = like.sample_rate;
   if (m_sourceRate < kMinSourceRate || m_sourceRate > kMaxSourceRate) return false;

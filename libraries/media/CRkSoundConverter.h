@@ -6,6 +6,9 @@
 #include "contracts/RkMediaRecords.h"
 #include "libraries/media/RkAv.h"
 
+// Scales samples of the format from silence to what they are, or the reverse.
+void RkFadeSound(const SRkWaveFormatInfo& format, BYTE* data, int64_t samples, bool rising);
+
 // Turns decoded sound into interleaved integer samples of the format, and knows the place of every
 // sample it gives: output sample n is the sound at n / output rate, wherever conversion began. So that
 // holds, it begins only at places where a source and an output sample coincide. One thread at a time.

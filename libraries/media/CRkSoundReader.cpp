@@ -43,12 +43,12 @@ bool CRkSoundReader::Open(const SRkMediaSource& source, std::string& reason) {
   return true;
 }
 
-void CRkSoundReader::Read(int64_t first, DWORD count, BYTE* data) {
+bool CRkSoundReader::Read(int64_t first, DWORD count, BYTE* data) {
   const int64_t end = first + count;
   const bool before = first < m_readyFrom && !m_fromStart;
   const bool far = first > _ReadyEnd() + m_format.samplesPerSecond && !m_ended;
   if (before || far) _Locate(first);
-  while (!m_ended && _ReadyEnd() < end) _Pump();
+  while (!m_ended && _ReadyEnd() < end + _FadeSamples()) _Pump();
 
   RkAudioUtils::SilientAudioBuffer(m_format, data, count);
   const int64_t from = std::max(first, m_readyFrom);
@@ -58,13 +58,17 @@ void CRkSoundReader::Read(int64_t first, DWORD count, BYTE* data) {
                 m_ready.data() + (from - m_readyFrom) * m_format.blockAlign,
                 static_cast<size_t>(to - from) * m_format.blockAlign);
   }
-  // What lies before this stretch is not asked for again without a seek.
+  const bool whole = std::none_of(m_damaged.begin(), m_damaged.end(),
+                                  [&](const SRkSpan& span) { return span.begin < end && span.end > first; });
+  // Samples before this stretch are read again only after a seek.
   const int64_t passed = std::min(first, _ReadyEnd()) - m_readyFrom;
   if (passed > 0) {
     m_ready.erase(m_ready.begin(), m_ready.begin() + passed * m_format.blockAlign);
     m_readyFrom += passed;
     m_fromStart = false;
   }
+  std::erase_if(m_damaged, [&](const SRkSpan& span) { return span.end <= first; });
+  return whole;
 }
 
 void CRkSoundReader::_Locate(int64_t first) {
@@ -98,6 +102,8 @@ bool CRkSoundReader::_Begin(bool fromStart) {
   m_ready.clear();
   m_frameHeld = m_ended = false;
   m_silence = m_skip = 0;
+  m_damaged.clear();
+  m_fadesIn = false;
   m_framesFromStart = 0;
   m_fromStart = fromStart;
   int64_t place = 0;
@@ -159,14 +165,32 @@ void CRkSoundReader::_PumpFrame() {
   const int64_t skipped = std::min<int64_t>(m_skip, m_frame->nb_samples);
   m_skip -= skipped;
   m_nextPlace += m_frame->nb_samples - skipped;
+  const size_t before = m_ready.size();
   if (!m_converter.Convert(*m_frame, skipped, &m_ready)) m_ended = true;
+  if (!std::exchange(m_fadesIn, false)) return;
+  const int64_t ready = static_cast<int64_t>(m_ready.size() - before) / m_format.blockAlign;
+  RkFadeSound(m_format, m_ready.data() + before, std::min(ready, _FadeSamples()), true);
+}
+
+// Silence is next, for sound that cannot be decoded.
+void CRkSoundReader::_Damage(int64_t silence) {
+  const int64_t samples = std::min(_ReadyEnd() - m_readyFrom, _FadeSamples());
+  RkFadeSound(m_format, m_ready.data() + m_ready.size() - static_cast<size_t>(samples * m_format.blockAlign),
+              samples, false);
+  const int64_t length = av_rescale(silence, m_format.samplesPerSecond, m_converter.SourceRate());
+  m_damaged.push_back({_ReadyEnd(), _ReadyEnd() + length});
+  m_fadesIn = true;
 }
 
 // Decodes a frame and finds the gap or the overlap before it.
 bool CRkSoundReader::_NextFrame() {
+  bool failed = false;
   do {
-    if (!m_decoder.NextFrame(m_frame.get())) return false;
-  } while (m_frame->nb_samples <= 0 || m_frame->sample_rate != m_converter.SourceRate());
+    const bool decoded = m_decoder.NextFrame(m_frame.get());
+    failed = failed || m_decoder.HasFailed() || (decoded && m_frame->decode_error_flags != 0);
+    if (!decoded) return false;
+  } while (m_frame->decode_error_flags != 0 || m_frame->nb_samples <= 0 ||
+           m_frame->sample_rate != m_converter.SourceRate());
   m_frameHeld = true;
   const int64_t expected = m_nextPlace - m_skip;
   _LearnGrid(expected);
@@ -180,6 +204,7 @@ bool CRkSoundReader::_NextFrame() {
     m_silence = gap - std::min(gap, m_skip);
     m_skip -= std::min(gap, m_skip);
     m_nextPlace += m_silence;
+    if (failed && m_silence > 0) _Damage(m_silence);
   } else if (gap < -tolerance && gap >= -kMaxOverlapSeconds * m_converter.SourceRate()) {
     m_skip -= gap;
   }

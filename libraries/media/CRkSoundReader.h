@@ -20,8 +20,9 @@ class CRkSoundReader {
   explicit CRkSoundReader(const SRkWaveFormatInfo& format) : m_format(format), m_converter(format) {}
 
   bool Open(const SRkMediaSource& source, std::string& reason);
-  // Fills in `count` samples from number `first` on; first is not below 0.
-  void Read(int64_t first, DWORD count, BYTE* data);
+  // Fills in `count` samples from number `first` on; first is not below 0. False when silence stands for
+  // damaged sound in some of them.
+  bool Read(int64_t first, DWORD count, BYTE* data);
 
  private:
   int64_t _ReadyEnd() const {
@@ -30,6 +31,8 @@ class CRkSoundReader {
   void _Locate(int64_t first);
   bool _Begin(bool fromStart);
   bool _FindPlace(int64_t* place) const;
+  void _Damage(int64_t silence);
+  int64_t _FadeSamples() const { return m_format.samplesPerSecond / 200; }
   void _LearnGrid(int64_t place);
   void _Pump();
   void _PumpFrame();
@@ -51,9 +54,17 @@ class CRkSoundReader {
   std::vector<BYTE> m_ready;
   int64_t m_readyFrom = 0;
   int64_t m_nextPlace = 0;  // in the source, of what is converted next
-  int64_t m_silence = 0;    // source samples of silence to convert before the held frame
-  int64_t m_shift = 0;      // of the source's timestamps at the last frame
-  int64_t m_skip = 0;       // source samples to leave out first
+  // What the decoder refused is silence, with a fade at both ends. Output samples up to the end of m_ready
+  // that no call has had yet are long enough for the fade before it.
+  struct SRkSpan {
+    int64_t begin;
+    int64_t end;
+  };
+  std::vector<SRkSpan> m_damaged;  // in output samples, ascending
+  bool m_fadesIn = false;          // the held frame is the first after damage
+  int64_t m_silence = 0;           // source samples of silence to convert before the held frame
+  int64_t m_shift = 0;             // of the source's timestamps at the last frame
+  int64_t m_skip = 0;              // source samples to leave out first
 
   // Where timestamps are coarser than samples, frames of one length tell their place: each begins some
   // number of steps after m_gridPlace. m_gridStep is 0 while not known, -1 when there is no such grid.

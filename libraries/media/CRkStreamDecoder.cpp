@@ -35,6 +35,9 @@ bool CRkStreamDecoder::_OpenCodec(std::string& reason) {
     m_codec->thread_count = 1;
     m_codec->pkt_timebase = m_source.Stream()->time_base;
     m_codec->max_pixels = kMaxPixels;
+    // A damaged picture is best shown as far as it goes. Damaged sound is noise: no frame comes of it.
+    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO)
+      m_codec->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
     result = avcodec_open2(m_codec.get(), decoder, nullptr);
   }
   if (result >= 0) return true;
@@ -44,14 +47,19 @@ bool CRkStreamDecoder::_OpenCodec(std::string& reason) {
 }
 
 bool CRkStreamDecoder::NextFrame(AVFrame* frame) {
+  m_failed = false;
   for (int errors = 0; !m_ended && errors < kMaxDecodeErrors;) {
     const int result = avcodec_receive_frame(m_codec.get(), frame);
     if (result >= 0) return true;
     if (result == AVERROR(EAGAIN)) {
-      if (!_Feed()) ++errors;
+      if (!_Feed()) {
+        m_failed = true;
+        ++errors;
+      }
     } else if (result == AVERROR_EOF) {
       m_ended = true;
     } else {
+      m_failed = true;
       ++errors;
     }
   }

@@ -20,6 +20,8 @@ class CRkStreamDecoder {
 
   // False at the end of what can be decoded. Packets that cannot are passed over.
   bool NextFrame(AVFrame* frame);
+  // Whether the last call passed over a packet that cannot be decoded.
+  bool HasFailed() const { return m_failed; }
 
   enum class ERkSeek { Landed, NothingThere, NotPossible };
 
@@ -41,5 +43,6 @@ class CRkStreamDecoder {
   CRkAv<AVCodecContext> m_codec;
   CRkAv<AVPacket> m_packet{av_packet_alloc()};
   bool m_packetHeld = false;  // m_packet was read by Seek and is not decoded yet
+  bool m_failed = false;
   bool m_ended = false;
 };

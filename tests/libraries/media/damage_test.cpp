@@ -33,6 +33,9 @@ TEST_F(CDamageTest, a_file_that_cannot_be_played_is_refused_with_the_reason) {
   EXPECT_EQ(WhyNot(folder.Path("absent.mp4")), "No such file or directory");
   EXPECT_EQ(WhyNot(folder.Path(".")), "Is a directory");
   EXPECT_FALSE(WhyNot(Save("empty.mp4", "")).empty());
+  const std::string whole = Load(Make("whole.mp4", "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -c:v libx264"));
+  EXPECT_EQ(WhyNot(Save("unfinished.mp4", whole.substr(0, whole.find("moov") - 4))),
+            "its index (moov) is missing: the recording was not finished, or the file is cut");
   EXPECT_FALSE(WhyNot(Save("text.srt", "1\n00:00:00,000 --> 00:00:01,000\nNo picture\n")).empty());
 }
 
@@ -92,6 +95,64 @@ TEST_F(CDamageTest, a_hole_in_the_middle_holds_the_last_picture_and_reports_each
   EXPECT_TRUE(frames[21].picture == frames[19].picture);
   EXPECT_FALSE(frames[22].picture == frames[19].picture);
   EXPECT_TRUE(At(element, 21).picture == frames[19].picture);
+}
+
+TEST_F(CDamageTest, pictures_that_the_decoder_completes_are_shown_and_reported) {
+  const std::string whole =
+      Make("payload.mp4",
+           "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -c:v libx264 -preset veryfast -g 10 "
+           "-crf 8 -x264-params slices=4");
+  const std::string reference = RkReferencePictures(whole);
+  std::string bytes = Load(whole);
+  for (size_t at = bytes.size() / 2; at < bytes.size() / 2 + 50; at += 7)
+    bytes[at] = static_cast<char>(at * 31);
+  const auto element = OpenAsItIs(Save("damaged.mp4", bytes));
+  const std::vector<SFrame> frames = Rest(element);
+  ASSERT_EQ(frames.size(), 50u);
+  ASSERT_FALSE(sink.substituted.empty());
+  const std::vector<int> numbers = NumbersIn(reference, frames);
+  const auto [offset, reason] = sink.substituted.front();
+  EXPECT_EQ(reason, "damaged picture");
+  EXPECT_EQ(numbers[offset], -1) << "neither right nor the picture before it";
+  EXPECT_EQ(numbers[offset - 1], static_cast<int>(offset) - 1);
+}
+
+TEST_F(CDamageTest, sound_that_the_decoder_refuses_is_silence_between_fades) {
+  for (const char* coding : {"ac3 -b:a 192k", "flac"}) {
+    SCOPED_TRACE(coding);
+    const std::string whole = Make("whole.mkv",
+                                   "-f lavfi -i testsrc2=s=64x48:r=25:d=2 -f lavfi -i sine=r=48000:f=440:d=2 "
+                                   "-c:v ffv1 -c:a " +
+                                       std::string(coding));
+    const SRkClipFormat as = Describe(whole).format;
+    const std::string good = Sound(Rest(OpenAs(whole, as)));
+    std::string bytes = Load(whole);
+    // Inside one packet of sound in the middle of the file: pictures of this kind are 3000 bytes and more.
+    const std::string sound = RkRunFfmpeg("-i '" + whole + "' -map 0:a -c copy -f data -");
+    const size_t at = bytes.find(sound.substr(sound.size() / 2, 24));
+    ASSERT_NE(at, std::string::npos);
+    for (size_t i = 0; i < 24; ++i) bytes[at + i] ^= 0x55;
+    const auto element = OpenAs(Save("damaged.mkv", bytes), as);
+    const std::string damaged = Sound(Rest(element));
+    ASSERT_EQ(damaged.size(), good.size());
+    ASSERT_FALSE(sink.substituted.empty());
+    EXPECT_EQ(sink.substituted.front().second, "damaged sound");
+    EXPECT_LE(sink.substituted.size(), 4u);
+    const auto* samples = reinterpret_cast<const int16_t*>(damaged.data());
+    const auto* reference = reinterpret_cast<const int16_t*>(good.data());
+    int silent = 0;
+    int wrong = 0;
+    int step = 0;
+    for (size_t i = 1; i < damaged.size() / 2; ++i) {
+      silent += samples[i] == 0 ? 1 : 0;
+      wrong += samples[i] != reference[i] ? 1 : 0;
+      step = std::max(step, std::abs(samples[i] - samples[i - 1]));
+    }
+    EXPECT_GT(silent, 1000);
+    EXPECT_LT(wrong, 12000);
+    EXPECT_LT(step, 400) << "a tone of 440 Hz steps by 240 at most";
+    sink.substituted.clear();
+  }
 }
 
 }  // namespace
