@@ -4,28 +4,7 @@
 
 #include "base/RkCreateObject.h"
 #include "source_channel/CRkClipSourceChannel.h"
-#include "tests/support/RkAsleep.h"
-#include "tests/support/RkFakes.h"
-
-// A call on a thread of its own that is expected to block. The constructor returns when it does, so that
-// the test goes on to what ends the wait; the destructor waits for its end.
-class CBlockedCall {
- public:
-  explicit CBlockedCall(std::function<void()> call)
-      : m_thread([this, call = std::move(call)] {
-          m_threadId = GetCurrentThreadId();
-          call();
-          m_done = true;
-        }) {
-    EXPECT_TRUE(WaitUntil([this] { return m_done || (m_threadId != 0 && IsAsleep(m_threadId)); }));
-  }
-  ~CBlockedCall() { m_thread.join(); }
-
- private:
-  std::atomic<DWORD> m_threadId = 0;
-  std::atomic<bool> m_done = false;
-  std::thread m_thread;
-};
+#include "tests/support/RkBlockedCall.h"
 
 // A source channel over fake elements with the consumer's view of it. Its last release ends whatever still
 // plays, after which everything must be closed and gone.
