@@ -24,6 +24,8 @@ BOOL CRkClipOutputChannel::_Initialize(UINT preRollCount, UINT cacheCapacity,
     auto* created = new (std::nothrow) CRkClipSourceChannel(resolution, format, m_waits);
     if (!RkInitializeAndHandOut(created, channel.Out(), preRollCount, cacheCapacity, pool)) return FALSE;
   }
+  m_onAirSound.SetFrameRate(resolution.frameRate);
+  m_onAirSound.SetSamplesPerSecond(format.samplesPerSecond);
   m_notify = CRkRef<IRkClipOutputChannelNotify>::Retain(notify);
   return TRUE;
 }
@@ -53,6 +55,7 @@ BOOL CRkClipOutputChannel::GetSample(DWORD timeoutMs, IRkAVPlaySample** sample) 
   CRkScopedLock lock(m_sampleLock);
   CRkFunctionLog banner(kGetSampleBanner);
   if (!_Playing().GetSample(timeoutMs, sample)) return FALSE;
+  m_onAirSound.Deliver(**sample);
   RkLogTraceLine(RkLogLevel_Debug, kGetSample, __LINE__, (*sample)->GetPosition());
   return TRUE;
 }
@@ -110,10 +113,12 @@ void CRkClipOutputChannel::RemoveSampleProcessor() {
 }
 
 void CRkClipOutputChannel::SetVideoResolution(const SRkVideoResolution& resolution) {
+  m_onAirSound.SetFrameRate(resolution.frameRate);
   _OnAllThree([&](const auto& channel) { channel->SetVideoResolution(resolution); });
 }
 
 void CRkClipOutputChannel::SetWaveFormatInfo(const SRkWaveFormatInfo& format) {
+  m_onAirSound.SetSamplesPerSecond(format.samplesPerSecond);
   _OnAllThree([&](const auto& channel) { channel->SetWaveFormatInfo(format); });
 }
 

@@ -7,6 +7,7 @@
 #include "base/CRkCriticalSection.h"
 #include "base/CRkRef.h"
 #include "base/CRkUnknown.h"
+#include "output_channel/CRkOnAirSound.h"
 #include "output_channel/CRkSwitchRequest.h"
 #include "output_channel/IRkClipOutputChannel.h"
 #include "source_channel/IRkClipSourceChannel.h"
@@ -109,5 +110,6 @@ class CRkClipOutputChannel final : public CRkUnknown<IRkClipOutputChannel> {
   CRkRef<IRkClipOutputChannelNotify> m_notify;
 
   CRkSwitchRequest m_request;
+  CRkOnAirSound m_onAirSound;                            // delivers under the sample lock
   bool m_stopping RK_GUARDED_BY(m_controlLock) = false;  // inside Stop's own notifications
 };

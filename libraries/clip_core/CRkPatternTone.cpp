@@ -57,7 +57,8 @@ bool CRkPatternTone::Play(UINT position, IRkAudioSample** block) const {
   const ULONGLONG first = GetAudioSampleCounts(rate, m_frameRate, 0, position);
   const DWORD count = static_cast<DWORD>(GetAudioSampleCounts(rate, m_frameRate, position, 1));
   CRkRef<IRkAudioSample> created;
-  if (!RkCreateUserAudioSample(m_format, nullptr, count, created.Out())) return false;
+  // The output channel may repeat a sample where lists meet.
+  if (!RkCreateUserAudioSample(m_format, nullptr, count + 1, created.Out())) return false;
   created->SetSampleCount(count);
 
   const CRkAudioLock lock(*created);

@@ -132,7 +132,8 @@ CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& 
   const auto count = static_cast<DWORD>(_SamplesBefore(position + 1) - begin);
   const ULONGLONG first = _SamplesBefore(frame.rowStart) + begin - _SamplesBefore(rowPosition);
   CRkRef<IRkAudioSample> audio;
-  if (!RkCreateUserAudioSample(m_format.audio, nullptr, count, audio.Out())) return {};
+  // The output channel may repeat a sample where lists meet.
+  if (!RkCreateUserAudioSample(m_format.audio, nullptr, count + 1, audio.Out())) return {};
   audio->SetSampleCount(count);
   const CRkAudioLock lock(*audio);
   if (m_sound) {
