@@ -1,4 +1,7 @@
+#include <cstring>
+
 #include "tests/output_channel/OutputChannelTest.h"
+#include "tests/support/RkBlockedCall.h"
 
 namespace {
 
@@ -50,6 +53,25 @@ TEST_F(Meeting, a_load_holds_up_neither_delivery_nor_an_idle_look_nor_the_playin
   EXPECT_EQ(PlayOut(), "B0 B1 1 ");
 }
 
+TEST_F(Meeting, a_change_of_roles_waits_for_a_delivery_in_progress) {
+  const auto slow = MakeElement('A', 9);
+  PlayList({slow});
+  ASSERT_TRUE(Cue('B', 9));
+  slow->readGate.Shut();
+  CRkRef<IRkAVPlaySample> drained;
+  while (m_channel->GetSample(20, drained.Out())) {
+  }
+  std::string delivered;
+  CBlockedCall delivery([&] { delivered = TakeSample(); });
+  CBlockedCall change([&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); });
+  EXPECT_FALSE(delivery.IsDone());
+  EXPECT_FALSE(change.IsDone());
+  slow->readGate.Open();
+  EXPECT_TRUE(WaitUntil([&] { return delivery.IsDone() && change.IsDone(); }));
+  EXPECT_EQ(delivered[0], 'A');
+  EXPECT_EQ(TakeSample(), "B0");
+}
+
 // The first taker has gone; its request is being answered when the second raises another.
 TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_own_answer) {
   PlayList({MakeElement('A', 9)});
@@ -70,20 +92,26 @@ TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_ow
 }
 
 TEST_F(Meeting, the_next_load_of_either_channel_opens_with_the_new_settings) {
-  SRkVideoResolution video = kTestVideo;
-  video.width = 128;
+  const SRkVideoResolution video = {128, 72, RkPixelFormat_I420, 4, RkFrameRate_50, 6, 7, 8, 9};
   const SRkWaveFormatInfo audio = RkMakeWaveFormat(6, 44100, 24);
   m_channel->SetVideoResolution(video);
   m_channel->SetWaveFormatInfo(audio);
   const auto pool = MakeFake<CFakePool>();
   m_channel->SetPlayBufferPool(pool.Get());
+  const auto hook = MakeFake<CFakeHook>();
+  EXPECT_TRUE(m_channel->SetSampleProcessor(hook.Get()));
+  EXPECT_EQ(References(*pool), 4u) << "the Seeking channel has every setting too";
+  EXPECT_EQ(References(*hook), 4u);
+  m_channel->RemoveSampleProcessor();
+  EXPECT_EQ(References(*hook), 1u);
   for (int i = 0; i < 2; ++i) {
     const auto element = MakeElement('A', 2);
     ASSERT_TRUE(Cue({element}));
     ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
     EXPECT_EQ(element->poolAtOpen, pool.Get());
-    EXPECT_EQ(element->FormatAtOpen().video.width, 128);
-    EXPECT_EQ(element->FormatAtOpen().audio.channels, 6);
+    const SRkClipFormat format = element->FormatAtOpen();
+    EXPECT_EQ(std::memcmp(&format.video, &video, sizeof(video)), 0);
+    EXPECT_EQ(std::memcmp(&format.audio, &audio, sizeof(audio)), 0);
   }
 }
 

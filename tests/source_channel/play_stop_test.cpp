@@ -16,6 +16,24 @@ TEST_F(PlayStopTest, a_single_element_is_opened_once_and_sought_back_to_its_star
   for (UINT i = 0; i < elements[0]->Seeks().size(); ++i) EXPECT_EQ(elements[0]->Seeks()[i], i == 0 ? 3u : 0u);
 }
 
+TEST_F(PlayStopTest, waits_last_as_long_as_documented) {
+  EXPECT_EQ(waits.frameMs, 1u);
+  EXPECT_EQ(waits.preRollMs, 1000u);
+  EXPECT_EQ(waits.pauseMs, 1000u);
+  EXPECT_EQ(waits.stopMs, 100000u);
+  EXPECT_EQ(waits.closeMs, 1000u);
+  EXPECT_EQ(waits.switchPlayMs, 5000u);
+}
+
+TEST_F(PlayStopTest, an_element_is_found_by_its_position) {
+  Build({5, 5});
+  for (const UINT position : {0u, 4u, 5u, 9u}) {
+    CRkRef<IRkClipElement> found;
+    ASSERT_TRUE(channel->GetElementAtPosition(position, found.Out()));
+    EXPECT_EQ(found.Get(), elements[position / 5].Get()) << position;
+  }
+}
+
 TEST_F(PlayStopTest, a_start_past_the_end_is_refused_logged_and_disturbs_nothing) {
   Build({5});
   ASSERT_TRUE(channel->Play(2, 1));

@@ -22,11 +22,17 @@ class SeekTest : public SourceChannelTest {
 
 TEST_F(SeekTest, paused_seeks_give_exactly_the_asked_frames) {
   BuildPaused({10, 10, 10});
+  elements[1]->openGate.Shut();
+  ASSERT_TRUE(channel->Seek(15, 0));
+  ASSERT_TRUE(WaitUntil([&] { return elements[1]->openGate.SomebodyWaits(); }));
+  EXPECT_EQ(elements[0]->closes, elements[0]->opens) << "the old element is closed before the next is opened";
+  elements[1]->openGate.Open();
+  EXPECT_EQ(Take(), 15u);
   for (const UINT position : {0u, 29u, 0u, 5u, 5u, 9u, 10u, 11u, 29u}) ExpectSeek(position);
   EXPECT_FALSE(channel->Seek(30, 0));
   EXPECT_FALSE(channel->Seek(kRkNoPosition, kTestDeadlineMs));
-  EXPECT_EQ(elements[0]->opens, 2) << "an element that is being read is not opened again";
-  EXPECT_EQ(elements[0]->closes, 2);
+  EXPECT_EQ(elements[0]->opens, 3) << "an element that is being read is not opened again";
+  EXPECT_EQ(elements[0]->closes, 3);
   channel->EndSeek();
   ExpectFrames(0, 30);
   EXPECT_EQ(Status(), RkSourceChannel_Stopped);
@@ -88,6 +94,7 @@ TEST_F(SeekTest, a_frame_that_was_read_longer_than_a_pause_waits_does_not_come_o
   Build({500});
   ASSERT_TRUE(channel->Play(0, -1));
   HoldRead(*elements[0]);
+  ASSERT_TRUE(channel->Seek(250, 0));  // the pause discards it
   waits.pauseMs = 1;
   channel->BeginSeek(0);  // runs into its time-out
   EXPECT_EQ(Take(0), kNothing);
@@ -139,6 +146,39 @@ TEST_F(SeekTest, a_new_run_knows_nothing_of_the_pauses_and_seeks_before_it) {
     ASSERT_TRUE(channel->Play(3, 1));
     ExpectFrames(3, 9);
   }
+}
+
+// A request that waits while another is served leaves no idle pass between them.
+TEST_F(SeekTest, the_hook_hears_whole_seconds_between_seeks_without_an_idle_pass) {
+  BuildPaused({100});
+  const auto hook = MakeFake<CFakeHook>();
+  channel->SetSampleProcessor(hook.Get());
+  const auto pass = [](ULONGLONG ms) {
+    const ULONGLONG begin = GetTickCount64();
+    EXPECT_TRUE(WaitUntil([=] { return GetTickCount64() - begin > ms; }));
+  };
+  const auto served = [&](size_t count) {
+    EXPECT_TRUE(WaitUntil([&] { return hook->Intervals().size() == count; }));
+  };
+  CGate secondSeek;
+  hook->onSample = [&](IRkAVPlaySample* sample) {
+    if (sample->GetPosition() == 50) channel->Seek(60, 0);
+    if (sample->GetPosition() == 60) secondSeek.Pass();
+  };
+  secondSeek.Shut();
+  ASSERT_TRUE(channel->Seek(50, 0));
+  ASSERT_TRUE(WaitUntil([&] { return secondSeek.SomebodyWaits(); }));
+  pass(1000);
+  secondSeek.Open();
+  served(2);
+  pass(1000);
+  ASSERT_TRUE(channel->Seek(70, 0));
+  served(3);
+  const auto intervals = hook->Intervals();
+  EXPECT_EQ(intervals[0], 0u);
+  EXPECT_GE(intervals[1], 1u);
+  EXPECT_EQ(intervals[2], 0u) << "an idle pass ends the count";
+  channel->RemoveSampleProcessor();
 }
 
 TEST_F(SeekTest, the_hook_sees_every_sample_before_it_is_delivered_and_each_served_seek) {
