@@ -1,6 +1,16 @@
 #include "source_channel/CRkClipReader.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "base/RkLogLine.h"
+#include "base/RkMonotonicTime.h"
+
+namespace {
+
+constexpr LONGLONG kMostFreeFrames = 100;  // keeps a burst after a long hold short
+
+}  // namespace
 
 CRkClipReader::CRkClipReader(const SRkReaderParts& parts, HANDLE stopEvent)
     : m_parts(parts), m_stopEvent(stopEvent), m_start(parts.progress.Start()) {
@@ -42,9 +52,10 @@ bool CRkClipReader::_OpenElement() {
 // goes on serving orders.
 CRkClipReader::ELeft CRkClipReader::_ReadElement() {
   if (m_offset != 0) m_element->SeekTo(m_offset);
-  while (!_StopRequested(m_parts.waits.frameMs)) {
+  while (!_StopRequested(_FrameWaitMs())) {
     const SRkFrameOrder order = m_parts.orders.Take();
     _BeginPauseOrMove(order);
+    if (order.paused) m_freeFrames = 0;
     if (order.paused || order.position != kRkNoPosition) {
       _Serve(order);
     } else if (m_element && !_ReadNext() && !_StartOver()) {
@@ -52,6 +63,14 @@ CRkClipReader::ELeft CRkClipReader::_ReadElement() {
     }
   }
   return ELeft::OnStop;
+}
+
+// Before each frame the reader leaves the processor to others. A put that a full cache held back has done so
+// already, and pays for one frame a millisecond.
+DWORD CRkClipReader::_FrameWaitMs() {
+  if (m_freeFrames == 0) return m_parts.waits.frameMs;
+  --m_freeFrames;
+  return 0;
 }
 
 bool CRkClipReader::_ReadNext() {
@@ -170,7 +189,10 @@ void CRkClipReader::_Queue(IRkAVPlaySample& sample, bool whilePaused) {
     hook->ProcessSample(&sample, pool.Get());
   }
   if (m_parts.orders.DiscardsFrame()) return;
+  const LONGLONG putBegin = RkMonotonicNow();
   m_parts.cache.PutSample(&sample, tag.Pack(), m_stopEvent);
+  const LONGLONG heldMs = (RkMonotonicNow() - putBegin) / 1'000'000;
+  if (heldMs > 0) m_freeFrames = static_cast<UINT>(std::min(heldMs, kMostFreeFrames));
   if (whilePaused) return;
   m_pass.hasFrame = true;
   if (tag.endOfList) m_pass.hasEnded = true;

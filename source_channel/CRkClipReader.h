@@ -50,6 +50,7 @@ class CRkClipReader {
   void _FindStart();
   bool _OpenElement();
   ELeft _ReadElement();
+  DWORD _FrameWaitMs();
   bool _ReadNext();
   bool _StartOver();
   bool _MoveOn();
@@ -71,6 +72,7 @@ class CRkClipReader {
   const CRkSourceProgress::SStart m_start;
   CRkRef<IRkClipElement> m_element;  // the one being read; open while _ReadElement runs
   UINT m_offset = 0;                 // where reading begins in it
+  UINT m_freeFrames = 0;             // to read without a wait before each
   SPass m_pass;
   bool m_isOddPass = false;
   bool m_hasLoggedNothing = false;
