@@ -1,5 +1,5 @@
-// Many output channels at once, beside the least that so many players can cost: a pair of threads each, of
-// which one hands pointers over through a bounded queue and the other takes them at absolute times.
+// Many output channels at once, beside the floor: as many pairs of threads, of which one puts pointers into
+// a bounded queue and the other takes them at absolute times.
 
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
@@ -28,7 +28,7 @@ constexpr UINT kCapacity = 8;
 constexpr long long kLateNs = 5'000'000;
 const SRkVideoResolution kVideo = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
 
-// Keeps the core awake at the lowest priority there is: waking it would be measured instead.
+// Keeps the core awake at the lowest priority; otherwise the bench would measure how it wakes.
 class CAwake {
  public:
   CAwake() : m_thread([this] { _Spin(); }) {}
@@ -36,7 +36,7 @@ class CAwake {
     m_stop = true;
     m_thread.join();
   }
-  // What it spent is nobody's.
+  // Its own processor time, to be left out of the result.
   double Seconds() const { return 1e-9 * static_cast<double>(m_spentNs); }
 
  private:
@@ -56,7 +56,7 @@ class CAwake {
   std::thread m_thread;
 };
 
-// Takes `kSamples` samples at absolute times; how many came late.
+// Takes `kSamples` samples at absolute times; returns the number of late ones.
 template <class Take>
 int TakePaced(long long start, Take take) {
   int late = 0;
@@ -105,7 +105,7 @@ class CChannelPlayer {
   std::thread m_thread;
 };
 
-// The least one.
+// The floor.
 class CBarePlayer {
  public:
   explicit CBarePlayer(long long start)
@@ -209,7 +209,7 @@ void IdleMemory(benchmark::State& state) {
   state.counters["KiB/channel"] = kiB;
 }
 
-// How long until a cued list may go on air, and what the first sample after a change takes beyond others.
+// The time until a cued list may go on air, and the cost of the first sample after a change beside others.
 void CueAndChangeOver(benchmark::State& state) {
   constexpr int kChanges = 400;
   constexpr UINT kFrames = 20;

@@ -4,7 +4,7 @@
 #include "contracts/RkHost.h"
 #include "contracts/RkKernel.h"
 
-// What GetStatus reports.
+// The results of GetStatus.
 enum ERkSourceChannelStatus : UINT {
   RkSourceChannel_Constructed = 0,
   RkSourceChannel_Stopped = 1,  // also once the last sample of the final pass has been taken
@@ -12,11 +12,16 @@ enum ERkSourceChannelStatus : UINT {
 };
 
 // Plays one list of clip elements: a worker thread reads ahead into a bounded cache, the consumer takes
-// samples out. Positions are frame indices on the list's timeline; kRkNoPosition stands for none.
+// samples from it. Positions are frame indices on the list's timeline; kRkNoPosition stands for none.
 //
 // Threads: one control thread at a time calls the operations; GetSample may run on another thread beside
 // them, and GetPosition, GetStatus and the setters on any. The last Release stops the worker and waits
 // for it, up to 101 s: the host must not make it while an element would block for longer.
+//
+// A pass ends with the sample at the last position of the last element. If that sample never comes (the
+// element is empty, cannot be opened or ends early), the pass ends with the sample before it, once the worker
+// has looked for the next: a list with N passes always delivers N times what can be read. A list with N
+// passes of which nothing can be read stops by itself; an endless one is tried once a millisecond.
 //
 //   status:  0 --initialised--> 1 --Play--> 2 --last sample of the last pass taken--> 1
 //            any --Stop--> 1;  1 --any other sample taken--> 2 (the worker reads on after the end)
@@ -31,31 +36,33 @@ class IRkClipSourceChannel : public IRkUnknown {
   virtual BOOL SetPlayBufferPool(IRkPlayBufferPool* pool) = 0;  // TRUE when a pool is now set
 
   // Waits up to timeoutMs for the next sample; its reference belongs to the caller. Sets position and
-  // status. FALSE, and nothing changes, when none came.
+  // status. FALSE, and a null sample, when none came. When the worker finds the end of the last pass only
+  // after its last sample was taken, one call returns FALSE early and the status is Stopped.
   virtual BOOL GetSample(UINT timeoutMs, IRkAVPlaySample** sample) = 0;
 
-  // Starts reading at startPosition and waits up to 1000 ms for the pre-roll. repeatCount: how often the
-  // list plays; kRkRepeatEndless for ever, any other value below 1 counts as 1. FALSE, and nothing
-  // changes, for a start at or past the list's total. A running worker is restarted, not waited for.
+  // Starts reading at startPosition and waits up to 1000 ms for the pre-roll. repeatCount: the number of
+  // passes; kRkRepeatEndless has no end, any other value below 1 counts as 1. FALSE, and nothing
+  // changes, for a start at or past the list's total. Restarts a running worker without waiting for it.
   virtual BOOL Play(UINT startPosition, int repeatCount) = 0;
-  // Waits for the worker to return from what it reads; afterwards nothing of the run is left. TRUE.
+  // Waits, up to 100 s, for the worker to return from its read; drops every sample and order. TRUE.
   virtual BOOL Stop() = 0;
-  // Acts on what is not yet delivered.
+  // Holds for the samples that are not yet delivered.
   virtual void SetRepeatCount(int repeatCount) = 0;
 
-  // Paused single-frame mode: after BeginSeek (at most 1000 ms, always TRUE) nothing is produced but the
-  // frame of each Seek. Every element gets the mode. Ended by EndSeek, Play, Stop or SetElementMode.
+  // Enters the paused single-frame mode, in which the worker produces only the frame of each Seek. Waits up
+  // to 1000 ms, gives every element the mode and returns TRUE. EndSeek, Play, Stop and SetElementMode leave
+  // it.
   virtual BOOL BeginSeek(UINT mode) = 0;
-  // Asks for the sample at a position. While paused it waits until that sample is in the cache, while
-  // playing until the worker has taken the request; timeoutMs 0 does not wait and gives TRUE. FALSE for
-  // a position past the end, and when the wait ran out. Samples cached before still come out first.
+  // Requests the sample at a position. While paused, waits until that sample is in the cache; while
+  // playing, until the worker has taken the request. A timeoutMs of 0 returns TRUE without waiting. FALSE
+  // for a position past the end and after a time-out. Samples already cached are delivered first.
   virtual BOOL Seek(UINT position, UINT timeoutMs) = 0;
-  // Reading goes on where the current element stands.
+  // Reading continues behind the frame read last.
   virtual void EndSeek() = 0;
 
   virtual UINT GetElementMode() = 0;  // of the first element; 0 without one
-  // Gives every element the mode. When that changed the current element, or a position is given, the
-  // cache is emptied and the current element goes on from that offset in it (0 without a position).
+  // Gives every element the mode. When that changes the current element's, or a position is given, empties
+  // the cache and continues the current element at that offset (0 without a position); waits up to 1000 ms.
   virtual void SetElementMode(UINT mode, UINT position) = 0;
 
   virtual UINT Activate() = 0;                   // does nothing; 0

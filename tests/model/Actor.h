@@ -9,8 +9,8 @@
 #include <thread>
 #include <utility>
 
-// One of a host's threads: does on a thread of its own, in order, what any thread gives it. Its end waits
-// until all is done.
+// One thread of a host: runs the work that other threads give it, in order. Its destructor waits until all
+// of it is done.
 class CActor {
  public:
   CActor() : m_thread([this] { _Run(); }) {}

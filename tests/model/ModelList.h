@@ -7,7 +7,7 @@
 #include "tests/support/RkFakes.h"
 #include "tests/support/RkSetting.h"
 
-// What tells one frame from every other: which element of which list it was read from, and its position.
+// Identifies one frame: the element and list that it was read from, and its position.
 struct SModelFrame {
   UINT list;
   UINT element;
@@ -37,7 +37,7 @@ class CModelElement : public CMarkingElement {
   const UINT m_element;
 };
 
-// A list to load, and what must come out of it.
+// A list to load, and the frames that it must give.
 struct SModelList {
   UINT number;
   std::vector<CRkRef<CModelElement>> elements;
@@ -50,7 +50,7 @@ struct SModelList {
   // the worker has found that no other follows.
   bool MarksItsEnd() const { return !frames.empty() && frames.back().position + 1 == total; }
   bool EndsWith(const SModelFrame& frame) const { return !frames.empty() && frame == frames.back(); }
-  // The frame that comes first: a start in an element that fails leads to the next one.
+  // The first frame: a start in an element that fails leads to the next one.
   size_t First() const {
     size_t index = 0;
     while (index < frames.size() && frames[index].position < start) ++index;
@@ -58,7 +58,7 @@ struct SModelList {
   }
 };
 
-// Draws lists, and all else that is left to chance, from one seed.
+// Draws lists and all other random choices from one seed.
 class CModelRandom {
  public:
   explicit CModelRandom(UINT seed) : m_random(seed) {}

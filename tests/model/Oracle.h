@@ -9,7 +9,7 @@
 #include "output_channel/IRkClipOutputChannel.h"
 #include "tests/model/ModelList.h"
 
-// What an operation must have answered.
+// The answer that an operation must give.
 struct SAnswer {
   BOOL result = TRUE;
   std::vector<std::string> events = {};  // as CFakeNotify writes them down
@@ -18,8 +18,8 @@ struct SAnswer {
   bool answersTaker = false;
 };
 
-// Says what an output channel must do, by its rules and without its means: no thread, no cache, no lock.
-// Every operation makes the step in the model. One thread at a time.
+// Predicts what an output channel does, from its rules alone: without a thread, a cache or a lock. Every
+// operation takes the same step in the model. One thread at a time.
 class COracle {
  public:
   explicit COracle(UINT cacheCapacity) : m_readAhead(cacheCapacity + 1) {}

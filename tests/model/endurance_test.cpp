@@ -19,7 +19,7 @@ double MsSince(Clock::time_point begin) {
   return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-// How fast the resident memory grows: the slope of the line of least squares through what it was.
+// Growth of the resident memory: the slope of the least-squares line through its samples.
 class CMemoryTrend {
  public:
   void Note(double change) {
@@ -40,7 +40,7 @@ class CMemoryTrend {
   double m_count = 0, m_sumX = 0, m_sumY = 0, m_sumXX = 0, m_sumXY = 0;
 };
 
-// Sanitizers keep for a while what was freed.
+// Sanitizers keep freed memory for a while.
 #if defined(__has_feature)
 #define RK_HAS_FEATURE(name) __has_feature(name)
 #else
@@ -53,7 +53,7 @@ constexpr bool kMemoryIsPlain = false;
 constexpr bool kMemoryIsPlain = true;
 #endif
 
-// A host on one thread, with one that cues the next list meanwhile and one that asks for a switch.
+// A host with one thread that delivers, one that cues the next list and one that requests switches.
 class Endurance : public OutputChannelTest {
  protected:
   void SetUp() override {

@@ -1,6 +1,6 @@
-// Four threads that nobody waits for: what then comes out cannot be told beforehand, but it must still be
-// the lists in the order of their loads, each from its start without a gap or a repeat, with a notification
-// for every deed. RK_MODEL_SEED draws another run, RK_MODEL_STEPS makes it longer (in samples).
+// Four unsynchronised threads. Their result cannot be predicted, but it must be the lists in the order of
+// their loads, each from its start without a gap or a repeat, with one notification for each operation.
+// RK_MODEL_SEED draws another run, RK_MODEL_STEPS makes it longer (in samples).
 
 #include <map>
 #include <mutex>
@@ -40,7 +40,7 @@ class FreeRun : public OutputChannelTest {
   }
 
  private:
-  // The locks are not fair: who never lets go of them leaves none to the others.
+  // The locks are not fair: a thread that retakes them immediately starves the others.
   static void Pace() { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }
 
   void Deliver(CModelRandom&) {

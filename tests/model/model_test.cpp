@@ -1,9 +1,8 @@
-// A host that does what chance tells it, and an oracle that says what must come of it. One seed draws all
-// the steps; each is done by the thread that has to do it, and waited for, so that a seed always does the
-// same. Only what belongs together overlaps: a SwitchPlay waits over any number of steps, and a load goes
-// on beside the delivery.
+// A host takes random steps, and an oracle predicts every answer. A seed draws all the steps. The thread of
+// each step's role takes it, and the test waits for it, so a seed always gives the same play. Only two
+// things overlap: a SwitchPlay waits over any number of steps, and a load runs beside a delivery.
 //
-// A seed that fails is printed. Replay it, or run longer:
+// A failing seed is printed. Replay it, or run longer:
 //   RK_MODEL_SEED=7 RK_MODEL_STEPS=5000 RkModelTests --gtest_filter='Model.*'
 //   RK_MODEL_SEEDS=200 RkModelTests --gtest_filter='Model.*'
 
@@ -173,7 +172,7 @@ class Model : public OutputChannelTest {
     Expect(m_oracle->Delete(), m_editor.Do([&] { return m_channel->DeleteClip(); }));
   }
 
-  // ---- taker; what must not wait for him goes to the thread of the settings while he waits
+  // ---- taker; while it waits, the thread of the settings takes its other steps
 
   CActor& FreeTaker() { return m_taken.valid() ? m_settings : m_taker; }
 
@@ -258,7 +257,7 @@ class Model : public OutputChannelTest {
     m_oracle->EndSeek();
     Expect({}, TRUE);
   }
-  // Where the worker is among several elements cannot be told: there the mode stays as it is.
+  // With several elements the worker's current one is unknown, so the mode stays the same.
   void ElementMode() {
     const bool moves = m_oracle->CanMove();
     const UINT mode = moves ? m_random->Below(3) : m_oracle->Mode(true);

@@ -69,7 +69,7 @@ class CScriptedList : public CFake<IRkClipElementList> {
   size_t m_next = 0;
 };
 
-// An output channel with a sink and small caches; at its end nothing that it was given may be alive.
+// An output channel with a sink and small caches. It must release everything that it was given.
 class OutputChannelTest : public testing::Test {
  protected:
   static constexpr UINT kPreRoll = 2;
@@ -125,8 +125,8 @@ class OutputChannelTest : public testing::Test {
     return status;
   }
 
-  // Samples and switches in turn until no sample should be taken any more: "A0 A1 4 B0 B1 1 ", where
-  // every status but Playing is written down.
+  // Takes samples and switches in turn until playback ends: "A0 A1 4 B0 B1 1 ", with every status other than
+  // Playing.
   std::string PlayOut() {
     std::string told;
     for (int i = 0; i < 1000; ++i) {
@@ -138,7 +138,7 @@ class OutputChannelTest : public testing::Test {
     return told + "...";
   }
 
-  // Another thread asks for a switch; on return its request stands. -1: refused.
+  // Requests a switch on another thread; returns when the request is pending. -1: refused.
   std::future<int> RequestSwitch() {
     const UINT before = m_waits.switchPlays;
     auto answer = std::async(std::launch::async, [this] {
@@ -148,7 +148,7 @@ class OutputChannelTest : public testing::Test {
     EXPECT_TRUE(WaitUntil([&] { return m_waits.switchPlays > before; }));
     return answer;
   }
-  // Leaves a request that nobody waits for any more.
+  // Leaves a pending request whose wait has timed out.
   void LeaveRequest() {
     m_waits.switchPlayMs = 0;
     UINT position = 77;

@@ -60,7 +60,7 @@ TEST_F(Control, an_unanswered_request_fails_and_stands_until_the_next_look) {
   EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
   EXPECT_EQ(TakeSample(), "B0");
 
-  // What came too late for one request does not answer the next.
+  // A late answer does not end the wait for the next request.
   log.Clear();
   auto answer = RequestSwitch();
   EXPECT_FALSE(log.Heard(L"Successed"));

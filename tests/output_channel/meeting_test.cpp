@@ -5,10 +5,10 @@
 
 namespace {
 
-// What happens when an operation meets another, made to meet at the worst moment.
+// Operations that overlap at the worst moment.
 class Meeting : public OutputChannelTest {
  protected:
-  // A load that goes no further than its element's Open until the gate is opened.
+  // A load that blocks in its element's Open until the gate is opened.
   std::future<BOOL> BeginLoad(const Element& element) {
     m_waits.preRollMs = kTestDeadlineMs;
     element->openGate.Shut();
@@ -72,7 +72,7 @@ TEST_F(Meeting, a_change_of_roles_waits_for_a_delivery_in_progress) {
   EXPECT_EQ(TakeSample(), "B0");
 }
 
-// The first taker has gone; its request is being answered when the second raises another.
+// The first request has timed out and is being answered while the second is raised.
 TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_own_answer) {
   PlayList({MakeElement('A', 9)});
   ASSERT_TRUE(Cue('B', 9, 1, 4));
