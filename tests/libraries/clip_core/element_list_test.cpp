@@ -68,6 +68,7 @@ TEST(element_list, finds_every_first_and_last_frame_and_hands_each_element_out_a
   const auto a = MakeElement(3), b = MakeElement(1), c = MakeElement(4);
   const List list = ListOf({c});
   EXPECT_TRUE(list->InsertElement(0, a.Get()) && list->InsertElement(1, b.Get()));
+  EXPECT_FALSE(list->InsertElement(3, a.Get())) << "twice";
   const std::tuple<UINT, const Element&, UINT> cases[] = {
       {0, a, 0}, {2, a, 2}, {3, b, 0}, {4, c, 0}, {7, c, 3}};
   for (const auto& [position, element, expected] : cases) {

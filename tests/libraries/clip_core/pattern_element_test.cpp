@@ -100,6 +100,23 @@ TEST(pattern_element, burns_the_timeline_position_into_pictures_of_every_kind) {
   }
 }
 
+TEST(pattern_element, draws_75_percent_bars_in_the_colours_of_its_size) {
+  constexpr int kStandard[][3] = {{180, 128, 128}, {162, 44, 142}, {131, 156, 44}, {112, 72, 58},
+                                  {84, 184, 198},  {65, 100, 212}, {35, 212, 114}, {16, 128, 128}};
+  constexpr int kHigh[][3] = {{180, 128, 128}, {168, 44, 136}, {145, 147, 44}, {133, 63, 52},
+                              {63, 193, 204},  {51, 109, 212}, {28, 212, 120}, {16, 128, 128}};
+  for (const auto& [height, bars] : {std::pair{576, kStandard}, {1080, kHigh}}) {
+    const SRkClipFormat format = MakeFormat(16, height, RkPixelFormat_I444);
+    const auto element = MakeElement(1);
+    Sample sample;
+    ASSERT_TRUE(element->Open(nullptr, 0, &format) && element->ReadNextSample(sample.Out()));
+    for (UINT plane = 0; plane < 3; ++plane) {
+      const auto buffer = PlaneOf(sample, plane);
+      for (int bar = 0; bar < 8; ++bar) EXPECT_NEAR(buffer->GetData()[2 * bar], bars[bar][plane], 1);
+    }
+  }
+}
+
 TEST(pattern_element, refuses_formats_it_cannot_make_but_not_one_without_channels) {
   const auto element = MakeElement(1);
   const SRkClipFormat good = MakeFormat(16, 16, RkPixelFormat_I444, RkFrameRate_60, 32);
@@ -141,6 +158,9 @@ TEST(pattern_element, draws_into_its_own_memory_where_the_pools_is_too_small) {
     const auto pool = CRkRef<COneSizePool>::Adopt(new COneSizePool(given));
     ASSERT_TRUE(element->Open(pool.Get(), 0, &format) && element->ReadNextSample(sample.Out()));
     EXPECT_EQ(PlaneOf(sample, 0)->GetCapacity(), used);
+    element->Close();
+    EXPECT_EQ(pool->AddRef(), 2u) << "a closed element holds no pool";
+    pool->Release();
   }
 }
 

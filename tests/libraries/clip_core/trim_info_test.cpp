@@ -1,3 +1,6 @@
+#include <functional>
+#include <thread>
+
 #include "base/CRkClipPresentation.h"
 #include "base/CRkUnknown.h"
 #include "tests/libraries/clip_core/ClipCoreTest.h"
@@ -27,8 +30,12 @@ struct CForeignTrim final : CRkUnknown<IRkClipTrimInfo> {
   explicit CForeignTrim(const Ranges& given) : ranges(given) {}
   IRkClipTrimInfo* Clone() override { return nullptr; }
   void CopyFrom(IRkClipTrimInfo*) override {}
-  void GetTrimInOuts(Ranges& out) override { out = ranges; }
+  void GetTrimInOuts(Ranges& out) override {
+    if (onRead) onRead();
+    out = ranges;
+  }
   const Ranges ranges;
+  std::function<void()> onRead;
 };
 
 TEST(trim_info, refuses_ranges_that_overlap_descend_or_run_backwards) {
@@ -46,6 +53,7 @@ TEST(trim_info, copies_share_nothing_and_bad_sources_change_nothing) {
   clone->CopyFrom(clone.Get());
   clone->CopyFrom(nullptr);
   CForeignTrim backwards({{9, 3}});
+  backwards.onRead = [&] { std::thread([&] { EXPECT_EQ(EndsOf(clone), (Values{1, 2})); }).join(); };
   clone->CopyFrom(&backwards);
   EXPECT_EQ(EndsOf(clone), (Values{1, 2}));
 }
