@@ -133,10 +133,11 @@ TEST_F(source_player, trimmed_play_begins_where_the_ranges_let_it_and_never_stam
 
 TEST_F(source_player, loops_from_the_first_presented_frame_until_stopped) {
   OpenPattern(40);
-  ASSERT_TRUE(m_player->SetTrimInfo(MakeTrim({{10, 12}, {30, 31}}).Get()));
+  ASSERT_TRUE(m_player->SetTrimInfo(MakeTrim({{10, 12}, {39, 41}}).Get()));  // past the clip's end
+  m_callback->onEnd = [&] { EXPECT_FALSE(m_player->Play(0, FALSE)) << "while a stop waits"; };
   for (const bool trimmed : {true, false}) {
-    const std::string expected = trimmed ? "start 30 10 11 30 10 11 30" : "start 39 0 1";
-    ASSERT_TRUE(trimmed ? m_player->PlayTrimmed(30, TRUE) : m_player->Play(39, TRUE));
+    const std::string expected = trimmed ? "start 39 10 11 39 10 11 39" : "start 39 0 1";
+    ASSERT_TRUE(trimmed ? m_player->PlayTrimmed(39, TRUE) : m_player->Play(39, TRUE));
     EXPECT_TRUE(WaitUntil([&] { return m_callback->Log().starts_with(expected); }));
     m_player->Stop();
     EXPECT_TRUE(LogOfRun().ends_with(" end"));
@@ -233,6 +234,7 @@ TEST_F(source_player, a_run_that_outlives_its_stop_is_never_joined_by_a_second) 
   ASSERT_TRUE(WaitUntil([&] { return clip->readGate.SomebodyWaits(); }));
   m_player->Stop();  // gives up after its 5 s
   ASSERT_TRUE(m_player->Play(7, FALSE));
+  m_callback->onSample = [&](UINT) { EXPECT_EQ(m_player->GetState(), RkPlayer_Playing); };
   EXPECT_EQ(clip->readers, 1);
   clip->readGate.Open();
   ASSERT_TRUE(WaitUntil([&] { return m_callback->Count("end") == 2; }));
