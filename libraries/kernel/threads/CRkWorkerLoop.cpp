@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "platform/CRkFineTiming.h"
+
 CRkWorkerLoop::CRkWorkerLoop(int priority) : m_priority(priority) {
   if (m_idle) SetEvent(m_idle);
 }
@@ -20,6 +22,7 @@ void CRkWorkerLoop::Run() {
   while (_TakeRun(run)) {
     if (applied != run.priority) SetThreadPriority(GetCurrentThread(), run.priority);
     applied = run.priority;
+    const CRkFineTiming fineTiming;
     do {
       run.proc(run.context, m_stop);
     } while (_FinishRun());
