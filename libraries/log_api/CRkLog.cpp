@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t kFirstLineLength = 512;
 constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 
+// Fails for a line that does not fit, which some C libraries report by its full length.
 bool FormatInto(wchar_t* buffer, std::size_t length, const wchar_t* format, va_list arguments) {
   va_list again;
   va_copy(again, arguments);
@@ -20,7 +21,7 @@ bool FormatInto(wchar_t* buffer, std::size_t length, const wchar_t* format, va_l
   const int written =
       std::vswprintf(buffer, length, format, again);  // NOLINT(clang-analyzer-valist.Uninitialized)
   va_end(again);
-  return written >= 0;
+  return written >= 0 && static_cast<std::size_t>(written) < length;
 }
 
 // Formats a long line into `grown`. Null when it cannot be formatted at all.
