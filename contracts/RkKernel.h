@@ -220,7 +220,7 @@ RK_KERNEL_API int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND
                                            DWORD startBytes, IRkAudioDirectSound** renderer);
 
 enum ERkAudioSystem : int {
-  RkAudioSystem_System = 0,   // the machine's; Linux only
+  RkAudioSystem_System = 0,   // the machine's: SDL's on Linux, DirectSound on Windows
   RkAudioSystem_Virtual = 1,  // a sound card in name only, paced by the monotonic clock
   RkAudioSystem_None = 2,     // the creation of a renderer fails
 };

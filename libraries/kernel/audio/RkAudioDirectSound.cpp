@@ -7,7 +7,9 @@
 #include "libraries/kernel/audio/CRkRecoveringSoundOutput.h"
 #include "libraries/kernel/audio/CRkVirtualSoundOutput.h"
 #include "libraries/kernel/audio/SRkAudioSystemChoice.h"
-#ifndef _WIN32
+#ifdef _WIN32
+#include "libraries/kernel/audio/windows/CRkDirectSoundOutput.h"
+#else
 #include "libraries/kernel/audio/CRkSdlSoundOutput.h"
 #endif
 
@@ -20,22 +22,29 @@ std::unique_ptr<IRkSoundOutput> Make(Arguments... arguments) {
   return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) Output(arguments...));
 }
 
-std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system, double writtenAheadMs) {
-#ifndef _WIN32
-  if (system == RkAudioSystem_System) {
-    return Make<CRkRecoveringSoundOutput>(&Make<CRkSdlSoundOutput>, kRetryMs);
-  }
+// DirectSound plays on behalf of a window; SDL needs none.
+std::unique_ptr<IRkSoundOutput> MakeCard([[maybe_unused]] HWND window) {
+#ifdef _WIN32
+  return Make<CRkDirectSoundOutput>(window);
+#else
+  return Make<CRkSdlSoundOutput>();
 #endif
+}
+
+std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system, HWND window, double writtenAheadMs) {
+  if (system == RkAudioSystem_System) {
+    return Make<CRkRecoveringSoundOutput>([window] { return MakeCard(window); }, kRetryMs);
+  }
   return system == RkAudioSystem_Virtual ? Make<CRkVirtualSoundOutput>(writtenAheadMs) : nullptr;
 }
 
 }  // namespace
 
-int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND, double bufferMs, DWORD startBytes,
+int RkCreateAudioDirectSound(const SRkWaveFormatInfo& format, HWND window, double bufferMs, DWORD startBytes,
                              IRkAudioDirectSound** renderer) {
   auto choice = RkAudioSystemChoice().Get();
   const double writtenAheadMs = format.bytesPerSecond > 0 ? 1000.0 * startBytes / format.bytesPerSecond : 0.0;
-  auto output = MakeOutput(choice.system, writtenAheadMs);
+  auto output = MakeOutput(choice.system, window, writtenAheadMs);
   if (!output) return 0;
   auto created = CRkAudioDirectSound::Create(format, bufferMs, startBytes, std::move(output),
                                              std::move(choice.monitor), &RkMonotonicNow);
