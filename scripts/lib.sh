@@ -9,6 +9,10 @@ RK_BUILD_PACKAGES=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
   libsdl2-dev ffmpeg
 )
+RK_WINDOWS_PACKAGES=(
+  g++-mingw-w64-x86-64-posix cmake ninja-build googletest wine wine64 clang-14 lld-14 llvm-14
+  pulseaudio pulseaudio-utils
+)
 RK_CLANG_PACKAGES=(clang-14 clang-tidy-14 clang-format-14 libclang-rt-14-dev)
 
 rk_fail() {
@@ -71,6 +75,7 @@ rk_show_progress() {
 rk_configure() {
   local packages=("${RK_BUILD_PACKAGES[@]}")
   [[ $1 != clang ]] || packages+=("${RK_CLANG_PACKAGES[@]}")
+  [[ $1 != windows ]] || packages=("${RK_WINDOWS_PACKAGES[@]}")
   rk_need_packages "${packages[@]}"
   rk_logged "$1-configure" cmake --preset "$1"
 }

@@ -2,14 +2,18 @@
 //   RK_MODEL_CHANGES=10000   so many of them instead of 1,000
 //   RK_MODEL_PACED=1         workers wait their millisecond before each frame, as they do on air
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <fstream>
 
 #include "tests/model/Actor.h"
 #include "tests/model/ModelList.h"
 #include "tests/output_channel/OutputChannelTest.h"
+#ifdef _WIN32
+#include <psapi.h>
+#else
+#include <unistd.h>
+
+#include <fstream>
+#endif
 
 namespace {
 
@@ -19,13 +23,23 @@ double MsSince(Clock::time_point begin) {
   return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
+double ResidentBytes() {
+#ifdef _WIN32
+  PROCESS_MEMORY_COUNTERS counters = {};
+  K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
+  return static_cast<double>(counters.WorkingSetSize);
+#else
+  double pages = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> pages >> resident;
+  return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
+#endif
+}
+
 // Growth of the resident memory: the slope of the least-squares line through its samples.
 class CMemoryTrend {
  public:
   void Note(double change) {
-    double pages = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> pages >> resident;
-    const double bytes = resident * static_cast<double>(sysconf(_SC_PAGESIZE));
+    const double bytes = ResidentBytes();
     ++m_count;
     m_sumX += change;
     m_sumY += bytes;
