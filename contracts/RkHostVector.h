@@ -62,3 +62,5 @@ template <class T>
 using RkHostVector = std::vector<T>;
 
 #endif
+
+static_assert(sizeof(RkHostVector<int>) == 3 * sizeof(void*), "this library's arrays have another layout");
