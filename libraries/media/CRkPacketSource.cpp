@@ -64,7 +64,11 @@ bool CRkPacketSource::Open(const std::string& path, std::string& reason) {
 
 int CRkPacketSource::FindStream(AVMediaType type) const {
   const AVCodec* decoder = nullptr;
-  const int stream = av_find_best_stream(m_format.get(), type, -1, -1, &decoder, 0);
+  // Sound is that of the programme whose pictures are played.
+  const int related = type == AVMEDIA_TYPE_AUDIO
+                          ? av_find_best_stream(m_format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)
+                          : -1;
+  const int stream = av_find_best_stream(m_format.get(), type, -1, related, &decoder, 0);
   if (stream >= 0 && (m_format->streams[stream]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
     return AVERROR_STREAM_NOT_FOUND;
   }
