@@ -18,6 +18,20 @@ constexpr int64_t kSilenceSamples = 4096;
 // A timestamp that goes back further than any overlap is wrong.
 constexpr int64_t kMaxOverlapSeconds = 1;
 
+// Whether every frame of the stream has as many samples as the next.
+bool HasEqualFrames(const AVCodecParameters& codec) {
+  switch (codec.codec_id) {
+    case AV_CODEC_ID_OPUS:
+    case AV_CODEC_ID_AC3:
+    case AV_CODEC_ID_EAC3:
+    case AV_CODEC_ID_DTS:
+    case AV_CODEC_ID_FLAC:
+      return true;
+    default:
+      return codec.frame_size > 0 || av_get_exact_bits_per_sample(codec.codec_id) != 0;
+  }
+}
+
 int64_t RoundDown(int64_t value, int64_t step) {
   const int64_t rest = value % step;
   return rest < 0 ? value - rest - step : value - rest;
@@ -214,8 +228,7 @@ bool CRkSoundReader::_NextFrame() {
 void CRkSoundReader::_LearnGrid(int64_t place) {
   if (m_framesFromStart == 0) return;
   ++m_framesFromStart;
-  const AVCodecParameters* codec = m_decoder.Stream()->codecpar;
-  if (codec->frame_size <= 0 && av_get_exact_bits_per_sample(codec->codec_id) == 0) return;
+  if (!HasEqualFrames(*m_decoder.Stream()->codecpar)) return;
   if (m_framesFromStart == 2 && m_gridStep == 0) {
     m_gridPlace = place;
     m_gridStep = m_frame->nb_samples;

@@ -91,8 +91,9 @@ CRkStreamDecoder::ERkSeek CRkStreamDecoder::Seek(int64_t timestamp, SRkLanding* 
 }
 
 bool CRkStreamDecoder::Restart() {
-  avcodec_flush_buffers(m_codec.get());
+  // A decoder of its own: what some keep over a flush shifts or colours the first frames.
+  std::string reason;
   m_packetHeld = false;
-  m_ended = !m_source.Restart();
+  m_ended = !m_source.Restart() || !_OpenCodec(reason);
   return !m_ended;
 }

@@ -1,5 +1,4 @@
 #include <fstream>
-#include <set>
 
 #include "tests/libraries/media/MediaTest.h"
 
@@ -75,26 +74,6 @@ TEST_F(CDamageTest, a_truncated_file_delivers_what_it_announced) {
     ExpectPicture(At(element, 12), reference, 12);
     EXPECT_TRUE(sink.substituted.empty());
   }
-}
-
-TEST_F(CDamageTest, a_hole_in_the_middle_holds_the_last_picture_and_reports_each_frame) {
-  std::string bytes = Load(Make("hole.mov", "-f lavfi -i testsrc2=s=160x120:r=25:d=2 -c:v png"));
-  // The heads of two pictures in a row.
-  size_t at = 0;
-  for (int picture = 0; picture <= 21; ++picture) {
-    at = bytes.find("\x89PNG", at + 1);
-    if (picture >= 20) bytes.replace(at, 8, 8, '\xff');
-  }
-  const auto element = OpenAsItIs(Save("hole2.mov", bytes));
-  EXPECT_EQ(element->GetFrameCount(), 50u);
-  const std::vector<SFrame> frames = Rest(element);
-  ASSERT_EQ(frames.size(), 50u);
-  std::set<UINT> reported;
-  for (const auto& [offset, reason] : sink.substituted) reported.insert(offset);
-  EXPECT_EQ(reported, (std::set<UINT>{20, 21}));
-  EXPECT_TRUE(frames[21].picture == frames[19].picture);
-  EXPECT_FALSE(frames[22].picture == frames[19].picture);
-  EXPECT_TRUE(At(element, 21).picture == frames[19].picture);
 }
 
 TEST_F(CDamageTest, pictures_that_the_decoder_completes_are_shown_and_reported) {

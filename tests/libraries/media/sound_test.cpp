@@ -53,10 +53,9 @@ TEST_F(CSoundTest, every_kind_of_integer_sound_is_given_to_the_bit) {
   }
 }
 
-// An AAC decoder keeps the shape of its last window over a flush, which with some sounds rounds one of the
-// first samples of the file otherwise; with this noise it does not.
 TEST_F(CSoundTest, a_seek_meets_the_same_sample_where_times_are_rounded_to_milliseconds) {
-  for (const char* codec : {"flac", "pcm_s16le", "libmp3lame", "aac -aac_pns 0", "libvorbis"}) {
+  for (const char* codec : {"flac", "pcm_s16le", "libmp3lame", "aac -aac_pns 0", "libvorbis",
+                            "libopus -ar 48000", "dca -strict -2 -ar 48000"}) {
     SCOPED_TRACE(codec);
     const std::string path = Make("rounded.mkv",
                                   "-f lavfi -i testsrc2=s=64x48:r=25:d=4 -f lavfi "
@@ -99,13 +98,6 @@ TEST_F(CSoundTest, sound_that_begins_later_ends_early_or_pauses_stays_beside_its
       std::string(24000 * 2, '\0') + RkReferenceSound(later, "-af asetpts=N/SR/TB -f s16le");
   reference.resize(96000 * 2);
   ExpectSound(OpenAsItIs(later), reference);
-  SRkClipFormat as = format;
-  as.audio = RkMakeWaveFormat(1, 44100, 16);
-  const auto resampled = OpenAs(later, as);
-  const std::string all = Sound(Rest(resampled));
-  EXPECT_EQ(all.find_first_not_of('\0') / 2000, 22050u * 2 / 2000);
-  EXPECT_TRUE(At(resampled, 30).sound == Share(all, 30));
-
   const std::string paused = Make(
       "paused.mkv", kPicture + kNoise + "-af \"aselect='not(between(n,20,29))'\" -c:v mjpeg -c:a pcm_s16le");
   const auto element = OpenAsItIs(paused);

@@ -79,6 +79,7 @@ TEST_F(CSpliceTest, every_picture_of_joined_recordings_is_shown_once_beside_its_
       for (const UINT offset : {last, 51u, 50u, 49u, 70u, 3u}) {
         const SFrame frame = At(element, offset);
         EXPECT_TRUE(frame.picture == frames[offset].picture) << offset;
+        // A decoder that starts elsewhere may round otherwise.
         EXPECT_LE(MaxDifference(frame.sound, frames[offset].sound), 1) << offset;
       }
       EXPECT_TRUE(sink.substituted.empty());
