@@ -73,6 +73,6 @@ class CRkClipSampleCache : public CRkUnknown<IRkUnknown> {
   UINT m_count RK_GUARDED_BY(m_lock) = 0;
   LONG m_awaitedCount RK_GUARDED_BY(m_lock);
   bool m_isInterrupted RK_GUARDED_BY(m_lock) = false;
-  SWaiters m_producers RK_GUARDED_BY(m_lock);
-  SWaiters m_consumers RK_GUARDED_BY(m_lock);
+  SWaiters m_producers;  // their counts are guarded by the lock
+  SWaiters m_consumers;
 };
