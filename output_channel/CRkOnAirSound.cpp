@@ -69,7 +69,7 @@ void CRkOnAirSound::Deliver(IRkAVPlaySample& sample) {
   if (position != m_nextPosition) {
     m_excess +=
         static_cast<LONGLONG>(_PartBefore(position)) - static_cast<LONGLONG>(_PartBefore(m_nextPosition));
-    if (m_excess > m_denominator || m_excess <= -m_denominator) _Correct(sample, position);
+    if (m_excess < 0 || m_excess >= m_denominator) _Correct(sample, position);
   }
   m_nextPosition = position + 1;
 }
@@ -101,9 +101,8 @@ DWORD CRkOnAirSound::_Share(UINT position) const {
   return static_cast<DWORD>((_PartBefore(position) + m_numerator) / denominator);
 }
 
-// The excess is above one sample, or one sample short.
 void CRkOnAirSound::_Correct(IRkAVPlaySample& sample, UINT position) {
-  const bool drops = m_excess > 0;
+  const bool drops = m_excess >= m_denominator;
   const DWORD share = _Share(position);
   const bool follows = ForEachBlock(
       sample, [&](IRkAudioSample& block) { return HasSamples(block, share, m_samplesPerSecond); });

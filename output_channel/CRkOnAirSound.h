@@ -8,9 +8,9 @@
 //
 // An element gives each frame its share of the sound by the frame's place on its list, floor((p + 1) x r) -
 // floor(p x r) for r samples a frame. Where r is no whole number every jump from one position to another
-// loses or gains part of a sample. This object adds those parts up and, when they exceed one sample, repeats
-// or drops the last sample of the frame that follows the jump. So the samples delivered are always
-// floor(frames x r), one more or one less. Where r is whole, no sample is ever touched.
+// loses or gains part of a sample. This object adds those parts up and keeps their sum between none and one
+// sample: it repeats or drops the last sample of the frame that follows the jump. So the samples delivered
+// are always floor(frames x r) or one more. Where r is whole, no sample is ever touched.
 //
 // Sound that does not follow the share rule is never touched. A block without room for a repeated sample is
 // left alone too; the deviation then waits for the next jump.
