@@ -1,8 +1,14 @@
 #pragma once
 
+#include "base/CRkAudioLock.h"
 #include "output_device/CRkPacing.h"
 #include "output_device/CRkSampleQueue.h"
 #include "tests/support/RkFakes.h"
+
+// 16-bit samples of a block that is not locked otherwise.
+inline int16_t* SamplesOf(IRkAudioSample& audio) {
+  return reinterpret_cast<int16_t*>(CRkAudioLock(audio).Data());
+}
 
 // Writes down what the device hands out: "play", "stop", "blank", "v<index>" and "a<bytes>".
 class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
@@ -18,11 +24,13 @@ class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
     if (video == nullptr) return Write("blank");
     Write("v", video->GetFrameIndex());
     pictureGate.Pass();
+    if (onPicture) onPicture();
   }
   void OnStop() override { Write("stop"); }
 
   std::atomic<int> attachments = 0;
   CGate pictureGate;  // every picture passes it
+  std::function<void()> onPicture;
 
   std::vector<std::string> Take() {
     std::lock_guard lock(m_mutex);
@@ -67,12 +75,8 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
   void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) override {
     SRkAudioSampleInfo info = {};
     audio->GetInfo(&info);
-    SRkLockAudioSample lock = {};
-    audio->Lock(&lock);
-    const auto* const samples = reinterpret_cast<const int16_t*>(lock.data);
-    audio->Unlock();
-    std::lock_guard guard(m_mutex);
-    if (m_writes.empty()) firstSamples = {samples[0], samples[1]};
+    std::lock_guard lock(m_mutex);
+    if (m_writes.empty()) firstSamples = {SamplesOf(*audio)[0], SamplesOf(*audio)[1]};
     m_writes.emplace_back(writePosition, info.dataLength);
   }
   void SetNotifyInterval(double) override {}
@@ -119,21 +123,21 @@ inline CRkRef<IRkAudioSample> MakeBlock(int channels, WORD bits, DWORD count, in
   CRkRef<IRkAudioSample> block;
   RkCreateUserAudioSample(RkMakeWaveFormat(channels, rate, bits), nullptr, count, block.Out());
   block->SetSampleCount(count);
-  SRkLockAudioSample lock = {};
-  block->Lock(&lock);
+  const CRkAudioLock lock(*block);
   for (DWORD i = 0; i < count * static_cast<DWORD>(channels); ++i) {
     const int sample = value + step * static_cast<int>(i % static_cast<DWORD>(channels));
     for (int byte = 0; byte < bits / 8; ++byte) {
-      lock.data[i * (bits / 8) + static_cast<DWORD>(byte)] = static_cast<BYTE>(sample >> (8 * byte));
+      lock.Data()[i * (bits / 8) + static_cast<DWORD>(byte)] = static_cast<BYTE>(sample >> (8 * byte));
     }
   }
-  block->Unlock();
   return block;
 }
 
 inline CRkRef<IRkAVPlaySample> MakeSample(const std::vector<CRkRef<IRkAudioSample>>& blocks) {
   CRkRef<IRkAVPlaySample> sample;
   RkCreateAVPlaySample(sample.Out());
-  for (UINT i = 0; i < blocks.size(); ++i) sample->SetAudioSample(i, blocks[i].Get());
+  for (UINT i = 0; i < blocks.size(); ++i) {
+    if (blocks[i]) sample->SetAudioSample(i, blocks[i].Get());
+  }
   return sample;
 }

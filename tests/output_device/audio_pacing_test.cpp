@@ -3,7 +3,9 @@
 #include <cmath>
 
 #include "output_device/CRkAudioPacing.h"
+#include "output_device/CRkVideoPresenter.h"
 #include "tests/output_device/DeviceFakes.h"
+#include "tests/support/RkSetting.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ class audio_pacing : public testing::Test {
   void Restart(int lead, ERkFrameRate rate) {
     m_renderer->Reset();
     m_shown.BeginPlay();
+    m_shown.ClearSubmitted();
     m_pacing.emplace(m_shown, m_events.All(), *m_renderer, m_builder, m_queue, m_callback,
                      RkFrameDurationMs(rate), lead);
   }
@@ -38,6 +41,18 @@ class audio_pacing : public testing::Test {
     m_renderer->positionMs = positionMs;
     m_pacing->Pass();
     return m_renderer->Writes().size();
+  }
+
+  // No gap, and every frame within so many samples of its time.
+  void ExpectExact(size_t leastFrames, double tolerance) {
+    const auto writes = m_renderer->Writes();
+    ASSERT_GE(writes.size(), leastFrames);
+    ULONGLONG end = 0;
+    for (UINT frame = 0; frame < writes.size(); ++frame) {
+      ASSERT_EQ(writes[frame].first, end);
+      end += writes[frame].second;
+      ASSERT_NEAR(writes[frame].first / 4.0, static_cast<double>(m_builder.FirstSample(frame)), tolerance);
+    }
   }
 
   CRkRef<CFakeDeviceCallback> m_sink = MakeFake<CFakeDeviceCallback>();
@@ -95,30 +110,53 @@ TEST_F(audio_pacing, frames_that_cannot_be_built_leave_a_gap_of_their_exact_leng
 TEST_F(audio_pacing, keeps_every_frame_at_its_time_whatever_its_block_holds) {
   Begin(1, kTestAudio, RkFrameRate_59_94);
   // Shorter and longer by little and by much, none, at another rate, and with another layout.
-  const std::vector<CRkRef<IRkAVPlaySample>> kinds = {MakeSample({MakeBlock(2, 16, 800, 100, 1)}),
-                                                      MakeSample({MakeBlock(2, 16, 802, 100, 1)}),
-                                                      MakeSample({MakeBlock(2, 16, 1, 100, 1)}),
-                                                      MakeSample({MakeBlock(2, 16, 5000, 100, 1)}),
-                                                      MakeSample({}),
-                                                      MakeSample({MakeBlock(2, 16, 735, 100, 1, 44100)}),
-                                                      MakeSample({MakeBlock(2, 24, 9999, 100, 1)}),
-                                                      MakeSample({MakeBlock(1, 32, 1, 100, 1)})};
-  for (const auto& kind : kinds) {
+  for (const auto& block :
+       {MakeBlock(2, 16, 800, 100, 1), MakeBlock(2, 16, 802, 100, 1), MakeBlock(2, 16, 1, 100, 1),
+        MakeBlock(2, 16, 5000, 100, 1), CRkRef<IRkAudioSample>(), MakeBlock(2, 16, 735, 100, 1, 44100),
+        MakeBlock(2, 24, 9999, 100, 1), MakeBlock(1, 32, 1, 100, 1)}) {
     Restart(1, RkFrameRate_59_94);
     for (UINT frame = 0; frame < 1000; ++frame) {
-      Push(m_queue, kind.Get());
+      Push(m_queue, MakeSample({block}).Get());
       m_shown.CountSubmitted();
-      PassAt(std::fmod(frame * RkFrameDurationMs(RkFrameRate_59_94) + 0.1, 1000.0));
+      PassAt(std::fmod((frame + 0.01) * RkFrameDurationMs(RkFrameRate_59_94), 1000.0));
     }
-    const auto writes = m_renderer->Writes();
-    ASSERT_GE(writes.size(), 1000U);
-    ULONGLONG end = 0;
-    for (size_t frame = 0; frame < writes.size(); ++frame) {
-      ASSERT_EQ(writes[frame].first, end);  // no gap
-      end += writes[frame].second;
-      ASSERT_NEAR(writes[frame].first / 4.0,
-                  static_cast<double>(m_builder.FirstSample(static_cast<UINT>(frame))), 96.0);
+    ExpectExact(1000, 96.0);
+  }
+}
+
+// RK_SIMULATED_FRAMES plays another number of frames, in thousands: 2610 are a day at 29.97.
+TEST_F(audio_pacing, keeps_pictures_and_sound_exact_over_a_long_run) {
+  constexpr UINT kAhead = 8;
+  const UINT frames = 1000 * static_cast<UINT>(Setting("RK_SIMULATED_FRAMES", 200));
+  CRkSampleQueue pictures;
+  const auto marker = MakeVideo(0);
+  ASSERT_TRUE(pictures.Create(64));
+  for (const ERkFrameRate rate : {RkFrameRate_29_97, RkFrameRate_59_94}) {
+    Begin(5, kTestAudio, rate);
+    CRkVideoPresenter presenter(pictures, m_shown, m_callback, marker.Get());
+    std::vector<CRkRef<IRkAudioSample>> blocks(2 * kAhead);
+    for (auto& block : blocks) block = MakeBlock(2, 16, 2048, 0, 0);
+    m_renderer->plays = true;
+    UINT submitted = 0, jitter = 1;
+    for (UINT frame = 0; frame < frames; ++frame) {
+      for (; submitted < frame + kAhead; ++submitted) {
+        const auto& block = blocks[submitted % blocks.size()];
+        block->SetSampleCount(
+            static_cast<DWORD>(m_builder.FirstSample(submitted + 1) - m_builder.FirstSample(submitted)));
+        Push(m_queue, MakeSample({block}).Get());
+        Push(pictures, MakeVideo(submitted).Get());
+        m_shown.CountSubmitted();
+      }
+      jitter = jitter * 1664525 + 1013904223;
+      const double within = 0.02 + 0.96 * (jitter >> 16) / 65536.0;
+      m_renderer->positionMs = std::fmod((frame + within) * RkFrameDurationMs(rate), 1000.0);
+      m_pacing->Pass();
+      presenter.FramePass();
+      ASSERT_EQ(m_sink->Take().back(), std::string("v").append(std::to_string(frame)));
     }
+    ExpectExact(frames, 0.0);
+    m_queue.Flush();
+    pictures.Flush();
   }
 }
 
@@ -130,18 +168,16 @@ class audio_builder : public testing::Test {
     EXPECT_TRUE(builder.Configure(kTestAudio, sourceChannels, RkFrameRate_25));
     CRkRef<IRkAudioSample> audio;
     EXPECT_TRUE(builder.Build(MakeSample(blocks).Get(), 0, audio.Out()));
-    SRkLockAudioSample lock = {};
-    audio->Lock(&lock);
-    const auto* samples = reinterpret_cast<const int16_t*>(lock.data);
-    const std::pair<int, int> first = {samples[0], samples[1]};
-    audio->Unlock();
-    m_count = lock.sampleCount;
-    return first;
+    m_count = CRkAudioLock(*audio).SampleCount();
+    m_passedThrough = !blocks.empty() && audio.Get() == blocks[0].Get();
+    return {SamplesOf(*audio)[0], SamplesOf(*audio)[1]};
   }
   DWORD m_count = 0;
+  bool m_passedThrough = false;
 };
 
-TEST_F(audio_builder, spreads_pairs_to_left_and_right_and_an_odd_last_channel_to_both) {
+TEST_F(audio_builder,
+       passes_16_bit_stereo_through_and_spreads_other_channels_in_pairs_an_odd_last_one_to_both) {
   const auto pair = [](int value) { return MakeBlock(2, 16, 1920, value, 1000); };
   EXPECT_EQ(Build(6, {MakeBlock(2, 24, 1920, 256 * 100, 256 * 10), MakeBlock(2, 24, 1920, 0, 0),
                       MakeBlock(2, 24, 1920, 256, 256)}),
@@ -149,33 +185,29 @@ TEST_F(audio_builder, spreads_pairs_to_left_and_right_and_an_odd_last_channel_to
   EXPECT_EQ(Build(3, {MakeBlock(1, 16, 1920, 1, 0), MakeBlock(1, 16, 1920, 10, 0), pair(100)}),
             (std::pair{101, 110}));
   EXPECT_EQ(Build(2, {MakeBlock(1, 16, 1920, 7, 0), MakeBlock(1, 16, 1920, 8, 0)}), (std::pair{7, 8}));
+  EXPECT_FALSE(m_passedThrough);
+  EXPECT_EQ(Build(6, {pair(5), pair(100)}), (std::pair{5, 1005}));
+  EXPECT_TRUE(m_passedThrough);
 }
 
-TEST_F(audio_builder, stretches_and_squeezes_without_a_step) {
+TEST(audio_builder_fit, stretches_and_squeezes_without_a_step) {
   CRkAudioFrameBuilder builder;
   ASSERT_TRUE(builder.Configure(kTestAudio, 2, RkFrameRate_25));
-  const auto ramp = MakeBlock(2, 16, 1920, 0, 0);
-  SRkLockAudioSample lock = {};
-  ramp->Lock(&lock);
-  auto* const values = reinterpret_cast<int16_t*>(lock.data);
-  for (int i = 0; i < 2 * 1920; ++i)
-    values[i] = static_cast<int16_t>(i % 2 == 0 ? 10 * (i / 2) - 9600 : -i / 2);
-  ramp->Unlock();
-  CRkRef<IRkAudioSample> audio = ramp;
+  CRkRef<IRkAudioSample> built;
+  ASSERT_TRUE(builder.Build(MakeSample({MakeBlock(2, 16, 1920, 0, 0)}).Get(), 0, built.Out()));
+  int16_t* samples = SamplesOf(*built);
+  for (int i = 0; i < 2 * 1920; ++i) samples[i] = static_cast<int16_t>(i % 2 == 0 ? 5 * i - 9600 : -i / 2);
   // Again and again, in its own memory too.
   for (const DWORD count : {1921u, 1700u, 3840u, 960u}) {
     CRkRef<IRkAudioSample> fitted;
-    ASSERT_TRUE(builder.Fit(*audio, count, fitted.Out()));
-    fitted->Lock(&lock);
-    ASSERT_EQ(lock.sampleCount, count);
-    const auto* const samples = reinterpret_cast<const int16_t*>(lock.data);
+    ASSERT_TRUE(builder.Fit(*built, count, fitted.Out()));
+    samples = SamplesOf(*fitted);
     for (DWORD i = 0; i < count; ++i) {
       const double part = i / (count - 1.0) * 1919.0;
       ASSERT_NEAR(samples[2 * i], 10 * part - 9600, 6.0) << count;
       ASSERT_NEAR(samples[2 * i + 1], -part, 6.0) << count;
     }
-    fitted->Unlock();
-    audio = fitted;
+    built = fitted;
   }
 }
 
@@ -186,28 +218,6 @@ TEST_F(audio_builder, fits_later_blocks_to_the_first_in_width_and_length) {
   EXPECT_EQ(m_count, 1920U);
   EXPECT_EQ(Build(4, {MakeBlock(4, 24, 100000, 256, 0)}), (std::pair{2, 2}));
   EXPECT_EQ(m_count, 100000U);
-}
-
-TEST_F(audio_builder, passes_the_output_format_through_and_fills_frames_without_sound_to_their_exact_length) {
-  CRkAudioFrameBuilder builder;
-  ASSERT_TRUE(builder.Configure(kTestAudio, 2, RkFrameRate_29_97));
-  ULONGLONG total = 0;
-  const auto empty = MakeBlock(2, 16, 1, 0, 0);
-  empty->SetSampleCount(0);
-  const CRkRef<IRkAVPlaySample> samples[] = {{}, MakeSample({}), MakeSample({empty})};
-  for (UINT frame = 0; frame < 5; ++frame) {
-    CRkRef<IRkAudioSample> audio;
-    ASSERT_TRUE(builder.Build(samples[frame % 3].Get(), frame, audio.Out()));
-    SRkAudioSampleInfo info = {};
-    audio->GetInfo(&info);
-    total += info.dataLength;
-  }
-  EXPECT_EQ(total, 8008U * 4);
-
-  const auto block = MakeBlock(2, 16, 1600, 5, 1);
-  CRkRef<IRkAudioSample> audio;
-  ASSERT_TRUE(builder.Build(MakeSample({block}).Get(), 5, audio.Out()));
-  EXPECT_EQ(audio.Get(), block.Get());
 }
 
 }  // namespace

@@ -31,19 +31,12 @@ class video_presenter : public testing::Test {
   CRkVideoPresenter m_presenter{m_queue, m_shown, m_callback, m_marker.Get()};
 };
 
-TEST_F(video_presenter, drops_late_frames_but_shows_the_newest_when_nothing_newer_is_there) {
+TEST_F(video_presenter, drops_late_frames_but_the_newest_and_repeats_an_early_one_until_its_turn) {
   Queue({7, 8, 9});
   EXPECT_EQ(Pass(10), Events{"v9"});
-  Queue({9, 11});
-  EXPECT_EQ(Pass(11), Events{"v11"});
-}
-
-TEST_F(video_presenter, shows_an_early_frame_again_at_every_pass_until_its_turn_has_come) {
-  Queue({12, 13});
-  EXPECT_EQ(Pass(10), Events{"v12"});
-  EXPECT_EQ(Pass(11), Events{"v12"});
-  EXPECT_EQ(Pass(12), Events{"v12"});
-  EXPECT_EQ(Pass(13), Events{"v13"});
+  Queue({9, 13, 14});
+  for (const UINT due : {11u, 12u, 13u}) EXPECT_EQ(Pass(due), Events{"v13"});
+  EXPECT_EQ(Pass(14), Events{"v14"});
 }
 
 TEST_F(video_presenter, the_marker_blanks_the_picture_whatever_is_due) {
@@ -52,28 +45,41 @@ TEST_F(video_presenter, the_marker_blanks_the_picture_whatever_is_due) {
   Queue({20});
   EXPECT_EQ(Pass(10), Events{"blank"});
   EXPECT_EQ(m_queue.Count(), 1);
-  EXPECT_EQ(m_marker->AddRef(), 2U);  // the queue's reference has gone
-  m_marker->Release();
+  EXPECT_EQ(References(*m_marker.Get()), 1U);
   EXPECT_EQ(Pass(10), Events{"v20"});
 }
 
 TEST_F(video_presenter, a_stop_goes_through_to_the_last_frame_and_ends_with_an_empty_queue) {
-  const CRkHandle exitEvent = CRkHandle::ManualResetEvent();
-  const CRkHandle stopEvent = CRkHandle::ManualResetEvent();
-  const CRkHandle doneEvent = CRkHandle::ManualResetEvent();
+  const SPacingEvents events;
   m_shown.AdvanceTo(25);
   Queue({20, 21, 22, 23, 24, 25});
-  SetEvent(stopEvent);
-  m_presenter.Run(exitEvent, stopEvent, doneEvent);
+  SetEvent(events.stop);
+  m_presenter.Run(events.exit, events.stop, events.videoDone);
   EXPECT_EQ(m_sink->Take(), Events{"v25"});
-  EXPECT_TRUE(RkWait(doneEvent, 0));
+  EXPECT_TRUE(RkWait(events.videoDone, 0));
 
-  ResetEvent(doneEvent);
   Queue({26});
-  SetEvent(exitEvent);
-  m_presenter.Run(exitEvent, stopEvent, doneEvent);
-  EXPECT_FALSE(RkWait(doneEvent, 0));
-  m_presenter.Run(exitEvent, nullptr, doneEvent);  // the events are gone: ends as well
+  SetEvent(events.exit);
+  m_presenter.Run(events.exit, events.stop, events.videoDone);
+  EXPECT_FALSE(RkWait(events.videoDone, 0));
+  m_presenter.Run(events.exit, nullptr, events.videoDone);  // the events are gone: ends as well
+}
+
+TEST_F(video_presenter, repeats_an_early_frame_during_a_stop_at_most_once_a_millisecond) {
+  const SPacingEvents events;
+  Queue({5, 6});
+  SetEvent(events.stop);
+  const ULONGLONG begin = GetTickCount64();
+  std::thread presenter([&] { m_presenter.Run(events.exit, events.stop, events.videoDone); });
+  size_t shown = 0;
+  while (shown < 20) {
+    shown += m_sink->Take().size();
+    std::this_thread::yield();
+  }
+  EXPECT_GE(GetTickCount64() + 2 - begin, shown);  // two for the granularity of the clock
+  m_shown.AdvanceTo(6);
+  presenter.join();
+  EXPECT_EQ(m_sink->Take().back(), "v6");
 }
 
 TEST(shown_frame, follows_the_clock_and_is_anchored_again_when_the_clock_outruns_the_frames) {

@@ -174,7 +174,7 @@ TEST_F(audio_renderer, skips_sound_that_comes_late_cuts_what_comes_early_and_is_
   Pull((kSpanFrames + 4) * kFrameBytes);  // more at once than the span
   Pull(kSpanFrames * kFrameBytes);
 
-  // Late, cut, and the two bytes at the far end; silence is no loss.
+  // Late, cut, and wholly too early; silence is no loss.
   EXPECT_EQ(m_renderer->GetDroppedSampleCount(), 8u + 4 + 14 + 4 + 8);
   const auto silence = MakeSound(0, kPeriodBytes);
   SRkLockAudioSample lock = {};
@@ -190,7 +190,7 @@ TEST_F(audio_renderer, skips_sound_that_comes_late_cuts_what_comes_early_and_is_
   EXPECT_EQ(m_script.taken, expected);
 }
 
-TEST_F(audio_renderer, begins_anew_at_byte_0_after_a_reset) {
+TEST_F(audio_renderer, starts_over_at_byte_0_after_a_reset) {
   Create();
   Write(4 * kPeriodBytes);
   EXPECT_TRUE(m_renderer->Play());
