@@ -13,7 +13,7 @@
 #include "libraries/media/SRkMediaSource.h"
 
 // A media file as a clip element. What it presents is settled when it is created; opening it opens the
-// file's decoders, which belong to the thread that reads. A frame that the file cannot give any more is
+// file's decoders, which belong to the thread that reads. A frame that the file no longer holds is
 // replaced and reported, so the announced count is always delivered.
 class CRkMediaClipElement final : public CRkClipElementBase {
  public:

@@ -9,7 +9,7 @@ extern "C" {
 
 namespace {
 
-// A reader that got nowhere in so many attempts has met the end of what is readable.
+// Reading ends after this many consecutive errors.
 constexpr int kMaxReadErrors = 64;
 
 void QuietLibraries() {

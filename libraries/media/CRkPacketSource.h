@@ -30,8 +30,8 @@ class CRkPacketSource {
 
   // False at the end.
   bool Read(AVPacket* packet);
-  // Goes to a place from which everything at `timestamp` (of the selected stream) can be decoded. The
-  // container's index decides how far before it, and some are wrong: look at where the packets go on.
+  // Seeks to a place from which everything at `timestamp` (of the selected stream) can be decoded. Some
+  // containers' indexes are wrong, so callers check where the packets continue.
   bool SeekBefore(int64_t timestamp);
   // Back to the very first packet. False, and no change, when the file cannot be opened any more.
   bool Restart();

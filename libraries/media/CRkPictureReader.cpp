@@ -7,9 +7,9 @@
 
 namespace {
 
-// Decoding so many pictures on is no dearer than a seek.
+// Decoding on this far costs no more than a seek.
 constexpr int64_t kNearPictures = 32;
-// Key pictures to go back over in search of one from which a picture can be decoded.
+// Limits the key pictures that are tried before a picture is decoded from the start of the file.
 constexpr int kMaxStepsBack = 8;
 
 }  // namespace
@@ -57,8 +57,8 @@ void CRkPictureReader::_Locate(int64_t number) {
       m_firstWhole = m_timeline->PictureOf(landing.pts);
       if (m_firstWhole <= number && _Advance(number)) return;
       if (m_firstWhole <= 0) break;
-      // A key picture's place in the file is told by its decoding time. Containers without an index may
-      // land just before the same one again: then further and further back.
+      // A key picture's decoding time gives its place in the file. Containers without an index may land at
+      // the same key picture again, so each step goes back further.
       const int64_t earliest =
           landing.dts == AV_NOPTS_VALUE ? landing.pts : std::min(landing.pts, landing.dts);
       const int64_t halfSecond = av_rescale_q(1, {1, 2}, m_timeline->TimeBase());
@@ -70,8 +70,8 @@ void CRkPictureReader::_Locate(int64_t number) {
   if (m_decoder.Restart()) _Advance(number);
 }
 
-// The last picture up to `number` behind whose place in the file there is still a key picture to read; 0
-// when there is none. A truncated file may lack most of what its index promises.
+// The last picture up to `number` that still has a readable key picture behind its place in the file; 0
+// when there is none. A truncated file may lack most pictures of its index.
 int64_t CRkPictureReader::_LastReadable(int64_t number) {
   CRkStreamDecoder::SRkLanding landing{};
   int64_t readable = 0;
@@ -83,8 +83,7 @@ int64_t CRkPictureReader::_LastReadable(int64_t number) {
   return readable;
 }
 
-// Decodes on until the picture or, where it is missing, the last one before it is shown. False when no
-// picture was met up to it.
+// Decodes on to the picture or, where it is missing, to the last one before it. False when there is none.
 bool CRkPictureReader::_Advance(int64_t number) {
   while (m_shownNumber < number) {
     if (m_aheadNumber < 0 && !_DecodeAhead()) break;

@@ -5,8 +5,8 @@
 #include "libraries/media/CRkStreamDecoder.h"
 #include "libraries/media/SRkMediaSource.h"
 
-// Any picture of a stream by its number on the timeline: decodes on where that is near, and otherwise
-// from the key picture before it. One thread at a time.
+// Reads any picture of a stream by its number on the timeline. Decodes on when the picture is near, and
+// otherwise from the key picture before it. One thread at a time.
 //
 //   m_shown   the last picture that was reached        (number m_shownNumber, -1: none)
 //   m_ahead   the one decoded after it, if it already is (number m_aheadNumber, -1: none)
@@ -38,7 +38,7 @@ class CRkPictureReader {
   int64_t m_shownNumber = -1;
   int64_t m_aheadNumber = -1;
   int64_t m_nextCounted = 0;  // the next picture's number where only counting gives it
-  // Pictures shown before this one refer to what was not decoded, after a seek.
+  // After a seek, pictures before this one refer to pictures that were not decoded.
   int64_t m_firstWhole = 0;
   // The file gives no picture from this one on; the last it gives is m_lastGood (-1: none).
   int64_t m_noneFrom = INT64_MAX;

@@ -63,7 +63,7 @@ CRkRef<IRkVideoSample> CRkPictureScaler::Scale(const AVFrame& picture) {
   return video;
 }
 
-// Builds the conversion for the picture where the one at hand is for others.
+// Builds a new conversion where the picture differs in kind from the one before it.
 bool CRkPictureScaler::_Prepare(const AVFrame& picture) {
   const SRkPictureKind kind = RkKindOf(picture);
   if (kind == m_kind) return true;

@@ -13,7 +13,7 @@ extern "C" {
 namespace {
 
 constexpr int kSilenceSamples = 4096;
-// Damaged headers may claim rates that would blow up every frame without bound.
+// Damaged headers may claim rates whose conversion would exhaust memory.
 constexpr int kMinSourceRate = 1000;
 constexpr int kMaxSourceRate = 1000000;
 
@@ -22,7 +22,7 @@ AVSampleFormat AvSampleFormat(int bits) {
   return bits == 16 ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_S32;
 }
 
-// The order of channels is unknown in many files; then it is taken for the usual one.
+// Many files do not state the order of their channels; the default order applies then.
 void LayoutOf(const AVFrame& frame, AVChannelLayout* layout) {
   if (frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
     av_channel_layout_default(layout, frame.ch_layout.nb_channels);
@@ -64,7 +64,7 @@ bool CRkSoundConverter::GoOnWith(const AVFrame& like) {
   AVChannelLayout from{};
   AVChannelLayout to{};
   LayoutOf(like, &from);
-  // As many channels stay as they are, whatever they are called.
+  // Equal channel counts map one to one, whatever the channels are called.
   if (from.nb_channels == m_format.channels) {
     av_channel_layout_copy(&to, &from);
   } else {

@@ -9,27 +9,27 @@
 // Scales samples of the format from silence to what they are, or the reverse.
 void RkFadeSound(const SRkWaveFormatInfo& format, BYTE* data, int64_t samples, bool rising);
 
-// Turns decoded sound into interleaved integer samples of the format, and knows the place of every
-// sample it gives: output sample n is the sound at n / output rate, wherever conversion began. So that
-// holds, it begins only at places where a source and an output sample coincide. One thread at a time.
+// Converts decoded sound into interleaved integer samples of the format. Output sample n is the sound at
+// n / output rate, wherever conversion starts; so it starts only where a source and an output sample
+// coincide. One thread at a time.
 class CRkSoundConverter {
  public:
   static constexpr int kMaxChannels = 64;  // that the library converts
 
   explicit CRkSoundConverter(const SRkWaveFormatInfo& format) : m_format(format) {}
 
-  // Starts over with sound like the frame's. False when it cannot be converted.
+  // Prepares a new conversion of sound like the frame's. False when it cannot be converted.
   bool Begin(const AVFrame& like);
-  // Goes on with sound of another kind, at the same rate.
+  // Continues with sound of another kind at the same rate.
   bool GoOnWith(const AVFrame& like);
   bool IsLike(const AVFrame& frame) const;
 
   int SourceRate() const { return m_sourceRate; }
-  // Source samples from one place where conversion can begin to the next.
+  // Source samples between two places where conversion can start.
   int64_t SourceStep() const { return m_sourceStep; }
   int64_t OutputStep() const { return m_outputStep; }
 
-  // Each appends what is ready to the output. False on failure; then nothing was.
+  // Each appends the converted samples to `output`. On failure returns false and appends nothing.
   bool Convert(const AVFrame& frame, int64_t skipSamples, std::vector<BYTE>* output);
   bool ConvertSilence(int64_t samples, std::vector<BYTE>* output);
   bool Flush(std::vector<BYTE>* output);

@@ -9,13 +9,13 @@
 
 namespace {
 
-// Codecs whose frames lean on earlier ones give the right samples again after so much sound.
+// Decoders that depend on earlier frames deliver exact samples after this much sound.
 constexpr double kPrerollSeconds = 0.5;
-// Earlier and earlier places to seek to, before the sound is decoded from its beginning.
+// Seek targets are moved back step by step; after the last step the sound is decoded from its start.
 constexpr double kStepsBackSeconds[] = {0.0, 2.0, 8.0};
-// The most silence that is converted at a time.
+// Limits the silence that is converted at a time.
 constexpr int64_t kSilenceSamples = 4096;
-// A timestamp that goes back further than any overlap is wrong.
+// A timestamp that steps back further than this is wrong.
 constexpr int64_t kMaxOverlapSeconds = 1;
 
 // Whether every frame of the stream has as many samples as the next.
@@ -52,7 +52,7 @@ bool CRkSoundReader::Open(const SRkMediaSource& source, std::string& reason) {
     reason = "its sound cannot be converted";
     return false;
   }
-  // Two frames tell the grid, which seeks may need.
+  // Seeks need the grid, which two frames reveal.
   while (_IsCoarse() && m_framesFromStart < 2 && !m_ended) _Pump();
   return true;
 }
@@ -140,7 +140,7 @@ bool CRkSoundReader::_Begin(bool fromStart) {
   return true;
 }
 
-// Where the first frame belongs. False when that cannot be told to the sample.
+// The place of the first frame. False when it cannot be known to the sample.
 bool CRkSoundReader::_FindPlace(int64_t* place) const {
   const int64_t stated = _StatedPlace();
   if (stated == AV_NOPTS_VALUE) {
@@ -186,7 +186,7 @@ void CRkSoundReader::_PumpFrame() {
   RkFadeSound(m_format, m_ready.data() + before, std::min(ready, _FadeSamples()), true);
 }
 
-// Silence is next, for sound that cannot be decoded.
+// Fades out the sound that is ready and marks the silence that follows as damage.
 void CRkSoundReader::_Damage(int64_t silence) {
   const int64_t samples = std::min(_ReadyEnd() - m_readyFrom, _FadeSamples());
   RkFadeSound(m_format, m_ready.data() + m_ready.size() - static_cast<size_t>(samples * m_format.blockAlign),
@@ -211,7 +211,7 @@ bool CRkSoundReader::_NextFrame() {
   const int64_t stated = _StatedPlace();
   if (stated == AV_NOPTS_VALUE) return true;
   const int64_t gap = stated - expected;
-  // Nothing is known of the sound at a jump of the timestamps but what they say.
+  // Counting does not carry over a jump of the timestamps.
   const bool jumps = m_decoder.Source().Shift() != std::exchange(m_shift, m_decoder.Source().Shift());
   const int64_t tolerance = jumps ? 0 : _Tolerance();
   if (gap > tolerance) {
@@ -237,7 +237,7 @@ void CRkSoundReader::_LearnGrid(int64_t place) {
   }
 }
 
-// Where the frame's timestamp puts it; AV_NOPTS_VALUE without one.
+// The place that the frame's timestamp states; AV_NOPTS_VALUE without one.
 int64_t CRkSoundReader::_StatedPlace() const {
   if (m_frame->best_effort_timestamp == AV_NOPTS_VALUE) return AV_NOPTS_VALUE;
   const AVRational samples{1, m_converter.SourceRate()};

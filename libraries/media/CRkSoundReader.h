@@ -8,13 +8,11 @@
 #include "libraries/media/CRkStreamDecoder.h"
 #include "libraries/media/SRkMediaSource.h"
 
-// Any stretch of a file's sound by its sample numbers in the output format, where sample 0 is at the
-// file's time 0: to the sample, whether reached by playing on or by a seek. What the file does not give is
-// silence. One thread at a time.
+// Reads any stretch of a file's sound by sample numbers of the output format; sample 0 is at the file's
+// time 0. Playing on and seeking give the same samples. Missing sound is silence. One thread at a time.
 //
-// m_ready holds the converted sound from sample m_readyFrom on. Places in the source are counted in
-// source samples from time 0; after the first frame they are told by counting, and timestamps serve only
-// to find gaps.
+// m_ready holds the converted sound from sample m_readyFrom on. Places in the source are
+// source samples from time 0. After the first frame they are counted, and timestamps only reveal gaps.
 class CRkSoundReader {
  public:
   explicit CRkSoundReader(const SRkWaveFormatInfo& format) : m_format(format), m_converter(format) {}
@@ -54,8 +52,8 @@ class CRkSoundReader {
   std::vector<BYTE> m_ready;
   int64_t m_readyFrom = 0;
   int64_t m_nextPlace = 0;  // in the source, of what is converted next
-  // What the decoder refused is silence, with a fade at both ends. Output samples up to the end of m_ready
-  // that no call has had yet are long enough for the fade before it.
+  // Silence replaces damaged sound and is faded at both ends. m_ready always ends at least one fade after
+  // the samples that were handed out, so the fade before the damage can still be applied.
   struct SRkSpan {
     int64_t begin;
     int64_t end;
@@ -66,8 +64,8 @@ class CRkSoundReader {
   int64_t m_shift = 0;             // of the source's timestamps at the last frame
   int64_t m_skip = 0;              // source samples to leave out first
 
-  // Where timestamps are coarser than samples, frames of one length tell their place: each begins some
-  // number of steps after m_gridPlace. m_gridStep is 0 while not known, -1 when there is no such grid.
+  // Where timestamps are coarser than samples, frames of equal length lie on a grid: m_gridPlace plus
+  // a multiple of m_gridStep, which is 0 while unknown and -1 when frames differ in length.
   int64_t m_gridPlace = 0;
   int64_t m_gridStep = 0;
   int m_framesFromStart = 0;  // 0 after a seek

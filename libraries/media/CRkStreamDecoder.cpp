@@ -6,7 +6,7 @@ namespace {
 
 // No picture that anyone plays is larger; damaged headers may claim so.
 constexpr int64_t kMaxPixels = int64_t{16384} * 8192;
-// Failures of the decoder in a row, without a frame, after which it is given up.
+// Gives up after this many consecutive failures of the decoder.
 constexpr int kMaxDecodeErrors = 4096;
 
 }  // namespace
@@ -35,7 +35,7 @@ bool CRkStreamDecoder::_OpenCodec(std::string& reason) {
     m_codec->thread_count = 1;
     m_codec->pkt_timebase = m_source.Stream()->time_base;
     m_codec->max_pixels = kMaxPixels;
-    // A damaged picture is best shown as far as it goes. Damaged sound is noise: no frame comes of it.
+    // Damaged pictures are shown as the decoder completes them. Damaged sound is noise and is dropped.
     if (parameters->codec_type == AVMEDIA_TYPE_AUDIO)
       m_codec->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
     result = avcodec_open2(m_codec.get(), decoder, nullptr);
@@ -67,7 +67,7 @@ bool CRkStreamDecoder::NextFrame(AVFrame* frame) {
   return false;
 }
 
-// Gives the decoder one packet more, or its end. False when it did not like the packet.
+// Feeds the decoder one packet, or the end of the stream. False when it refuses the packet.
 bool CRkStreamDecoder::_Feed() {
   const bool more = std::exchange(m_packetHeld, false) || m_source.Read(m_packet.get());
   const int result = avcodec_send_packet(m_codec.get(), more ? m_packet.get() : nullptr);
@@ -91,7 +91,7 @@ CRkStreamDecoder::ERkSeek CRkStreamDecoder::Seek(int64_t timestamp, SRkLanding* 
 }
 
 bool CRkStreamDecoder::Restart() {
-  // A decoder of its own: what some keep over a flush shifts or colours the first frames.
+  // Some decoders keep state over a flush that shifts or alters the first frames, so this one is replaced.
   std::string reason;
   m_packetHeld = false;
   m_ended = !m_source.Restart() || !_OpenCodec(reason);

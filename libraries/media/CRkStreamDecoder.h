@@ -8,7 +8,7 @@
 // decoder uses no threads of its own, for hundreds of them run beside each other.
 class CRkStreamDecoder {
  public:
-  // Where the packets go on after a seek.
+  // The times of the packet at which decoding continues after a seek.
   struct SRkLanding {
     int64_t pts;
     int64_t dts;
@@ -25,8 +25,8 @@ class CRkStreamDecoder {
 
   enum class ERkSeek { Landed, NothingThere, NotPossible };
 
-  // Decoding goes on at a key packet, normally at or before `timestamp`, whose times `landing` receives;
-  // unless that succeeds it goes on nowhere.
+  // Decoding continues at a key packet, normally at or before `timestamp`; `landing` receives its times.
+  // After a failure there is nothing to decode.
   ERkSeek Seek(int64_t timestamp, SRkLanding* landing);
   // Back to the first frame.
   bool Restart();

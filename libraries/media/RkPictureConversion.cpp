@@ -58,7 +58,7 @@ std::string Turn(const SRkPictureKind& kind) {
   return chain;
 }
 
-// Over black, a colour is what its opacity leaves of it.
+// Over black, composing reduces to multiplying a colour by its opacity.
 std::string OverBlack(const SRkPictureKind& kind) {
   const char* planar = RkBitDepth(kind.pixelFormat) > 8 ? "gbrap12" : "gbrap";
   return std::string("scale=") + kScaler + ":" + Source(kind) + ",format=" + planar +

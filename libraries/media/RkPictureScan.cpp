@@ -10,10 +10,10 @@
 
 namespace {
 
-// No codec holds a picture back behind more others than this.
+// No codec reorders pictures further than this.
 constexpr size_t kMaxReorder = 64;
 
-// What the packets of a stream told.
+// The times that the packets of a stream state.
 struct SRkPacketTimes {
   std::vector<int64_t> times;  // ascending, each once
   int64_t firstKey = AV_NOPTS_VALUE;
@@ -77,7 +77,7 @@ std::shared_ptr<const CRkSplices> FindSplices(CRkPacketSource& source,
   return splices;
 }
 
-// Every picture so near its place at the rate that no rounding mistakes it for a neighbour.
+// True when every picture is within a quarter frame of its place at the rate.
 bool IsConstant(const std::vector<int64_t>& times, AVRational timeBase, AVRational rate) {
   for (size_t i = 0; i < times.size(); ++i) {
     // In quarter frames.
@@ -111,7 +111,7 @@ AVRational FindConstantRate(const std::vector<int64_t>& times, const AVStream* s
   return {0, 1};
 }
 
-// Pictures that lead the first key picture can be decoded in some streams and not in others.
+// Pictures that precede the first key picture can be decoded in some streams only.
 int64_t OriginOf(const SRkPacketTimes& packets, int64_t firstDecoded) {
   const int64_t first = packets.times.front();
   if (packets.firstKey == AV_NOPTS_VALUE || packets.firstKey <= first) return first;
@@ -167,7 +167,7 @@ bool IsIndexComplete(CRkPacketSource& source) {
   return avformat_index_get_entries_count(source.Stream()) == entries;
 }
 
-// A constant rate told from the index alone. False where only reading the file through can tell.
+// Finds a constant rate from the index alone. False when the whole file must be read.
 bool TimelineFromIndex(CRkPacketSource& source, int64_t firstDecoded, CRkPictureTimeline* timeline) {
   if (!IsMovFamily(source)) return false;
   const SRkPacketTimes head = TimesOf(ReadPictures(source, kMaxReorder), nullptr, source.Stream()->time_base);

@@ -57,7 +57,7 @@ bool ProbeSound(SRkMediaSource* source, SRkMediaLook* look, std::string& reason)
   return true;
 }
 
-// Samples at a packet's start and end that are only there for the codec's sake.
+// Excludes a packet's padding: samples that only the codec needs.
 void CutPadding(const AVPacket& packet, int sampleRate, AVRational timeBase, int64_t* start, int64_t* end) {
   size_t size = 0;
   const uint8_t* skip = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, &size);

@@ -8,7 +8,7 @@
 #include "libraries/media/CRkSplices.h"
 #include "libraries/media/RkPictureKind.h"
 
-// What is known of a media file before it is played. Shared and unchanged once it has been found out.
+// The facts about a media file that playing it needs. Shared, and unchanged once probed.
 struct SRkMediaSource {
   std::string path;
   bool hasVideo = false;
@@ -27,7 +27,7 @@ struct SRkMediaSource {
   }
 };
 
-// What the media itself looks like; the parts of streams that are missing are 0.
+// The properties of the media itself; those of missing streams are 0.
 struct SRkMediaLook {
   AVRational frameRate{0, 1};
   SRkPictureKind picture;
@@ -43,8 +43,8 @@ void RkSetReason(const std::string& reason, SRkMediaReason* out);
 // False when the file cannot be played; `reason` then says why. `look` may be null.
 bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason);
 
-// Finds out when the pictures of a file are shown, and how many it says it has: what a truncated file has
-// lost still counts. Fills in the timeline, its origin and the splices. `firstDecoded` is the timestamp of
+// Finds the times of a file's pictures and how many it states; pictures that a truncated file has lost
+// count too. Fills in the timeline, its origin and the splices. `firstDecoded` is the timestamp of
 // the first picture that a decoder gave.
 //
 // Containers of the mov family have an index of every picture at hand; other files are read through once.
