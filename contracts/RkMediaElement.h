@@ -21,23 +21,11 @@ class IRkMediaReadSink : public IRkUnknown {
   virtual void OnFrameSubstituted(UINT offset, const char* reason) = 0;
 };
 
-// How luma and chroma make up red, green and blue.
-enum ERkColorMatrix : int {
-  RkColorMatrix_BT601 = 0,
-  RkColorMatrix_BT709 = 1,
-  RkColorMatrix_BT2020 = 2,
-  RkColorMatrix_SMPTE240M = 3,
-  RkColorMatrix_FCC = 4,
-};
-
 struct SRkMediaDescription {
   SRkClipFormat format;  // the nearest format that needs no conversion; channels 0 without sound
   UINT frameCount;       // at format.video.frameRate
   BOOL hasVideo;
   BOOL hasAudio;
-  // An ERkColorMatrix: of the pictures that elements deliver in `format`. It follows from the height of the
-  // output alone (RkHasHdColours), whatever the file states.
-  int colorMatrix;
   int pictureBits;          // of one component; more than 8 are dithered to 8. 0 without pictures
   BOOL isHighDynamicRange;  // is tone-mapped to standard dynamic range
   BOOL isInterlaced;        // as its first picture is marked

@@ -81,7 +81,6 @@ int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMedia
     description->format.audio =
         RkMakeWaveFormat(look.channels, static_cast<DWORD>(look.sampleRate), NearestBits(look));
   }
-  description->colorMatrix = RkCustomMatrix(description->format.video.height);
   description->pictureBits = RkBitDepth(look.picture.pixelFormat);
   description->isInterlaced = source.isInterlaced;
   description->isHighDynamicRange = look.picture.light == ERkLight::Pq || look.picture.light == ERkLight::Hlg;

@@ -2,8 +2,16 @@
 
 #include <string>
 
-#include "contracts/RkMediaElement.h"
 #include "libraries/media/RkAv.h"
+
+// How luma and chroma make up red, green and blue.
+enum ERkColorMatrix : int {
+  RkColorMatrix_BT601 = 0,
+  RkColorMatrix_BT709 = 1,
+  RkColorMatrix_BT2020 = 2,
+  RkColorMatrix_SMPTE240M = 3,
+  RkColorMatrix_FCC = 4,
+};
 
 // What the samples of a picture mean as light.
 enum class ERkLight { Standard, WideGamut, Pq, Hlg };
