@@ -79,6 +79,17 @@ TEST_F(SampleCacheTest, has_room_for_exactly_its_capacity_after_a_flush) {
   }
 }
 
+TEST_F(SampleCacheTest, keeps_its_order_while_it_grows) {
+  cache = MakeCache(300);
+  UINT taken = 0;
+  for (UINT put = 0; put < 300; ++put) {
+    EXPECT_TRUE(TryPut(put));
+    if (put % 3 != 0) continue;
+    EXPECT_EQ(TryTake().first, taken++);
+  }
+  while (taken < 300) EXPECT_EQ(TryTake().first, taken++);
+}
+
 TEST_F(SampleCacheTest, a_blocked_put_goes_on_after_a_take_a_flush_or_an_abort) {
   const CRkHandle abort = CRkHandle::ManualResetEvent();
   const auto blockedPut = [&](BOOL expected, const std::function<void()>& ending) {
