@@ -75,6 +75,18 @@ TEST_F(PlayStopTest, a_consumer_across_stop_and_play_gets_the_new_run_from_its_s
   }
 }
 
+TEST_F(PlayStopTest, a_sample_that_is_read_longer_than_a_stop_waits_is_not_delivered) {
+  Build({100});
+  ASSERT_TRUE(channel->Play(0, 1));
+  HoldRead(*elements[0]);
+  waits.stopMs = 1;
+  channel->Stop();  // runs into its time-out
+  elements[0]->readGate.Open();
+  EXPECT_TRUE(WaitUntil([&] { return elements[0]->closes == 1; }));
+  EXPECT_EQ(Take(0), kNothing);
+  waits.stopMs = kTestDeadlineMs;
+}
+
 TEST_F(PlayStopTest, pause_move_and_stop_return_while_no_element_can_be_opened) {
   Build({3, 4});
   for (const auto& element : elements) element->canOpen = false;
