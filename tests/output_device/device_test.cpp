@@ -212,13 +212,15 @@ TEST_F(output_device, follows_the_renderer_plays_out_what_is_queued_at_a_stop_an
 
 TEST_F(output_device, consecutive_samples_without_picture_blank_once) {
   CreateWithAudio(2, 4);
-  m_device->Play();
-  g_renderer->plays = true;
-  for (const bool withVideo : {false, false, true, false}) Put(withVideo);
-  g_renderer->stepMs = 40.0;
-  EXPECT_TRUE(m_device->Stop(FALSE));
-  const Events events = m_sink->Take();
-  EXPECT_EQ(std::count(events.begin(), events.end(), "blank"), 2);
+  for (int run = 0; run < 2; ++run) {
+    m_device->Play();
+    g_renderer->plays = true;
+    for (const bool withVideo : {false, false, true, false}) Put(withVideo);
+    g_renderer->stepMs = 40.0;
+    EXPECT_TRUE(m_device->Stop(FALSE));
+    const Events events = m_sink->Take();
+    EXPECT_EQ(std::count(events.begin(), events.end(), "blank"), 2) << "run " << run;
+  }
 }
 
 TEST_F(output_device, ends_without_a_renderer_that_starts_or_one_that_notifies) {

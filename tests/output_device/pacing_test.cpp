@@ -46,6 +46,9 @@ TEST(sample_queue, a_full_one_gives_the_oldest_back_and_leaves_its_semaphore_alo
   EXPECT_FALSE(RkWait(queue.Semaphore(), 0));
   for (int i : {1, 2}) EXPECT_EQ(queue.PopCounted().Get(), items[i].Get());
   EXPECT_FALSE(queue.PopCounted());
+  EXPECT_TRUE(queue.Push(items[0].Get(), dropped.Out()));
+  queue.Flush();
+  EXPECT_FALSE(RkWait(queue.Semaphore(), 0));
 }
 
 TEST(steady_position, keeps_pace_with_the_clock_for_a_while_and_loses_it_with_a_jump) {
