@@ -1,4 +1,5 @@
 #include "tests/output_channel/OutputChannelTest.h"
+#include "tests/support/RkBlockedCall.h"
 
 namespace {
 
@@ -69,20 +70,32 @@ TEST_F(Control, an_unanswered_request_fails_and_stands_until_the_next_look) {
   EXPECT_TRUE(log.Heard(L"]CRkClipOutputChannel::SwitchPlay Successed!\n"));
 }
 
-TEST_F(Control, a_request_waits_until_the_load_it_would_take_is_done) {
-  PlayList({MakeElement('A', 9)}, kRkRepeatEndless);
-  const auto slow = MakeFake<CScriptedList>(std::vector{MakeElement('B', 1), MakeElement('b', 1)});
-  slow->nextGate.Shut();
-  auto load = std::async(std::launch::async, [&] {
-    return m_channel->InsertClipElement(static_cast<IRkClipElementList*>(slow.Get()), 1, 0);
-  });
-  ASSERT_TRUE(WaitUntil([&] { return slow->nextGate.SomebodyWaits(); }));
-  LeaveRequest();
-  auto status = std::async(std::launch::async, [&] { return Switch(); });
-  slow->nextGate.Open();
-  EXPECT_EQ(status.get(), RkSwitchStatus_Switched);
-  EXPECT_TRUE(load.get());
-  EXPECT_EQ(PlayOut(), "B0 b1 1 ");
+TEST_F(Control, a_switch_and_a_mode_wait_until_a_load_is_done) {
+  const std::function<void()> calls[] = {[&] { EXPECT_EQ(Switch(), RkSwitchStatus_Switched); },
+                                         [&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); },
+                                         [&] { m_channel->SetElementMode(FALSE, 5, kRkNoPosition); }};
+  for (const auto& call : calls) {
+    PlayList({MakeElement('A', 9)}, kRkRepeatEndless);
+    const auto last = MakeElement('b', 1);
+    const auto slow = MakeFake<CScriptedList>(std::vector{MakeElement('B', 1), last});
+    slow->nextGate.Shut();
+    auto load = std::async(std::launch::async, [&] {
+      return m_channel->InsertClipElement(static_cast<IRkClipElementList*>(slow.Get()), 1, 0);
+    });
+    ASSERT_TRUE(WaitUntil([&] { return slow->nextGate.SomebodyWaits(); }));
+    LeaveRequest();
+    {
+      CBlockedCall meeting(call);
+      slow->nextGate.Open();
+    }
+    EXPECT_TRUE(load.get());
+    if (&call == &calls[2]) {
+      EXPECT_EQ(last->GetMode(), 5u);
+    } else {
+      EXPECT_EQ(PlayOut(), "B0 b1 1 ");
+    }
+    m_channel->Stop();
+  }
 }
 
 }  // namespace
