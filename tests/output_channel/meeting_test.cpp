@@ -113,6 +113,8 @@ TEST_F(Meeting, the_next_load_of_either_channel_opens_with_the_new_settings) {
     EXPECT_EQ(std::memcmp(&format.video, &video, sizeof(video)), 0);
     EXPECT_EQ(std::memcmp(&format.audio, &audio, sizeof(audio)), 0);
   }
+  m_channel->SetPlayBufferPool(nullptr);
+  EXPECT_EQ(References(*pool), 1u);
 }
 
 }  // namespace
