@@ -5,13 +5,13 @@
 #include <filesystem>
 #include <limits>
 
-#include "rkplay/cli/Number.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
 
 namespace rkplay {
 namespace {
 
 constexpr char kPatternPrefix[] = "pattern:";
+constexpr char kLivePattern[] = "live";
 constexpr UINT kDefaultPatternFrames = 250;
 constexpr UINT kMaximumFrames = kRkNoPosition - 1;
 
@@ -27,8 +27,8 @@ std::optional<std::string> CutSuffix(std::string& name, char mark) {
 
 // A malformed suffix may also be part of the name of a file that does not exist.
 [[noreturn]] void RefuseSuffix(const std::string& clip, const std::string& complaint) {
-  const bool isPattern = clip.starts_with(kPatternPrefix);
-  throw UsageError(clip + ": " + complaint + (isPattern ? "" : ", and there is no file of that name"));
+  throw UsageError(clip + ": " + complaint +
+                   (IsPatternName(clip) ? "" : ", and there is no file of that name"));
 }
 
 int ParseRepeatCount(const std::string& text, const std::string& clip) {
@@ -38,27 +38,19 @@ int ParseRepeatCount(const std::string& text, const std::string& clip) {
   RefuseSuffix(clip, "'*" + text + "' is not a repeat count of at least 1");
 }
 
-FrameRange ParseRange(const std::string& text, const std::string& clip) {
-  const size_t dash = text.find('-');
-  if (dash != std::string::npos) {
-    const auto in = ParseNumber<UINT>(std::string_view(text).substr(0, dash), 0, kMaximumFrames);
-    const auto out = ParseNumber<UINT>(std::string_view(text).substr(dash + 1), 0, kMaximumFrames);
-    if (in && out && *in < *out) return {*in, *out};
-    if (in && out) throw UsageError(clip + ": the range " + text + " is empty (IN must be below OUT)");
-  }
+RangeName ParseRange(const std::string& text, const std::string& clip) {
+  if (const auto range = RangeName::Parse(text)) return *range;
   RefuseSuffix(clip, "'@" + text + "' is not a frame range IN-OUT");
 }
 
-}  // namespace
-
-std::optional<UINT> ParsePattern(const std::string& text) {
-  if (!text.starts_with(kPatternPrefix)) return std::nullopt;
+UINT ParsePattern(const std::string& text) {
   const std::string frames = text.substr(sizeof(kPatternPrefix) - 1);
   if (frames.empty()) return kDefaultPatternFrames;
+  if (frames == kLivePattern) return kRkNoPosition;
   const auto count = ParseNumber<UINT>(frames, 1, kMaximumFrames);
-  if (count) return count;
-  throw UsageError(text + ": '" + frames + "' is not a frame count from 1 to " +
-                   std::to_string(kMaximumFrames));
+  if (count) return *count;
+  throw UsageError(text + ": '" + frames + "' is neither a frame count from 1 to " +
+                   std::to_string(kMaximumFrames) + " nor " + kLivePattern);
 }
 
 bool IsPlaylistName(const std::string& path) {
@@ -66,6 +58,12 @@ bool IsPlaylistName(const std::string& path) {
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   return extension == ".m3u" || extension == ".m3u8";
+}
+
+}  // namespace
+
+bool IsPatternName(const std::string& text) {
+  return text.starts_with(kPatternPrefix);
 }
 
 ClipArgument ParseClipArgument(const std::string& text, const FileExists& exists) {
@@ -79,9 +77,9 @@ ClipArgument ParseClipArgument(const std::string& text, const FileExists& exists
       if (const auto range = CutSuffix(clip.path, '@')) clip.range = ParseRange(*range, text);
     }
   }
-  if (const auto frames = ParsePattern(clip.path)) {
+  if (IsPatternName(clip.path)) {
     clip.kind = ClipKind::Pattern;
-    clip.patternFrames = *frames;
+    clip.patternFrames = ParsePattern(clip.path);
   } else if (IsPlaylistName(clip.path)) {
     clip.kind = ClipKind::Playlist;
   }

@@ -4,25 +4,19 @@
 #include <optional>
 #include <string>
 
-#include "contracts/RkTypes.h"
+#include "rkplay/cli/Values.h"
 
 namespace rkplay {
 
-// The frames p with in <= p < out.
-struct FrameRange {
-  UINT in;
-  UINT out;
-};
-
 enum class ClipKind { File, Pattern, Playlist };
 
-// One CLIP of the command line: NAME[@IN-OUT][*N].
+// One clip as the user names it, on the command line or in a playlist: NAME[@IN-OUT][*N].
 struct ClipArgument {
   std::string text;  // as it was given
   ClipKind kind = ClipKind::File;
   std::string path;        // of a file or a playlist
-  UINT patternFrames = 0;  // of a pattern
-  std::optional<FrameRange> range;
+  UINT patternFrames = 0;  // of a pattern; kRkNoPosition for one without an end
+  std::optional<RangeName> range;
   int repeatCount = 1;  // or kRkRepeatEndless
 };
 
@@ -32,9 +26,6 @@ using FileExists = std::function<bool(const std::string& path)>;
 ClipArgument ParseClipArgument(const std::string& text, const FileExists& exists);
 ClipArgument ParseClipArgument(const std::string& text);
 
-// The frame count of `pattern:[FRAMES]`; nothing when the text names no pattern. Throws UsageError.
-std::optional<UINT> ParsePattern(const std::string& text);
-
-bool IsPlaylistName(const std::string& path);
+bool IsPatternName(const std::string& text);
 
 }  // namespace rkplay

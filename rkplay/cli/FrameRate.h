@@ -25,4 +25,11 @@ constexpr std::chrono::nanoseconds FrameTime(int frameRate, ULONGLONG frame) {
 // hours:minutes:seconds:frames; drop-frame, written with ';', at 29.97 and 59.94.
 std::string Timecode(int frameRate, ULONGLONG frame);
 
+// Whether the text has the shape HH:MM:SS:FF or HH:MM:SS;FF.
+bool IsTimecode(std::string_view text);
+
+// The frame that a timecode names: drop-frame counting where it is written with ';', else every number is
+// counted. Nothing for a timecode that the rate does not have.
+std::optional<ULONGLONG> FrameOfTimecode(int frameRate, std::string_view timecode);
+
 }  // namespace rkplay

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <string_view>
 
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
 
 namespace rkplay {
 namespace {

@@ -4,10 +4,9 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "rkplay/cli/CommandLine.h"
 #include "rkplay/cli/FrameRate.h"
-#include "rkplay/cli/Number.h"
-#include "rkplay/cli/PictureSize.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
 #include "rkplay/monitor/Window.h"
 
 namespace rkplay {
@@ -81,6 +80,15 @@ Whole ParseCount(const char* option, const std::string& text, Whole minimum, Who
                      " to " + std::to_string(maximum));
 }
 
+// The place of the text among the choices, which are in the order of their values.
+int ParseChoice(const std::string& option, const std::string& text, const std::vector<std::string>& choices) {
+  const auto found = std::find(choices.begin(), choices.end(), text);
+  if (found != choices.end()) return static_cast<int>(found - choices.begin());
+  std::string names;
+  for (const std::string& choice : choices) names += (names.empty() ? "" : ", ") + choice;
+  throw UsageError(option + ": '" + text + "' is none of " + names);
+}
+
 void AddFormatOptions(CLI::App& app, FormatOptions& format) {
   const auto add = [&app](const char* name, const char* shape, const char* help, auto parse) {
     app.add_option_function<std::string>(name, parse, help)->type_name(shape)->group("Output format");
@@ -91,6 +99,14 @@ void AddFormatOptions(CLI::App& app, FormatOptions& format) {
       [&format](const std::string& text) {
         format.frameRate =
             Require(ParseFrameRate(text), "--rate: '" + text + "' is not one of " + FrameRateNames());
+      });
+  add("--fit", "HOW", "Pictures of another shape: bars (around them), fill (cropped) or stretch",
+      [&format](const std::string& text) {
+        format.fit = ParseChoice("--fit", text, {"bars", "fill", "stretch"});
+      });
+  add("--deinterlace", "WHEN", "auto (what is marked as interlaced), off or on",
+      [&format](const std::string& text) {
+        format.deinterlace = ParseChoice("--deinterlace", text, {"auto", "off", "on"});
       });
   add("--audio-rate", "HZ", "Samples per second", [&format](const std::string& text) {
     format.audioRate = ParseCount<DWORD>("--audio-rate", text, kMinimumAudioRate, kMaximumAudioRate);
@@ -105,7 +121,8 @@ void AddPlayOptions(CLI::App& app, Options& options) {
   app.add_option_function<std::string>(
          "--start",
          [&options](const std::string& text) {
-           options.startFrame = ParseCount<UINT>("--start", text, 0, kRkNoPosition - 1);
+           options.startFrame = Require(FrameName::Parse(text),
+                                        "--start: '" + text + "' is neither a frame number nor a timecode");
          },
          "Frame of the first list to begin with")
       ->type_name("FRAME")
@@ -118,23 +135,14 @@ void AddPlayOptions(CLI::App& app, Options& options) {
       ->group(group);
 }
 
-void AddFileOptions(CLI::App& app, Options& options) {
+void AddFileOptions(CLI::App& app, FileOptions& files) {
   const auto add = [&app](const char* name, std::string& path, const char* help) {
     app.add_option(name, path, help)->type_name("FILE")->group("Files to write");
   };
-  add("--video", options.videoPath, "Pictures that went on air, YUV4MPEG2 (.y4m)");
-  add("--audio", options.audioPath, "Sound that went on air (.wav)");
-  add("--log", options.logPath, "Diagnostic lines of the engine, appended");
-  add("--stats", options.statsPath, "The closing summary as JSON");
-}
-
-void RefuseEmptyPaths(const Options& options, const CLI::App& app) {
-  for (const auto& [name, path] : {std::pair<const char*, const std::string&>("--video", options.videoPath),
-                                   {"--audio", options.audioPath},
-                                   {"--log", options.logPath},
-                                   {"--stats", options.statsPath}}) {
-    if (path.empty() && app.count(name) != 0) throw UsageError(std::string(name) + ": no file name");
-  }
+  add("--video", files.videoPath, "Pictures that went on air, YUV4MPEG2 (.y4m)");
+  add("--audio", files.audioPath, "Sound that went on air (.wav)");
+  add("--log", files.logPath, "Diagnostic lines of the engine, appended");
+  add("--stats", files.statsPath, "The closing summary as JSON (.json)");
 }
 
 }  // namespace
@@ -149,17 +157,13 @@ std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
   AddFormatOptions(app, options.format);
   AddPlayOptions(app, options);
   const MonitorArguments monitor(app);
-  AddFileOptions(app, options);
-  try {
-    app.parse(argumentCount, arguments);
-  } catch (const CLI::Success& request) {  // --help, --version
-    app.exit(request);
-    return std::nullopt;
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
-  }
-  RefuseEmptyPaths(options, app);
-  const bool writesFiles = !options.videoPath.empty() || !options.audioPath.empty();
+  AddFileOptions(app, options.files);
+  if (!ParseCommandLine(app, argumentCount, arguments)) return std::nullopt;
+  CheckFileName(app, "--video", options.files.videoPath, ".y4m");
+  CheckFileName(app, "--audio", options.files.audioPath, ".wav");
+  CheckFileName(app, "--log", options.files.logPath, "");
+  CheckFileName(app, "--stats", options.files.statsPath, ".json");
+  const bool writesFiles = !options.files.videoPath.empty() || !options.files.audioPath.empty();
   options.monitor = monitor.Chosen(Window::HasDisplay() && !writesFiles ? "window" : "none");
   return options;
 }

@@ -4,35 +4,39 @@
 #include <string>
 #include <vector>
 
-#include "contracts/RkTypes.h"
+#include "contracts/RkMediaElement.h"
 #include "rkplay/cli/MonitorOptions.h"
+#include "rkplay/cli/Values.h"
 
 namespace rkplay {
 
 // What the output format shall be; what is absent comes from the clips.
 struct FormatOptions {
-  struct Size {
-    int width;
-    int height;
-  };
-  std::optional<Size> size;
+  std::optional<PictureSize> size;
   std::optional<int> frameRate;  // an ERkFrameRate
   std::optional<DWORD> audioRate;
   std::optional<int> audioChannels;
+  int fit = RkFit_Bars;                  // an ERkFit
+  int deinterlace = RkDeinterlace_Auto;  // an ERkDeinterlace
+};
+
+// Empty names: not written.
+struct FileOptions {
+  std::string videoPath;
+  std::string audioPath;
+  std::string logPath;
+  std::string statsPath;
 };
 
 struct Options {
   std::vector<std::string> clips;
   FormatOptions format;
-  UINT startFrame = 0;
+  FrameName startFrame;
   bool realtime = false;
   bool manual = false;
   bool keys = false;  // from the standard input, also where that is no terminal
   std::optional<MonitorOptions> monitor;
-  std::string videoPath;  // empty: not written; so for all four
-  std::string audioPath;
-  std::string logPath;
-  std::string statsPath;
+  FileOptions files;
 };
 
 // Nothing when the command line asked for the help or the version, which has then been printed. Throws

@@ -2,54 +2,30 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "base/CRkRef.h"
 #include "contracts/RkClipCore.h"
-#include "rkplay/clips/ReadErrors.h"
 
 namespace rkplay {
 
-// Frames that went on air one after the other, the list going round.
-struct PlayedStretch {
-  UINT start;
-  ULONGLONG frames;
-};
-
 // One list, ready to be cued.
 struct ClipList {
-  struct FileElement {
-    std::string path;
-    UINT timelineStart;
-    UINT frameCount;
-    CRkRef<ReadErrors> errors;
-  };
-  struct ReadErrorCount {
-    ULONGLONG frames = 0;
-    std::string first;  // file and reason
-  };
-
   std::string title;
   CRkRef<IRkClipElementList> elements;
-  std::vector<FileElement> files;
-  UINT frameCount = 0;  // of one pass
+  UINT frameCount = 0;  // of one pass; kRkNoPosition when its last clip has no end
   int repeatCount = 1;
   UINT startFrame = 0;  // of the first pass
 
-  bool IsEndless() const { return repeatCount == kRkRepeatEndless; }
-  // Frames that playing it whole delivers; nothing for an endless list.
-  std::optional<ULONGLONG> AnnouncedFrames() const;
-  // The position that comes after the stretch.
-  UINT PositionAfter(const PlayedStretch& played) const;
-  // The file that the frame at the position comes from; null for a pattern.
-  const FileElement* FileAt(UINT position) const;
-  // How many of the frames played stood in for one that could not be read.
-  ReadErrorCount CountReadErrors(const std::vector<PlayedStretch>& played) const;
-  // Lets go of the elements.
-  void Free();
+  bool IsEndless() const { return repeatCount == kRkRepeatEndless || HasLiveEnd(); }
+  bool HasLiveEnd() const { return frameCount == kRkNoPosition; }
 
- private:
-  ULONGLONG _TimesPlayed(UINT position, const PlayedStretch& played) const;
+  // Frames that playing it whole delivers; nothing for an endless list.
+  std::optional<ULONGLONG> AnnouncedFrames() const {
+    if (IsEndless()) return std::nullopt;
+    return static_cast<ULONGLONG>(frameCount) * static_cast<ULONGLONG>(repeatCount) - startFrame;
+  }
+  // The position of the frame that follows the one at `position`, from the end of a pass to the next.
+  UINT PositionAfter(UINT position) const { return position + 1 < frameCount ? position + 1 : 0; }
 };
 
 }  // namespace rkplay

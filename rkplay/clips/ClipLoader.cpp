@@ -1,162 +1,192 @@
 #include "rkplay/clips/ClipLoader.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "contracts/RkMediaElement.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
 #include "rkplay/clips/OutputFormat.h"
 #include "rkplay/clips/Playlist.h"
+#include "rkplay/clips/SlotElement.h"
 
 namespace rkplay {
 namespace {
 
-// One element to be: a file, or a pattern.
+// Repeats of one line of a playlist, each of which becomes an element of its own.
+constexpr int kMaximumLineRepeats = 10000;
+
+// One element to be, or a row of equal ones: a file, or a pattern.
 struct Source {
-  std::string path;  // empty for a pattern
-  UINT patternFrames;
+  ClipArgument clip;
   std::string context;  // leads messages: empty, or the playlist and line that name the source
 
-  [[noreturn]] void Refuse(const std::string& reason) const {
-    throw UsageError(context + (path.empty() ? "pattern" : path) + ": " + reason);
-  }
+  bool IsFile() const { return clip.kind == ClipKind::File; }
+  std::string Name() const { return context + (IsFile() ? clip.path : clip.text); }
+  [[noreturn]] void Refuse(const std::string& reason) const { throw UsageError(Name() + ": " + reason); }
 };
 
-// One list to be.
+// One list to be. Range and repeat count of the argument are the list's.
 struct Plan {
   ClipArgument argument;
   std::vector<Source> sources;
 };
 
+Source LineSource(const PlaylistEntry& entry) {
+  const int repeats = entry.clip.repeatCount;
+  if (repeats == kRkRepeatEndless || repeats > kMaximumLineRepeats) {
+    throw UsageError(entry.context + entry.clip.text + ": a line repeats its clip from 1 to " +
+                     std::to_string(kMaximumLineRepeats) + " times");
+  }
+  return {entry.clip, entry.context};
+}
+
 Plan MakePlan(const std::string& text) {
   Plan plan{ParseClipArgument(text), {}};
-  const ClipArgument& clip = plan.argument;
-  if (clip.kind == ClipKind::Pattern) plan.sources.push_back({"", clip.patternFrames, ""});
-  if (clip.kind == ClipKind::File) plan.sources.push_back({clip.path, 0, ""});
-  if (clip.kind == ClipKind::Playlist) {
-    for (const PlaylistEntry& entry : ReadPlaylist(clip.path)) {
-      const std::string context = clip.path + ": line " + std::to_string(entry.line) + ": ";
-      try {
-        const auto frames = ParsePattern(entry.clip);
-        plan.sources.push_back({frames ? "" : entry.clip, frames.value_or(0), context});
-      } catch (const UsageError& error) {
-        throw UsageError(context + error.what());
-      }
-    }
+  if (plan.argument.kind == ClipKind::Playlist) {
+    for (const PlaylistEntry& entry : ReadPlaylist(plan.argument.path))
+      plan.sources.push_back(LineSource(entry));
+  } else {
+    ClipArgument whole = plan.argument;
+    whole.range.reset();
+    whole.repeatCount = 1;
+    plan.sources.push_back({whole, ""});
   }
   return plan;
 }
 
 ClipNature NatureOf(const Source& source) {
-  if (source.path.empty()) return {DefaultFormat(), true, true};
+  if (!source.IsFile()) return {DefaultFormat(), true, true};
   SRkMediaDescription description{};
   SRkMediaReason reason{};
-  if (!RkDescribeMedia(source.path.c_str(), &description, &reason)) source.Refuse(reason.text);
+  if (!RkDescribeMedia(source.clip.path.c_str(), &description, &reason)) source.Refuse(reason.text);
   return {description.format, description.hasVideo != FALSE, description.hasAudio != FALSE};
 }
 
-SRkClipFormat ChooseFormat(const std::vector<Plan>& plans, const FormatOptions& options) {
+OutputFormat ChooseFormat(const std::vector<Plan>& plans) {
   OutputFormat format;
   for (const Plan& plan : plans) {
     for (const Source& source : plan.sources) {
       if (format.WantsMore()) format.Consider(NatureOf(source));
     }
   }
-  return format.Chosen(options);
+  return format;
+}
+
+void Trim(IRkClipElement& element, const FrameRange& range) {
+  CRkRef<IRkClipTrimInfo> trim;
+  if (!RkCreateClipTrimInfo({{range.in, range.out}}, trim.Out())) throw UsageError("out of memory");
+  element.SetTrimInfo(trim.Get());
 }
 
 // Makes the elements of one list and lays those that lie in the range end to end.
 class ListBuilder {
  public:
-  ListBuilder(const ClipArgument& argument, const SRkClipFormat& format)
-      : m_argument(argument), m_format(format) {
+  ListBuilder(const ClipArgument& argument, const SRkClipFormat& format, const SRkMediaOptions& options,
+              DWORD patienceMs)
+      : m_argument(argument), m_format(format), m_options(options), m_patienceMs(patienceMs) {
+    if (argument.range) m_range = argument.range->At(format.video.frameRate, argument.text);
     m_list.title = argument.text;
     m_list.repeatCount = argument.repeatCount;
     if (!RkCreateClipElementList(m_list.elements.Out())) throw UsageError("out of memory");
   }
 
   void Add(const Source& source) {
-    CRkRef<ReadErrors> errors;
-    CRkRef<IRkClipElement> element = _Create(source, errors);
-    if (!element->Open(nullptr, 0, &m_format)) source.Refuse("cannot be played as " + Describe(m_format));
-    element->Close();
-    const ULONGLONG begin = m_sourceFrames;
-    m_sourceFrames += element->GetFrameCount();
-    if (!_Trim(element, begin)) return;
-    if (errors) {
-      m_list.files.push_back({source.path, m_list.frameCount, element->GetFrameCount(), std::move(errors)});
-    }
-    const auto index = static_cast<UINT>(m_list.elements->GetCount());
-    if (!m_list.elements->InsertElement(index, element.Get())) source.Refuse("the list becomes too long");
-    m_list.frameCount = m_list.elements->GetTotalFrameCount();
+    for (int i = 0; i < source.clip.repeatCount; ++i) _AddElement(source, i == 0);
   }
 
   ClipList Finish() {
-    if (m_argument.range && m_argument.range->out > m_sourceFrames) {
-      throw UsageError(m_argument.text + ": the range ends past the last of " +
-                       std::to_string(m_sourceFrames) + " frames");
-    }
+    if (m_range && m_range->out > m_sourceFrames) _RefuseRange(m_argument.text, m_sourceFrames);
     if (m_list.frameCount == 0) throw UsageError(m_argument.text + ": holds no frame");
     return std::move(m_list);
   }
 
  private:
-  CRkRef<IRkClipElement> _Create(const Source& source, CRkRef<ReadErrors>& errors) const {
-    CRkRef<IRkClipElement> element;
-    if (source.path.empty()) {
-      if (!RkCreatePatternClipElement(source.patternFrames, element.Out())) source.Refuse("out of memory");
-      return element;
-    }
-    SRkMediaReason reason{};
-    errors = CRkRef<ReadErrors>::Adopt(new ReadErrors);
-    if (!RkCreateMediaClipElement(source.path.c_str(), m_format.video.frameRate, nullptr, errors.Get(),
-                                  element.Out(), &reason)) {
-      source.Refuse(reason.text);
-    }
-    return element;
+  [[noreturn]] static void _RefuseRange(const std::string& clip, ULONGLONG frameCount) {
+    throw UsageError(clip + ": the range ends past the last of " + std::to_string(frameCount) + " frames");
   }
 
-  // False when the element, which begins at `begin` of the untrimmed list, lies outside the range.
-  bool _Trim(const CRkRef<IRkClipElement>& element, ULONGLONG begin) const {
-    if (!m_argument.range) return true;
-    const ULONGLONG in = std::max<ULONGLONG>(m_argument.range->in, begin);
-    const ULONGLONG out = std::min<ULONGLONG>(m_argument.range->out, m_sourceFrames);
-    if (in >= out) return false;
-    CRkRef<IRkClipTrimInfo> trim;
-    if (!RkCreateClipTrimInfo({{in - begin, out - begin}}, trim.Out())) throw UsageError("out of memory");
-    element->SetTrimInfo(trim.Get());
-    return true;
+  void _AddElement(const Source& source, bool isFirst) {
+    const CRkRef<IRkClipElement> element = _Create(source, isFirst);
+    FrameRange shown = {0, element->GetFrameCount()};
+    if (source.clip.range) {
+      const FrameRange own = source.clip.range->At(m_format.video.frameRate, source.Name());
+      if (own.out > shown.out) _RefuseRange(source.Name(), shown.out);
+      shown = own;
+    }
+    const ULONGLONG begin = std::exchange(m_sourceFrames, m_sourceFrames + shown.out - shown.in);
+    if (m_range) {
+      const ULONGLONG in = std::max(m_range->in, begin);
+      const ULONGLONG out = std::min(m_range->out, m_sourceFrames);
+      if (in >= out) return;
+      shown = {shown.in + in - begin, shown.in + out - begin};
+    }
+    if (shown.in != 0 || shown.out != element->GetFrameCount()) Trim(*element, shown);
+    const auto index = static_cast<UINT>(m_list.elements->GetCount());
+    if (!m_list.elements->InsertElement(index, element.Get())) {
+      source.Refuse("the list becomes too long, or goes on after a clip that has no end");
+    }
+    m_list.frameCount = m_list.elements->GetTotalFrameCount();
+  }
+
+  // An element that has been opened once, unless a twin of it was.
+  CRkRef<IRkClipElement> _Create(const Source& source, bool isFirst) const {
+    CRkRef<IRkClipElement> element;
+    SRkMediaReason reason{};
+    const auto report = CRkRef<ReadReport>::Adopt(new ReadReport);
+    if (!source.IsFile()) {
+      if (!RkCreatePatternClipElement(source.clip.patternFrames, element.Out()))
+        source.Refuse("out of memory");
+    } else if (!RkCreateMediaClipElement(source.clip.path.c_str(), m_format.video.frameRate, &m_options,
+                                         report.Get(), element.Out(), &reason)) {
+      source.Refuse(reason.text);
+    }
+    if (isFirst) {
+      if (!element->Open(nullptr, 0, &m_format)) source.Refuse("cannot be played as " + Describe(m_format));
+      element->Close();
+    }
+    if (!source.IsFile()) return element;
+    return CRkRef<IRkClipElement>::Adopt(new SlotElement(source.clip.path, element, report, m_patienceMs));
   }
 
   const ClipArgument& m_argument;
   const SRkClipFormat& m_format;
+  const SRkMediaOptions& m_options;
+  const DWORD m_patienceMs;
+  std::optional<FrameRange> m_range;
   ClipList m_list;
-  ULONGLONG m_sourceFrames = 0;  // of all elements so far, untrimmed
+  ULONGLONG m_sourceFrames = 0;  // of all elements so far, without the list's range
 };
 
 }  // namespace
 
-Programme LoadProgramme(const Options& options) {
+Programme LoadProgramme(const std::vector<std::string>& clips, const FormatOptions& format,
+                        DWORD patienceMs) {
   std::vector<Plan> plans;
-  for (const std::string& text : options.clips) plans.push_back(MakePlan(text));
+  for (const std::string& text : clips) plans.push_back(MakePlan(text));
 
-  Programme programme{ChooseFormat(plans, options.format), {}, {}};
+  const OutputFormat chosen = ChooseFormat(plans);
+  const SRkMediaOptions media = {sizeof(SRkMediaOptions), format.fit, format.deinterlace};
+  Programme programme{chosen.Chosen(format), chosen.HasPictures(), {}, {}};
   for (const Plan& plan : plans) {
-    ListBuilder builder(plan.argument, programme.format);
+    ListBuilder builder(plan.argument, programme.format, media, patienceMs);
     if (plan.argument.kind == ClipKind::Playlist) programme.inputPaths.push_back(plan.argument.path);
     for (const Source& source : plan.sources) {
       builder.Add(source);
-      if (!source.path.empty()) programme.inputPaths.push_back(source.path);
+      if (source.IsFile()) programme.inputPaths.push_back(source.clip.path);
     }
     programme.lists.push_back(builder.Finish());
   }
-
-  ClipList& first = programme.lists.front();
-  if (options.startFrame >= first.frameCount) {
-    throw UsageError("--start: " + std::to_string(options.startFrame) + " is past the last frame of " +
-                     first.title + ", which has " + std::to_string(first.frameCount));
-  }
-  first.startFrame = options.startFrame;
   return programme;
+}
+
+void StartAt(Programme& programme, const FrameName& frame) {
+  ClipList& first = programme.lists.front();
+  const ULONGLONG start = frame.At(programme.format.video.frameRate, "--start");
+  if (start >= first.frameCount) {
+    throw UsageError("--start: " + frame.Text() + " is past the last frame of " + first.title +
+                     ", which has " + std::to_string(first.frameCount));
+  }
+  first.startFrame = static_cast<UINT>(start);
 }
 
 Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise) {
@@ -164,10 +194,7 @@ Programme LoadClip(const std::string& text, const FormatOptions& format, const s
   if (clip.kind == ClipKind::Playlist || clip.range || clip.repeatCount != 1) {
     throw UsageError(text + ": " + otherwise);
   }
-  Options options;
-  options.clips = {text};
-  options.format = format;
-  return LoadProgramme(options);
+  return LoadProgramme({text}, format, kOfflinePatienceMs);
 }
 
 }  // namespace rkplay

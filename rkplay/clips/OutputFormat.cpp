@@ -8,7 +8,7 @@
 namespace rkplay {
 namespace {
 
-void Resize(SRkVideoResolution& video, const FormatOptions::Size& size) {
+void Resize(SRkVideoResolution& video, const PictureSize& size) {
   long long numerator = static_cast<long long>(video.aspectNumerator) * video.width * size.height;
   long long denominator = static_cast<long long>(video.aspectDenominator) * video.height * size.width;
   video.width = size.width;

@@ -25,6 +25,8 @@ class OutputFormat {
   // True while a further clip could still matter.
   bool WantsMore() const { return !m_hasVideo || !m_hasAudio; }
   void Consider(const ClipNature& clip);
+  // Whether any clip considered has pictures.
+  bool HasPictures() const { return m_hasVideo; }
   SRkClipFormat Chosen(const FormatOptions& options) const;
 
  private:

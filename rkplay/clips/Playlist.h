@@ -3,15 +3,18 @@
 #include <string>
 #include <vector>
 
+#include "rkplay/cli/ClipArgument.h"
+
 namespace rkplay {
 
 struct PlaylistEntry {
-  int line;          // in the playlist file, from 1
-  std::string clip;  // a path, relative ones already against the playlist's folder, or pattern:[FRAMES]
+  std::string context;  // leads messages: the playlist and the line
+  ClipArgument clip;    // a file, by a path that does not depend on the playlist's folder, or a pattern
 };
 
-// The clips of an .m3u or .m3u8 file, in order. Blank lines and those that begin with # are skipped.
-// Throws UsageError for a file that cannot be read, that names nothing, or that names a playlist.
+// The clips of an .m3u or .m3u8 file, in order. Blank lines and those that begin with # are skipped; file:
+// URLs are taken for the paths they name. Throws UsageError for a file that cannot be read, that names
+// nothing, or that names a playlist.
 std::vector<PlaylistEntry> ReadPlaylist(const std::string& path);
 
 }  // namespace rkplay

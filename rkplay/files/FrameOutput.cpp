@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
 
 namespace rkplay {
 namespace {
@@ -19,12 +19,13 @@ bool IsSameFile(const std::string& one, const std::string& other) {
 
 }  // namespace
 
-FrameOutput::FrameOutput(const Options& options, const SRkClipFormat& format) {
-  if (!options.audioPath.empty() && format.audio.channels <= 0) {
-    throw UsageError(options.audioPath + ": no clip has sound (--audio-channels writes silence)");
+FrameOutput::FrameOutput(const std::string& videoPath, const std::string& audioPath,
+                         const SRkClipFormat& format) {
+  if (!audioPath.empty() && format.audio.channels <= 0) {
+    throw UsageError(audioPath + ": no clip has sound (--audio-channels writes silence)");
   }
-  if (!options.videoPath.empty()) m_video.emplace(options.videoPath, format.video);
-  if (!options.audioPath.empty()) m_audio.emplace(options.audioPath, format.audio);
+  if (!videoPath.empty()) m_video.emplace(videoPath, format.video);
+  if (!audioPath.empty()) m_audio.emplace(audioPath, format.audio);
 }
 
 bool FrameOutput::Write(IRkAVPlaySample& sample) {
@@ -36,19 +37,17 @@ void FrameOutput::Close(std::vector<std::string>& errors) {
   if (m_audio && !m_audio->Close()) errors.push_back(m_audio->Error());
 }
 
-void RefuseOverwriting(const Options& options, const std::vector<std::string>& inputPaths) {
-  std::vector<std::string> outputs;
-  const std::string soundPath = options.monitor ? options.monitor->soundPath : "";
-  for (const std::string& path :
-       {options.videoPath, options.audioPath, soundPath, options.logPath, options.statsPath}) {
-    if (path.empty()) continue;
-    for (const std::string& input : inputPaths) {
-      if (IsSameFile(path, input)) throw UsageError(path + ": is played and cannot be written");
+void RefuseOverwriting(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs) {
+  for (size_t i = 0; i < outputs.size(); ++i) {
+    if (outputs[i].empty()) continue;
+    for (const std::string& input : inputs) {
+      if (IsSameFile(outputs[i], input)) throw UsageError(outputs[i] + ": is played and cannot be written");
     }
-    for (const std::string& output : outputs) {
-      if (IsSameFile(path, output)) throw UsageError(path + ": is to be written twice");
+    for (size_t other = 0; other < i; ++other) {
+      if (!outputs[other].empty() && IsSameFile(outputs[i], outputs[other])) {
+        throw UsageError(outputs[i] + ": two outputs cannot share one file");
+      }
     }
-    outputs.push_back(path);
   }
 }
 

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "rkplay/cli/Options.h"
 #include "rkplay/files/WavWriter.h"
 #include "rkplay/files/Y4mWriter.h"
 
@@ -13,8 +12,8 @@ namespace rkplay {
 // Where delivered frames go: the files that were asked for, or nowhere.
 class FrameOutput {
  public:
-  // Creates the files; throws UsageError.
-  FrameOutput(const Options& options, const SRkClipFormat& format);
+  // Creates the files whose paths are not empty; throws UsageError.
+  FrameOutput(const std::string& videoPath, const std::string& audioPath, const SRkClipFormat& format);
 
   // False once a file could not be written.
   bool Write(IRkAVPlaySample& sample);
@@ -26,7 +25,7 @@ class FrameOutput {
   std::optional<WavWriter> m_audio;
 };
 
-// Throws UsageError when a file to write is one that is read, or is asked for twice.
-void RefuseOverwriting(const Options& options, const std::vector<std::string>& inputPaths);
+// Throws UsageError when one of the outputs is an input, or is named twice. Empty names are left out.
+void RefuseOverwriting(const std::vector<std::string>& outputs, const std::vector<std::string>& inputs);
 
 }  // namespace rkplay

@@ -37,4 +37,8 @@ class OutputFile {
   std::string m_error;
 };
 
+// Writes a file in one piece: under its name there is either what was there before, or all of the new
+// contents. False, with the reason, when it cannot be written.
+bool WriteWholeFile(const std::string& path, const void* data, size_t bytes, std::string& reason);
+
 }  // namespace rkplay

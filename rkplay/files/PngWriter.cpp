@@ -2,68 +2,110 @@
 
 #include <array>
 
-#include "rkplay/cli/UsageError.h"
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/frame.h>
+#include <libswscale/swscale.h>
+}
+
+#include "contracts/RkPictureLayout.h"
+#include "rkplay/cli/Messages.h"
+#include "rkplay/files/OutputFile.h"
 #include "rkplay/files/PicturePlanes.h"
-#include "rkplay/files/WholeFile.h"
 
 namespace rkplay {
 namespace {
 
 constexpr AVPixelFormat kPngFormat = AV_PIX_FMT_RGB24;
 
+struct AvDelete {
+  void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+};
+
+template <class T>
+using Av = std::unique_ptr<T, AvDelete>;
+
+AVPixelFormat PlanarFormat(int pixelFormat) {
+  switch (pixelFormat) {
+    case RkPixelFormat_I422:
+      return AV_PIX_FMT_YUV422P;
+    case RkPixelFormat_I444:
+      return AV_PIX_FMT_YUV444P;
+    default:
+      return AV_PIX_FMT_YUV420P;
+  }
+}
+
 }  // namespace
 
-PngWriter::PngWriter(const SRkVideoResolution& video, int matrix) : m_video(video) {
-  if (!m_rgb || !m_packet || !_OpenEncoder() || !_OpenConverter(matrix)) {
-    throw UsageError("pictures of this size cannot be written as PNG");
+// Converter, encoder and what they work on.
+class PngWriter::Coder {
+ public:
+  bool Open(const SRkVideoResolution& video) {
+    return m_rgb && m_packet && _OpenEncoder(video) && _OpenConverter(video);
   }
+
+  bool Convert(const PicturePlanes& planes, const SRkVideoResolution& video) {
+    std::array<const uint8_t*, 4> rows{};
+    std::array<int, 4> strides{};
+    for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
+      rows[plane] = planes.Rows(plane);
+      strides[plane] = RkPlaneLayout(video, plane).stride;
+    }
+    // The encoder may still hold the memory of the last picture.
+    return av_frame_make_writable(m_rgb.get()) >= 0 &&
+           sws_scale(m_converter.get(), rows.data(), strides.data(), 0, video.height, m_rgb->data,
+                     m_rgb->linesize) == video.height;
+  }
+
+  // The coded picture, valid until the next call; null when it cannot be coded.
+  const AVPacket* Encode() {
+    av_packet_unref(m_packet.get());
+    const bool coded = avcodec_send_frame(m_encoder.get(), m_rgb.get()) >= 0 &&
+                       avcodec_receive_packet(m_encoder.get(), m_packet.get()) >= 0;
+    return coded ? m_packet.get() : nullptr;
+  }
+
+ private:
+  bool _OpenEncoder(const SRkVideoResolution& video) {
+    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+    m_encoder.reset(avcodec_alloc_context3(codec));
+    if (!m_encoder) return false;
+    m_encoder->width = m_rgb->width = video.width;
+    m_encoder->height = m_rgb->height = video.height;
+    m_encoder->pix_fmt = kPngFormat;
+    m_rgb->format = kPngFormat;
+    m_encoder->time_base = {1, 1};
+    m_encoder->thread_count = 1;  // a file comes out for every picture that goes in
+    return avcodec_open2(m_encoder.get(), codec, nullptr) >= 0 && av_frame_get_buffer(m_rgb.get(), 0) >= 0;
+  }
+
+  bool _OpenConverter(const SRkVideoResolution& video) {
+    m_converter.reset(sws_getContext(
+        video.width, video.height, PlanarFormat(video.pixelFormat), video.width, video.height, kPngFormat,
+        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
+    if (!m_converter) return false;
+    const int* coefficients =
+        sws_getCoefficients(RkHasHdColours(video.height) ? SWS_CS_ITU709 : SWS_CS_ITU601);
+    const int isFullRange = video.colorRange == RkColorRange_Full ? 1 : 0;
+    return sws_setColorspaceDetails(m_converter.get(), coefficients, isFullRange, coefficients, 1, 0, 1 << 16,
+                                    1 << 16) >= 0;
+  }
+
+  Av<AVCodecContext> m_encoder;
+  Av<SwsContext> m_converter;
+  Av<AVFrame> m_rgb{av_frame_alloc()};
+  Av<AVPacket> m_packet{av_packet_alloc()};
+};
+
+PngWriter::PngWriter(const SRkVideoResolution& video) : m_video(video), m_coder(std::make_unique<Coder>()) {
+  if (!m_coder->Open(video)) throw UsageError("pictures of this size cannot be written as PNG");
 }
 
-bool PngWriter::_OpenEncoder() {
-  const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
-  m_encoder.reset(avcodec_alloc_context3(codec));
-  if (!m_encoder) return false;
-  m_encoder->width = m_rgb->width = m_video.width;
-  m_encoder->height = m_rgb->height = m_video.height;
-  m_encoder->pix_fmt = kPngFormat;
-  m_rgb->format = kPngFormat;
-  m_encoder->time_base = {1, 1};
-  m_encoder->thread_count = 1;  // a file comes out for every picture that goes in
-  return avcodec_open2(m_encoder.get(), codec, nullptr) >= 0 && av_frame_get_buffer(m_rgb.get(), 0) >= 0;
-}
-
-bool PngWriter::_OpenConverter(int matrix) {
-  m_converter.reset(sws_getContext(
-      m_video.width, m_video.height, RkAvPixelFormat(m_video.pixelFormat), m_video.width, m_video.height,
-      kPngFormat, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
-  if (!m_converter) return false;
-  const int* coefficients = sws_getCoefficients(matrix);
-  const int isFullRange = m_video.colorRange == RkColorRange_Full ? 1 : 0;
-  return sws_setColorspaceDetails(m_converter.get(), coefficients, isFullRange, coefficients, 1, 0, 1 << 16,
-                                  1 << 16) >= 0;
-}
-
-bool PngWriter::_Convert(IRkVideoSample& picture, std::string& reason) {
-  const PicturePlanes planes(picture, m_video);
-  if (!planes) {
-    reason = "the picture came without all its planes";
-    return false;
-  }
-  std::array<const uint8_t*, 4> rows{};
-  std::array<int, 4> strides{};
-  for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-    rows[plane] = planes.Rows(plane);
-    strides[plane] = RkPlaneLayout(m_video, plane).stride;
-  }
-  // The encoder may still hold the memory of the picture before.
-  if (av_frame_make_writable(m_rgb.get()) >= 0 &&
-      sws_scale(m_converter.get(), rows.data(), strides.data(), 0, m_video.height, m_rgb->data,
-                m_rgb->linesize) == m_video.height) {
-    return true;
-  }
-  reason = "the picture cannot be converted";
-  return false;
-}
+PngWriter::~PngWriter() = default;
 
 bool PngWriter::Write(IRkAVPlaySample& sample, const std::string& path, std::string& reason) {
   CRkRef<IRkVideoSample> picture;
@@ -72,15 +114,17 @@ bool PngWriter::Write(IRkAVPlaySample& sample, const std::string& path, std::str
     reason = "the frame came without a picture";
     return false;
   }
-  if (!_Convert(*picture, reason)) return false;
-  if (avcodec_send_frame(m_encoder.get(), m_rgb.get()) < 0 ||
-      avcodec_receive_packet(m_encoder.get(), m_packet.get()) < 0) {
+  const PicturePlanes planes(*picture, m_video);
+  if (!planes || !m_coder->Convert(planes, m_video)) {
+    reason = planes ? "the picture cannot be converted" : "the picture came without all its planes";
+    return false;
+  }
+  const AVPacket* const png = m_coder->Encode();
+  if (png == nullptr) {
     reason = "the picture cannot be coded";
     return false;
   }
-  const bool written = WriteWholeFile(path, m_packet->data, static_cast<size_t>(m_packet->size), reason);
-  av_packet_unref(m_packet.get());
-  return written;
+  return WriteWholeFile(path, png->data, static_cast<size_t>(png->size), reason);
 }
 
 }  // namespace rkplay

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "contracts/RkKernel.h"
-#include "libraries/media/RkAv.h"
 
 namespace rkplay {
 
@@ -11,23 +11,20 @@ namespace rkplay {
 // One thread at a time.
 class PngWriter {
  public:
-  // `matrix`: an AVColorSpace, how the pictures' planes make up colours. Throws UsageError when pictures
-  // of the format cannot be written.
-  PngWriter(const SRkVideoResolution& video, int matrix);
+  // Throws UsageError when pictures of the format cannot be written.
+  explicit PngWriter(const SRkVideoResolution& video);
+  ~PngWriter();
+  PngWriter(const PngWriter&) = delete;
+  PngWriter& operator=(const PngWriter&) = delete;
 
-  // False, with the reason, when the file was not written; what was there under its name is then as before.
+  // False, with the reason, when the file was not written; what was there under its name then stays.
   bool Write(IRkAVPlaySample& sample, const std::string& path, std::string& reason);
 
  private:
-  bool _OpenEncoder();
-  bool _OpenConverter(int matrix);
-  bool _Convert(IRkVideoSample& picture, std::string& reason);
+  class Coder;
 
   const SRkVideoResolution m_video;
-  CRkAv<AVCodecContext> m_encoder;
-  CRkAv<SwsContext> m_converter;
-  CRkAv<AVFrame> m_rgb{av_frame_alloc()};
-  CRkAv<AVPacket> m_packet{av_packet_alloc()};
+  const std::unique_ptr<Coder> m_coder;
 };
 
 }  // namespace rkplay

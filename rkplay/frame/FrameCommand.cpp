@@ -1,15 +1,11 @@
-#include "rkplay/frame/FrameCommand.h"
-
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
-#include <limits>
 #include <optional>
 
-#include "rkplay/cli/Number.h"
-#include "rkplay/cli/PictureSize.h"
-#include "rkplay/cli/PrintError.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/CommandLine.h"
+#include "rkplay/cli/Commands.h"
+#include "rkplay/cli/Messages.h"
 #include "rkplay/files/FrameOutput.h"
 #include "rkplay/frame/FrameGrabber.h"
 
@@ -19,8 +15,8 @@ namespace {
 constexpr char kDescription[] = "Writes single frames of one clip as PNG pictures.";
 
 constexpr char kFooter[] =
-    R"(CLIP is one media file, or pattern:[FRAMES]. A POSITION is a frame number counted from 0 at the clip's
-frame rate (where that is none of those that rkplay plays at, at the nearest one of them), or first or last.
+    R"(CLIP is one media file, or pattern:[FRAMES]. A POSITION is a frame number counted from 0, or a timecode
+HH:MM:SS:FF, at the clip's frame rate (rounded to the nearest that rkplay plays at), or first or last.
 
 Names of the files:
   %d or %0Nd in FILE is where the frame number goes, with zeros up to N digits. Without it, FILE is the
@@ -39,9 +35,8 @@ Examples:
   rkplay frame interview.mp4 first 125 last --png 'still-%05d.png' --size 640x360
 )";
 
-// Wider than any frame number, so that one far too large is only not in the clip.
-using Position = ULONGLONG;
-constexpr Position kLast = std::numeric_limits<Position>::max();
+// Nothing: the last frame.
+using Position = std::optional<FrameName>;
 
 struct FrameOptions {
   std::string clip;
@@ -51,10 +46,10 @@ struct FrameOptions {
 };
 
 Position ParsePosition(const std::string& text) {
-  if (text == "first") return 0;
-  if (text == "last") return kLast;
-  if (const auto position = ParseNumber<Position>(text, 0, kLast - 1)) return *position;
-  throw UsageError("'" + text + "' is not a position: a frame number, first or last");
+  if (text == "first") return FrameName();
+  if (text == "last") return std::nullopt;
+  if (const auto position = FrameName::Parse(text)) return *position;
+  throw UsageError("'" + text + "' is not a position: a frame number, a timecode, first or last");
 }
 
 std::optional<FrameOptions> ParseArguments(int argumentCount, char** arguments) {
@@ -72,15 +67,8 @@ std::optional<FrameOptions> ParseArguments(int argumentCount, char** arguments) 
          "--size", [&options](const std::string& text) { options.format.size = ParsePictureSize(text); },
          "Picture size, instead of the clip's own")
       ->type_name("WxH");
-  try {
-    app.parse(argumentCount, arguments);
-  } catch (const CLI::Success& request) {
-    app.exit(request);
-    return std::nullopt;
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
-  }
-  if (options.pngPath.empty()) throw UsageError("--png: no file name");
+  if (!ParseCommandLine(app, argumentCount, arguments)) return std::nullopt;
+  CheckFileName(app, "--png", options.pngPath, ".png");
   for (const std::string& position : positions) options.positions.push_back(ParsePosition(position));
   return options;
 }
@@ -128,18 +116,19 @@ struct Task {
 std::vector<Task> MakeTasks(const FrameOptions& options, const Programme& programme) {
   const ClipList& clip = programme.lists.front();
   std::vector<Task> tasks;
-  for (const Position asked : options.positions) {
-    if (asked != kLast && asked >= clip.frameCount) {
+  for (const Position& asked : options.positions) {
+    const ULONGLONG position =
+        asked ? asked->At(programme.format.video.frameRate, "POSITION") : clip.frameCount - 1;
+    if (position >= clip.frameCount) {
       tasks.push_back({0, "",
-                       clip.title + ": there is no frame " + std::to_string(asked) + ": it has " +
+                       clip.title + ": there is no frame " + asked->Text() + ": it has " +
                            std::to_string(clip.frameCount) + ", counted from 0"});
       continue;
     }
-    const UINT position = asked == kLast ? clip.frameCount - 1 : static_cast<UINT>(asked);
-    Options outputs;
-    outputs.videoPath = NumberedPath(options.pngPath, position, options.positions.size() > 1);
-    RefuseOverwriting(outputs, programme.inputPaths);
-    tasks.push_back({position, outputs.videoPath, ""});
+    const auto number = static_cast<UINT>(position);
+    const std::string path = NumberedPath(options.pngPath, number, options.positions.size() > 1);
+    RefuseOverwriting({path}, programme.inputPaths);
+    tasks.push_back({number, path, ""});
   }
   return tasks;
 }
@@ -157,7 +146,7 @@ int RunFrame(int argumentCount, char** arguments) {
   for (const Task& task : tasks) {
     std::string error = task.refusal;
     if (error.empty() && grabber.Grab(task.position, task.path, error)) {
-      std::printf("frame %u  %s\n", task.position, task.path.c_str());
+      std::printf("frame %u  %s\n", task.position, Printable(task.path).c_str());
     } else {
       PrintError(error);
       status = 1;

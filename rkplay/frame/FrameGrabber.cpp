@@ -4,9 +4,9 @@
 
 #include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
+#include "rkplay/clips/FrameFault.h"
 #include "rkplay/clips/PlayBufferPool.h"
-#include "rkplay/frame/ColourMatrix.h"
 
 namespace rkplay {
 namespace {
@@ -31,8 +31,9 @@ class FrameGrabber::Sink final : public CRkUnknown<IRkClipOutputCallback> {
 
 FrameGrabber::FrameGrabber(const Programme& programme)
     : m_clip(programme.lists.front()),
-      m_writer(programme.format.video, ColourMatrixOf(programme)),
+      m_writer(programme.format.video),
       m_sink(CRkRef<Sink>::Adopt(new Sink)) {
+  if (!programme.hasPictures) throw UsageError(m_clip.title + ": has no pictures");
   const SRkWaveFormatInfo& audio = programme.format.audio;
   const SRkWaveFormatInfo noSound = RkMakeWaveFormat(0, audio.samplesPerSecond, audio.bitsPerSample);
   const auto pool = CRkRef<PlayBufferPool>::Adopt(new PlayBufferPool(kSpareMemory));
@@ -54,9 +55,8 @@ bool FrameGrabber::Grab(UINT position, const std::string& path, std::string& err
     error = frame + " cannot be read";
     return false;
   }
-  // Another picture stands in for one that the file cannot give.
-  if (const auto* file = m_clip.FileAt(position); file != nullptr && file->errors->Has(position)) {
-    error = frame + " cannot be read (first fault met in the file: " + file->errors->FirstReason() + ")";
+  if (const auto fault = FrameFault::Of(*sample)) {
+    error = frame + " cannot be read: " + fault->reason;
     return false;
   }
   std::string reason;

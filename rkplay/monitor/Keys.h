@@ -27,14 +27,6 @@ enum class Key {
 extern const char kPlayKeysHelp[];
 extern const char kPreviewKeysHelp[];
 
-// Single frames are for looking at: they hold what plays.
-constexpr bool HoldsOnFrame(Key key) {
-  return key == Key::FrameBack || key == Key::FrameForward;
-}
-
-// Where a key that moves leads from a position, within the frames there are; nothing for other keys.
-std::optional<UINT> MovedBy(Key key, UINT position, UINT frameCount, int frameRate);
-
 // Keys on their way to the thread that obeys them. Any thread puts them in; one takes them out.
 class KeyQueue {
  public:
@@ -60,5 +52,21 @@ class KeyQueue {
   CRkCriticalSection m_lock;
   std::deque<Key> m_keys RK_GUARDED_BY(m_lock);
 };
+
+// Net effect of all pending keys on what plays.
+struct KeyWish {
+  UINT position;       // to show, or to go on from
+  bool isPaused;       // afterwards
+  bool moves = false;  // to a position that a key named
+  bool takes = false;  // the next list, now
+  UINT takesWhenDue = 0;
+  bool togglesRepeat = false;
+  bool wantsHelp = false;
+  bool quits = false;
+};
+
+// Empties the queue: a row of jumps moves once, to where the last one leads. `position` and `isPaused` are
+// those of what plays; `frameCount` is its length, kRkNoPosition when it has no end.
+KeyWish TakeWish(KeyQueue& keys, UINT position, bool isPaused, UINT frameCount, int frameRate);
 
 }  // namespace rkplay

@@ -7,14 +7,14 @@
 #include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
 #include "rkplay/cli/FrameRate.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
 
 namespace rkplay {
 namespace {
 
 // Frames in the device: enough to ride out a busy machine, few enough that a pause follows its key.
 constexpr int kQueueDepth = 6;
-constexpr size_t kCaptions = 16;       // more than there are frames in the device
+constexpr size_t kNotes = 16;          // more than there are frames in the device
 constexpr DWORD kShowTimeoutMs = 500;  // longer than any frame
 constexpr WORD kOutputBits = 16;
 constexpr int kOutputChannels = 2;
@@ -46,10 +46,14 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   Screen(PresentationMeter& meter, SoundTap& tap, Window* window)
       : m_meter(meter), m_tap(tap), m_window(window) {}
 
-  void MarkNext(IRkAVPlaySample& sample, std::string caption) {
+  void MarkNext(IRkAVPlaySample& sample, const FramePlace& place, std::string caption) {
     sample.SetAttachment(m_mark.Get());
-    CRkScopedLock lock(m_captionLock);
-    m_captions[m_submitted++ % m_captions.size()] = std::move(caption);
+    CRkScopedLock lock(m_noteLock);
+    m_notes[m_submitted++ % m_notes.size()] = {place, std::move(caption)};
+  }
+  std::optional<FramePlace> Shown() const {
+    CRkScopedLock lock(m_noteLock);
+    return m_shownPlace;
   }
   UINT Submitted() const { return m_submitted; }
 
@@ -71,12 +75,11 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
       return;
     }
     if (m_isRunning && video->GetFrameIndex() >= m_submitted) return;  // fills a short run, shows nothing new
-    const bool isNew =
-        !m_isRunning || m_meter.PictureShown(video->GetFrameIndex(), m_tap.PositionMs(), m_tap.SpanMs());
+    const bool isNew = !m_isRunning || _Count(video->GetFrameIndex());
     SetEvent(m_shown);
-    if (!isNew || m_window == nullptr) return;
-    m_window->Show(*video);
-    if (m_isRunning) m_window->SetTitle(_CaptionOf(video->GetFrameIndex()));
+    if (!isNew) return;
+    if (m_window != nullptr) m_window->Show(*video);
+    if (m_isRunning) _Note(video->GetFrameIndex());
   }
   void OnStop() override { m_meter.RunEnds(m_submitted); }
 
@@ -91,9 +94,28 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   void SetRunning(bool running) { m_isRunning = running; }
 
  private:
-  std::string _CaptionOf(UINT frame) {
-    CRkScopedLock lock(m_captionLock);
-    return m_captions[frame % m_captions.size()];
+  struct Note {
+    FramePlace place;
+    std::string caption;
+  };
+
+  // A lost window is given pictures too, and shows the newest when it is back. False when the frame is there
+  // already.
+  bool _Count(UINT frame) {
+    if (m_window == nullptr || m_window->IsShowing()) {
+      return m_meter.PictureShown(frame, m_tap.PositionMs(), m_tap.SpanMs());
+    }
+    m_meter.PictureUnseen(frame);
+    return true;
+  }
+  void _Note(UINT frame) {
+    Note note;
+    {
+      CRkScopedLock lock(m_noteLock);
+      note = m_notes[frame % m_notes.size()];
+      m_shownPlace = note.place;
+    }
+    if (m_window != nullptr) m_window->SetTitle(note.caption);
   }
 
   PresentationMeter& m_meter;
@@ -103,8 +125,9 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
   const CRkHandle m_shown = CRkHandle::AutoResetEvent();
   std::atomic<UINT> m_submitted = 0;
   std::atomic<bool> m_isRunning = false;
-  CRkCriticalSection m_captionLock;
-  std::array<std::string, kCaptions> m_captions RK_GUARDED_BY(m_captionLock);  // by frame
+  mutable CRkCriticalSection m_noteLock;
+  std::array<Note, kNotes> m_notes RK_GUARDED_BY(m_noteLock);  // by frame
+  std::optional<FramePlace> m_shownPlace RK_GUARDED_BY(m_noteLock);
 };
 
 Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, KeyQueue& keys)
@@ -118,19 +141,19 @@ Monitor::Monitor(const MonitorOptions& options, const SRkClipFormat& format, Key
   RkSelectAudioSystem(SystemFor(options.sound), m_tap.Get());
   if (!RkCreateSoftwareOutputDevice(format.video, format.audio, nullptr, kQueueDepth, m_device.Out())) {
     std::vector<std::string> errors;
-    _LetGo(errors);
+    _Release(errors);
     throw UsageError("the output device cannot be created");
   }
   m_device->SetOutputCallback(m_screen.Get());
 }
 
 Monitor::~Monitor() {
-  std::vector<std::string> errors;  // are told by Close
-  _LetGo(errors);
+  std::vector<std::string> errors;  // Close has reported them
+  _Release(errors);
 }
 
 // Renderer and tap hold each other.
-void Monitor::_LetGo(std::vector<std::string>& errors) {
+void Monitor::_Release(std::vector<std::string>& errors) {
   RkSelectAudioSystem(RkAudioSystem_System, nullptr);
   m_device.Reset();
   m_tap->Close(errors);
@@ -141,19 +164,51 @@ std::optional<std::string> Monitor::WhyMute() const {
   return "there is no sound card: the pictures go out alone";
 }
 
-bool Monitor::Put(IRkAVPlaySample& sample, std::string caption) {
+void Monitor::Put(IRkAVPlaySample& sample, const FramePlace& place, std::string caption) {
   if (!m_device->IsPlaying()) {
     m_screen->SetRunning(true);
     m_device->Play();
   }
-  m_screen->MarkNext(sample, std::move(caption));
+  m_screen->MarkNext(sample, place, std::move(caption));
   sample.GetVideoSample(m_lastPicture.Out());
   if (m_isMono) {  // heard on both sides
     CRkRef<IRkAudioSample> sound;
     sample.GetAudioSample(0, 0, sound.Out());
     sample.SetAudioSample(1, sound.Get());
   }
-  return m_device->PutSample(&sample) != FALSE;
+  m_device->PutSample(&sample);  // a frame for which there is no memory is passed over, and counted so
+}
+
+std::optional<FramePlace> Monitor::Shown() const {
+  return m_screen->Shown();
+}
+
+void Monitor::SetTitle(const std::string& title) {
+  if (m_window) m_window->SetTitle(title);
+}
+
+Presentation Monitor::Seen() const {
+  Presentation seen = m_meter.Result();
+  seen.droppedSound = m_atClose.droppedSound;
+  seen.soundLosses = m_atClose.soundLosses;
+  seen.displayLosses = m_window ? m_window->LossCount() : 0;
+  m_tap->AddTo(seen);
+  return seen;
+}
+
+std::vector<std::string> Monitor::News() {
+  std::vector<std::string> news;
+  const bool displayIsLost = m_window && !m_window->IsShowing();
+  if (std::exchange(m_saidDisplayIsLost, displayIsLost) != displayIsLost) {
+    news.emplace_back(displayIsLost ? "the display is lost; playing goes on without the window"
+                                    : "the display is back");
+  }
+  const bool soundIsLost = m_tap->IsLost();
+  if (std::exchange(m_saidSoundIsLost, soundIsLost) != soundIsLost) {
+    news.emplace_back(soundIsLost ? "the sound system is lost; playing goes on without sound"
+                                  : "the sound system is back");
+  }
+  return news;
 }
 
 void Monitor::Pause() {
@@ -177,12 +232,13 @@ void Monitor::_FillShortRun() {
 
 void Monitor::ShowStill(IRkAVPlaySample& sample, const std::string& caption) {
   m_device->PutSample(&sample);
-  if (m_window) m_window->SetTitle(caption);
+  SetTitle(caption);
 }
 
 void Monitor::Close(std::vector<std::string>& errors) {
   Pause();
-  _LetGo(errors);
+  m_tap->AddTo(m_atClose);
+  _Release(errors);
 }
 
 }  // namespace rkplay

@@ -16,6 +16,12 @@
 
 namespace rkplay {
 
+// Where a frame stands in the programme, for those who tell what is on screen.
+struct FramePlace {
+  size_t list = 0;
+  UINT position = 0;
+};
+
 // Shows what goes out: the software output device with a window, or with nobody watching, and what sound
 // there is. Putting a frame waits until the device has room, which paces the programme.
 //
@@ -30,7 +36,10 @@ class Monitor {
 
   // Takes the sample over: it is given a mark of the monitor's. The caption goes to the window's title when
   // the picture appears.
-  bool Put(IRkAVPlaySample& sample, std::string caption);
+  void Put(IRkAVPlaySample& sample, const FramePlace& place, std::string caption);
+  // Of the frame on screen; nothing before the first of a run.
+  std::optional<FramePlace> Shown() const;
+  void SetTitle(const std::string& title);
   // Plays out what has been put and stands still on the last picture. Put goes on.
   void Pause();
   // Without a frame for so long, the device runs dry: it plays silence and loses step.
@@ -43,17 +52,22 @@ class Monitor {
   // Nothing: there is sound, or none was wanted. Else why pictures go out alone.
   std::optional<std::string> WhyMute() const;
   bool HasWindow() const { return m_window != nullptr; }
-  Presentation Seen() const { return m_meter.Result(); }
+  Presentation Seen() const;
+  // One line for each loss and return since the last call.
+  std::vector<std::string> News();
 
  private:
   class Screen;
 
-  void _LetGo(std::vector<std::string>& errors);
+  void _Release(std::vector<std::string>& errors);
   void _FillShortRun();
 
   const std::chrono::nanoseconds m_reserve;
   const bool m_isMono;
   CRkRef<IRkVideoSample> m_lastPicture;  // that was put
+  bool m_saidDisplayIsLost = false;
+  bool m_saidSoundIsLost = false;
+  Presentation m_atClose;  // what the device and the window had counted
   PresentationMeter m_meter;
   const bool m_wantsSound;
   CRkRef<SoundTap> m_tap;

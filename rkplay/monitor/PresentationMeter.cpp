@@ -51,14 +51,25 @@ void PresentationMeter::SoundWritten(bool isSilence) {
   ++m_soundFrames;
 }
 
-bool PresentationMeter::PictureShown(UINT frame, std::optional<double> positionMs, double spanMs) {
-  CRkScopedLock lock(m_lock);
+// Counts what lies between the last frame and this one; a frame that stands there already is not new.
+bool PresentationMeter::_IsNew(UINT frame) {
   if (m_expected && *m_expected == frame + 1) {
     if (!m_playsOut) ++m_counts.repeated;
     return false;
   }
   _CountPassedOver(frame);
   m_expected = frame + 1;
+  return true;
+}
+
+void PresentationMeter::PictureUnseen(UINT frame) {
+  CRkScopedLock lock(m_lock);
+  if (_IsNew(frame)) ++m_counts.unseen;
+}
+
+bool PresentationMeter::PictureShown(UINT frame, std::optional<double> positionMs, double spanMs) {
+  CRkScopedLock lock(m_lock);
+  if (!_IsNew(frame)) return false;
   ++m_counts.shown;
   if (!positionMs || frame >= m_soundsOfFrames) return true;
   // Both stand on a circle; the shorter way round is the offset.

@@ -14,8 +14,12 @@ namespace rkplay {
 struct Presentation {
   ULONGLONG shown = 0;          // different frames
   ULONGLONG passedOver = 0;     // frames that never were: they came too late
+  ULONGLONG unseen = 0;         // frames that came in time while the display was lost
   ULONGLONG repeated = 0;       // hand-overs of the frame that stood there already, while playing
   ULONGLONG silenceFrames = 0;  // of sound, between frames that had some
+  ULONGLONG droppedSound = 0;   // samples per channel that were to be heard and were not
+  unsigned displayLosses = 0;
+  unsigned soundLosses = 0;
   // How far the sound was ahead of the picture when that appeared; nothing without sound.
   std::optional<double> medianOffsetMs;
   std::optional<double> worstOffsetMs;
@@ -40,6 +44,8 @@ class PresentationMeter {
   // positionMs: where the sound stands at this moment, within a span of spanMs. False when the frame is on
   // screen already.
   bool PictureShown(UINT frame, std::optional<double> positionMs, double spanMs);
+  // The frame was due, and there was no display to show it on.
+  void PictureUnseen(UINT frame);
   // What follows may leave frames out: they have no picture.
   void NoPictureShown();
 
@@ -51,6 +57,7 @@ class PresentationMeter {
   // More frames than a device ever has between writing their sound and showing them.
   static constexpr UINT kRemembered = 1024;
 
+  bool _IsNew(UINT frame) RK_REQUIRES(m_lock);
   void _CountPassedOver(UINT next) RK_REQUIRES(m_lock);
   void _CountOffset(double offsetMs) RK_REQUIRES(m_lock);
 

@@ -24,6 +24,18 @@ bool SoundTap::HasRenderer() const {
   return static_cast<bool>(_Renderer());
 }
 
+bool SoundTap::IsLost() const {
+  const auto renderer = _Renderer();
+  return renderer && renderer->IsLost();
+}
+
+void SoundTap::AddTo(Presentation& seen) const {
+  const auto renderer = _Renderer();
+  if (!renderer) return;
+  seen.droppedSound += renderer->GetDroppedSampleCount();
+  seen.soundLosses += renderer->GetLossCount();
+}
+
 CRkRef<IRkAudioDirectSound> SoundTap::_Renderer() const {
   CRkScopedLock lock(m_lock);
   return m_renderer;

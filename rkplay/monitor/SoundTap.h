@@ -9,6 +9,7 @@
 #include "base/CRkUnknown.h"
 #include "contracts/RkKernel.h"
 #include "rkplay/files/WavWriter.h"
+#include "rkplay/monitor/PresentationMeter.h"
 
 namespace rkplay {
 
@@ -27,6 +28,10 @@ class SoundTap final : public CRkUnknown<IRkAudioMonitor> {
   std::optional<double> PositionMs() const;
   double SpanMs() const;
   bool HasRenderer() const;
+  // Whether the sound system takes nothing at the moment.
+  bool IsLost() const;
+  // Adds the renderer's counts, which last until Close.
+  void AddTo(Presentation& seen) const;
   void RunBegins();
   // The device has written a frame of sound, or of silence of its own.
   void SoundWritten(DWORD bytes, bool isSilence);

@@ -2,16 +2,28 @@
 
 #include <SDL.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdlib>
+#include <string_view>
+#include <thread>
 #include <utility>
 
-#include "contracts/RkPictureLayout.h"
-#include "rkplay/cli/UsageError.h"
+#include "base/CRkCriticalSection.h"
+#include "base/CRkHandle.h"
+#include "rkplay/cli/Messages.h"
+#include "rkplay/monitor/Canvas.h"
+#include "rkplay/monitor/DisplayWatch.h"
 
 namespace rkplay {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int kEventWaitMs = 100;
+constexpr DWORD kCloseWaitMs = 2000;
+// A display that takes a picture no sooner shows nothing.
+constexpr std::chrono::seconds kLongestDraw(1);
 
 constexpr std::pair<SDL_Keycode, Key> kKeys[] = {
     {SDLK_SPACE, Key::Pause},        {SDLK_LEFT, Key::FrameBack},
@@ -21,180 +33,234 @@ constexpr std::pair<SDL_Keycode, Key> kKeys[] = {
     {SDLK_r, Key::Repeat},           {SDLK_q, Key::Quit},
     {SDLK_RETURN, Key::TakeWhenDue}, {SDLK_KP_ENTER, Key::TakeWhenDue}};
 
-SDL_YUV_CONVERSION_MODE ColoursOf(const SRkVideoResolution& format) {
-  if (format.colorRange == RkColorRange_Full) return SDL_YUV_CONVERSION_JPEG;
-  return RkHasHdColours(format.height) ? SDL_YUV_CONVERSION_BT709 : SDL_YUV_CONVERSION_BT601;
-}
-
-int WidthInSquarePixels(const SRkVideoResolution& format) {
-  if (format.aspectNumerator <= 0 || format.aspectDenominator <= 0) return format.width;
-  return static_cast<int>(static_cast<long long>(format.width) * format.aspectNumerator /
-                          format.aspectDenominator);
-}
-
 bool IsSet(const char* variable) {
   const char* const value = std::getenv(variable);
   return value != nullptr && *value != '\0';
 }
 
+// Without a display SDL draws where nobody looks, which is meant only when its driver is named.
+bool DrawsIntoNothing() {
+  if (IsSet("SDL_VIDEODRIVER")) return false;
+  const char* const driver = SDL_GetCurrentVideoDriver();
+  const std::string_view name = driver != nullptr ? driver : "";
+  return name.empty() || name == "dummy" || name == "offscreen" || name == "evdev";
+}
+
 }  // namespace
+
+// The window's thread and what it shares with the others.
+class Window::Core {
+ public:
+  Core(const SRkVideoResolution& format, KeyQueue& keys) : m_format(format), m_keys(keys) {}
+
+  // False, and the failure says why, when no window can be opened.
+  bool Start() {
+    m_thread = std::thread([this] { _Run(); });
+    RkWait(m_started, INFINITE);
+    if (m_isOpen) return true;
+    m_thread.join();
+    return false;
+  }
+  const std::string& Failure() const { return m_failure; }
+
+  // False when the thread is held and goes on using this object.
+  bool Stop() {
+    SetEvent(m_stop);
+    _Wake();
+    const bool ended = !DisplayWatch::IsConnectionLost() && RkWait(m_ended, kCloseWaitMs);
+    if (ended) {
+      m_thread.join();
+    } else {
+      m_thread.detach();
+    }
+    return ended;
+  }
+
+  PicturePlanes Planes(IRkVideoSample& picture) const { return {picture, m_format}; }
+  void Show(PicturePlanes planes) {
+    {
+      CRkScopedLock lock(m_lock);
+      std::swap(m_newest, planes);
+      if (!m_hasNew) m_newSince = Clock::now();
+      m_hasNew = true;
+    }
+    _Wake();
+  }
+  void SetTitle(const std::string& title) {
+    {
+      CRkScopedLock lock(m_lock);
+      m_title = title;
+      m_hasNewTitle = true;
+    }
+    _Wake();
+  }
+
+  bool IsShowing() const {
+    CRkScopedLock lock(m_lock);
+    return m_isOpen && !DisplayWatch::IsLost() && !(m_hasNew && Clock::now() - m_newSince > kLongestDraw);
+  }
+  unsigned LossCount() const { return DisplayWatch::IsLost() ? 1 : 0; }
+
+ private:
+  void _Run() {
+    SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
+    SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
+    SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "0");
+    SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+    SDL_InitSubSystem(SDL_INIT_EVENTS);  // for as long as others wake this thread
+    m_wakeEvent = SDL_RegisterEvents(1);
+    const bool goesOn = _Open();
+    if (!goesOn) m_failure = SDL_GetError();
+    SetEvent(m_started);
+    if (goesOn) _ShowUntilLost();
+    if (DisplayWatch::IsLost()) {
+      // SDL can close a window that has gone only at the risk of the program.
+      static_cast<void>(m_canvas.release());
+      RkWait(m_stop, INFINITE);
+    } else {
+      _Close();
+      SDL_QuitSubSystem(SDL_INIT_EVENTS);
+      SDL_TLSCleanup();  // of this thread, which SDL did not make
+    }
+    SetEvent(m_ended);
+  }
+
+  // Returns at a stop, too.
+  void _ShowUntilLost() {
+    while (!RkWait(m_stop, 0)) {
+      SDL_Event event;
+      if (SDL_WaitEventTimeout(&event, kEventWaitMs)) {
+        bool mustDraw = false;
+        do {
+          mustDraw = _Obey(event) || mustDraw;
+        } while (SDL_PollEvent(&event));
+        if (!DisplayWatch::IsLost()) _Refresh(mustDraw);
+      }
+      if (DisplayWatch::IsLost()) return;
+    }
+  }
+
+  bool _Open() {
+    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
+    if (DrawsIntoNothing()) {
+      SDL_SetError("the display cannot be reached");
+      return false;
+    }
+    m_window = SDL_CreateWindow("rkplay", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
+                                WidthInSquarePixels(m_format), m_format.height, SDL_WINDOW_RESIZABLE);
+    if (m_window == nullptr) return false;
+    DisplayWatch::Begin(m_window);
+    m_canvas = Canvas::Create(m_window, m_format);
+    m_isOpen = m_canvas != nullptr && !DisplayWatch::IsLost();
+    if (m_isOpen) m_canvas->Draw(m_shown);
+    return m_isOpen;
+  }
+
+  void _Close() {
+    m_isOpen = false;
+    m_canvas.reset();
+    if (m_window != nullptr) SDL_DestroyWindow(m_window);
+    m_window = nullptr;
+    if (SDL_WasInit(SDL_INIT_VIDEO) != 0) SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  }
+
+  // True when the window's contents are lost. Closing the window is a wish to end. `?` comes as the text it
+  // is, whatever keys make it.
+  bool _Obey(const SDL_Event& event) {
+    if (event.type == SDL_QUIT && !DisplayWatch::IsLost()) m_keys.Put(Key::Quit);
+    if (event.type == SDL_TEXTINPUT && event.text.text[0] == '?') m_keys.Put(Key::Help);
+    if (event.type == SDL_KEYDOWN) {
+      for (const auto& [code, key] : kKeys) {
+        if (event.key.keysym.sym == code) m_keys.Put(key);
+      }
+    }
+    return event.type == SDL_WINDOWEVENT && (event.window.event == SDL_WINDOWEVENT_EXPOSED ||
+                                             event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED);
+  }
+
+  void _Refresh(bool mustDraw) {
+    std::string title;
+    bool hasNewTitle = false;
+    PicturePlanes newest;  // then the one before, released after the lock
+    {
+      CRkScopedLock lock(m_lock);
+      std::swap(newest, m_newest);
+      if (m_hasNew) std::swap(newest, m_shown);
+      mustDraw = std::exchange(m_hasNew, false) || mustDraw;
+      hasNewTitle = std::exchange(m_hasNewTitle, false);
+      if (hasNewTitle) title = m_title;
+    }
+    if (hasNewTitle) SDL_SetWindowTitle(m_window, title.c_str());
+    if (mustDraw) m_canvas->Draw(m_shown);
+  }
+
+  void _Wake() const {
+    SDL_Event event{};
+    event.type = m_wakeEvent;
+    SDL_PushEvent(&event);
+  }
+
+  const SRkVideoResolution m_format;
+  KeyQueue& m_keys;
+  const CRkHandle m_stop = CRkHandle::ManualResetEvent();
+  const CRkHandle m_started = CRkHandle::ManualResetEvent();
+  const CRkHandle m_ended = CRkHandle::ManualResetEvent();
+  std::string m_failure;  // fixed before m_started is set
+  std::atomic<bool> m_isOpen = false;
+  std::atomic<unsigned> m_wakeEvent = 0;
+
+  mutable CRkCriticalSection m_lock;
+  PicturePlanes m_newest RK_GUARDED_BY(m_lock);  // none: no picture
+  bool m_hasNew RK_GUARDED_BY(m_lock) = false;
+  Clock::time_point m_newSince RK_GUARDED_BY(m_lock);
+  std::string m_title RK_GUARDED_BY(m_lock);
+  bool m_hasNewTitle RK_GUARDED_BY(m_lock) = false;
+
+  // The window's thread alone uses these.
+  SDL_Window* m_window = nullptr;
+  std::unique_ptr<Canvas> m_canvas;
+  PicturePlanes m_shown;
+
+  std::thread m_thread;
+};
 
 bool Window::HasDisplay() {
   return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY");
 }
 
-// Without a display SDL would draw where nobody looks, so that has to be asked for by its driver's name.
-Window::Window(const SRkVideoResolution& format, KeyQueue& keys) : m_format(format), m_keys(keys) {
+Window::Window(const SRkVideoResolution& format, KeyQueue& keys)
+    : m_core(std::make_unique<Core>(format, keys)) {
   if (!HasDisplay() && !IsSet("SDL_VIDEODRIVER")) {
     throw UsageError("--monitor: there is no display for a window (--monitor=virtual plays without)");
   }
-  m_thread = std::thread([this] { _Run(); });
-  RkWait(m_opened, INFINITE);
-  if (m_failure.empty()) return;
-  m_thread.join();
-  throw UsageError("no window can be opened: " + m_failure);
+  if (!m_core->Start()) {
+    throw UsageError("--monitor: no window can be opened: " + m_core->Failure() +
+                     " (--monitor=virtual plays without)");
+  }
 }
 
 Window::~Window() {
-  m_stop = true;
-  _Wake();
-  m_thread.join();
+  if (!m_core->Stop()) static_cast<void>(m_core.release());
 }
 
 void Window::Show(IRkVideoSample& picture) {
-  PicturePlanes planes(picture, m_format);
-  {
-    CRkScopedLock lock(m_lock);
-    std::swap(m_newest, planes);
-    m_hasNew = true;
-  }
-  _Wake();
+  m_core->Show(m_core->Planes(picture));
 }
 
 void Window::Blank() {
-  PicturePlanes none;
-  {
-    CRkScopedLock lock(m_lock);
-    std::swap(m_newest, none);
-    m_hasNew = true;
-  }
-  _Wake();
+  m_core->Show({});
 }
 
 void Window::SetTitle(const std::string& title) {
-  {
-    CRkScopedLock lock(m_lock);
-    m_title = title;
-    m_hasNewTitle = true;
-  }
-  _Wake();
+  m_core->SetTitle(title);
 }
 
-void Window::_Wake() const {
-  SDL_Event event{};
-  event.type = m_wakeEvent;
-  SDL_PushEvent(&event);
+bool Window::IsShowing() const {
+  return m_core->IsShowing();
 }
 
-void Window::_Run() {
-  if (!_Open()) m_failure = SDL_GetError();
-  const bool opened = m_failure.empty();
-  SetEvent(m_opened);
-  while (opened && !m_stop) {
-    SDL_Event event;
-    if (!SDL_WaitEventTimeout(&event, kEventWaitMs)) continue;
-    do {
-      _Obey(event);
-    } while (SDL_PollEvent(&event));
-    _Refresh();
-  }
-  _Close();
-}
-
-bool Window::_Open() {
-  SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
-  SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
-  SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "0");
-  if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
-  m_wakeEvent = SDL_RegisterEvents(1);
-  const int width = WidthInSquarePixels(m_format);
-  m_window = SDL_CreateWindow("rkplay", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width,
-                              m_format.height, SDL_WINDOW_RESIZABLE);
-  if (m_window == nullptr) return false;
-  SDL_SetYUVConversionMode(ColoursOf(m_format));
-  m_renderer = SDL_CreateRenderer(m_window, -1, 0);
-  if (m_renderer == nullptr || SDL_RenderSetLogicalSize(m_renderer, width, m_format.height) != 0)
-    return false;
-  m_texture = SDL_CreateTexture(m_renderer, SDL_PIXELFORMAT_IYUV, SDL_TEXTUREACCESS_STREAMING, m_format.width,
-                                m_format.height);
-  return m_texture != nullptr;
-}
-
-void Window::_Close() {
-  if (m_texture != nullptr) SDL_DestroyTexture(m_texture);
-  if (m_renderer != nullptr) SDL_DestroyRenderer(m_renderer);
-  if (m_window != nullptr) SDL_DestroyWindow(m_window);
-  SDL_QuitSubSystem(SDL_INIT_VIDEO);
-  SDL_TLSCleanup();  // of this thread, which SDL did not make
-}
-
-// Closing the window is a wish to end. `?` comes as the text it is, whatever keys make it.
-void Window::_Obey(const SDL_Event& event) {
-  if (event.type == SDL_QUIT) m_keys.Put(Key::Quit);
-  if (event.type == SDL_TEXTINPUT && event.text.text[0] == '?') m_keys.Put(Key::Help);
-  if (event.type == SDL_WINDOWEVENT) _Draw();
-  if (event.type != SDL_KEYDOWN) return;
-  for (const auto& [code, key] : kKeys) {
-    if (event.key.keysym.sym == code) m_keys.Put(key);
-  }
-}
-
-void Window::_Refresh() {
-  PicturePlanes planes;
-  std::string title;
-  bool hasNew = false;
-  bool hasNewTitle = false;
-  {
-    CRkScopedLock lock(m_lock);
-    std::swap(hasNew, m_hasNew);
-    std::swap(hasNewTitle, m_hasNewTitle);
-    if (hasNew) std::swap(planes, m_newest);
-    if (hasNewTitle) title.swap(m_title);
-  }
-  if (hasNewTitle) SDL_SetWindowTitle(m_window, title.c_str());
-  if (!hasNew) return;
-  m_hasPicture = _Upload(planes);
-  _Draw();
-}
-
-void Window::_Draw() {
-  SDL_SetRenderDrawColor(m_renderer, 0, 0, 0, SDL_ALPHA_OPAQUE);
-  SDL_RenderClear(m_renderer);
-  if (m_hasPicture) SDL_RenderCopy(m_renderer, m_texture, nullptr, nullptr);
-  SDL_RenderPresent(m_renderer);
-}
-
-// The texture is 4:2:0. Of wider chroma every other row is left out, and every other sample of a row.
-bool Window::_Upload(const PicturePlanes& planes) {
-  const BYTE* data[kRkPlaneCount];
-  int stride[kRkPlaneCount];
-  if (!planes) return false;
-  for (UINT i = 0; i < kRkPlaneCount; ++i) {
-    const SRkPlaneLayout layout = RkPlaneLayout(m_format, i);
-    data[i] = planes.Rows(i);
-    stride[i] = layout.stride;
-    if (i == 0 || m_format.pixelFormat == RkPixelFormat_I420) continue;
-    if (m_format.pixelFormat == RkPixelFormat_I444) {
-      std::vector<BYTE>& narrowed = m_narrowed[i - 1];
-      narrowed.resize(layout.Bytes());
-      for (size_t x = 0; x < layout.Bytes(); x += 2) narrowed[x / 2] = data[i][x];
-      data[i] = narrowed.data();
-      stride[i] = layout.stride / 2;
-    }
-    stride[i] *= 2;
-  }
-  return SDL_UpdateYUVTexture(m_texture, nullptr, data[0], stride[0], data[1], stride[1], data[2],
-                              stride[2]) == 0;
+unsigned Window::LossCount() const {
+  return m_core->LossCount();
 }
 
 }  // namespace rkplay

@@ -3,11 +3,9 @@
 #include <chrono>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "base/CRkRef.h"
 #include "output_channel/IRkClipOutputChannel.h"
-#include "rkplay/cli/Options.h"
 #include "rkplay/cli/StopSignals.h"
 #include "rkplay/clips/ClipLoader.h"
 #include "rkplay/files/FrameOutput.h"
@@ -15,6 +13,7 @@
 #include "rkplay/monitor/Monitor.h"
 #include "rkplay/monitor/TerminalKeys.h"
 #include "rkplay/play/Cuer.h"
+#include "rkplay/play/ListOnAir.h"
 #include "rkplay/play/Pacer.h"
 #include "rkplay/play/Progress.h"
 #include "rkplay/play/Statistics.h"
@@ -29,92 +28,64 @@ namespace rkplay {
 // and frees the elements of each list when it has gone off the air.
 class Player {
  public:
+  struct Settings {
+    bool manual;    // a list waits at its end for a key
+    bool realtime;  // frames are paced by the frame rate
+  };
   struct Surroundings {
     FrameOutput& output;
     StopSignals& stopSignals;
     KeyQueue& keys;
     TerminalKeys* terminal;  // null: no keys come from the standard input
-    Monitor* monitor;        // null: nobody watches
+    Monitor* monitor;        // null: nobody watches, otherwise it paces
   };
 
   // Throws UsageError when the channel cannot be created.
-  Player(Programme& programme, const Options& options, const Surroundings& surroundings);
+  Player(Programme& programme, const Settings& settings, const Surroundings& surroundings);
 
   Statistics Run();
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  // What the keys that wait together come to.
-  struct Wish {
-    UINT position;
-    bool moves;
-    bool paused;
-    bool takes;
-    bool quits;
-  };
-
-  void _Play();
+  // False when the programme is over; so for every bool below.
   bool _StartFirstList();
-  // These are false when the programme is over.
   bool _Advance();
   bool _DeliverNext();
   bool _HandOn(IRkAVPlaySample& sample);
   bool _SwitchAtEnd();
   bool _SwitchNow(ListOutcome cut);
+  bool _WaitForCue();
   bool _ObeyKeys();
   bool _TakeNext();
   bool _ServeTakesWhenDue();
-  bool _WaitForCue();
 
-  Wish _ReadKeys();
-  void _Move(Wish& wish, Key key) const;
-  void _ToggleRepeat();
-  void _Hold(const Wish& wish);
-  void _GoOnFrom(UINT position);
-  bool _IsDue(IRkAVPlaySample& sample);
-  UINT _DuePosition() const;
-  bool _DueFileIsLost();
+  void _Play();
   void _BeginList(Clock::time_point since);
   void _EndList(ListOutcome cut);
-  std::string _Caption(const char* state) const;
-  void _NoteWhatWasSeen();
+  void _ToggleRepeat();
+  void _Hold(const KeyWish& wish);
+  void _GoOnFrom(UINT position);
   void _RestMonitor();
+  void _AwaitTake();
+  void _TellProgress();
   void _StopChannel();
-  void _Fail(size_t list, const std::string& reason);
-  void _Report(size_t list, const std::string& reason);
-  ClipList& _List() { return m_programme.lists[m_onAir]; }
-  const ClipList& _List() const { return m_programme.lists[m_onAir]; }
+  std::string _Caption(const char* state) const;
 
   Programme& m_programme;
-  const bool m_isManual;
-  const bool m_realtime;
-  FrameOutput& m_output;
-  StopSignals& m_stopSignals;
-  KeyQueue& m_keys;
-  TerminalKeys* const m_terminal;
-  Monitor* const m_monitor;
+  const Settings m_settings;
+  const Surroundings m_around;
   CRkRef<Cuer> m_cuer;
   CRkRef<IRkClipOutputChannel> m_channel;
   Transport m_transport;
   Pacer m_pacer;
   Progress m_progress;
   Statistics m_statistics;
-  UINT m_takesWhenDue = 0;          // asked for, not yet made
-  bool m_wasRepeatChanged = false;  // of a list before, and so of the one that was cued
-
-  // Of the list on air.
-  size_t m_onAir = Cuer::kNone;
-  std::vector<PlayedStretch> m_played;
-  UINT m_position = 0;                               // of the frame on screen
-  bool m_ended = false;                              // no sample may be taken before the switch
-  bool m_wasMoved = false;                           // by keys, so that its length says nothing any more
-  bool m_hasHeldMoved = false;                       // since it is held
-  bool m_repeats = false;                            // without end
-  std::optional<ClipList::ReadErrorCount> m_unread;  // once it has been delivered whole
+  std::optional<ListOnAir> m_onAir;
+  ULONGLONG m_programmeFrames = 0;
   Clock::time_point m_lastSample;
-  Clock::time_point m_endedSince;
-  Clock::time_point m_listSince;  // when its first sample began to be waited for
+  UINT m_takesWhenDue = 0;          // asked for, not yet made
+  bool m_wasRepeatChanged = false;  // on the channel, whose next list takes over the count
 };
 
 }  // namespace rkplay

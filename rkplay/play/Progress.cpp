@@ -6,12 +6,14 @@
 #include <cstdio>
 
 #include "rkplay/cli/FrameRate.h"
+#include "rkplay/cli/Messages.h"
 
 namespace rkplay {
 namespace {
 
 constexpr std::chrono::milliseconds kTerminalInterval(100);
 constexpr std::chrono::seconds kPlainInterval(5);
+constexpr std::chrono::seconds kSpeedSpan(3);
 constexpr size_t kUsualColumns = 80;
 
 size_t TerminalColumns() {
@@ -25,35 +27,36 @@ std::string Frames(int frameRate, ULONGLONG frames) {
 
 }  // namespace
 
-Progress::Progress(int frameRate, size_t listCount)
-    : m_frameRate(frameRate), m_listCount(listCount), m_isTerminal(isatty(STDOUT_FILENO) != 0) {}
+Progress::Progress(int frameRate, const std::vector<ClipList>& lists)
+    : m_frameRate(frameRate),
+      m_lists(lists),
+      m_isTerminal(isatty(STDOUT_FILENO) != 0),
+      m_recent{{Clock::now(), 0}} {}
 
-void Progress::ListBegins(size_t index, const ClipList& list) {
-  const auto announced = list.AnnouncedFrames();
-  m_list.clear();
-  if (m_listCount != 0)
-    m_list = "list " + std::to_string(index + 1) + "/" + std::to_string(m_listCount) + "  ";
-  m_title = list.title;
-  m_total = Frames(m_frameRate, list.frameCount);
-  m_position = list.startFrame;
+void Progress::ListBegins(size_t list) {
+  const auto announced = m_lists[list].AnnouncedFrames();
   m_nextShow = Clock::now();
+  m_hasBegun = true;
   if (m_isTerminal) return;
-  _Show(m_list + "begins, " + (announced ? Frames(m_frameRate, *announced) : "endless") + "  " + m_title);
+  _Show(_Number(list) + "begins, " + (announced ? Frames(m_frameRate, *announced) : "endless") + "  " +
+        m_lists[list].title);
 }
 
-void Progress::FramesDelivered(ULONGLONG count, UINT position) {
+void Progress::FramesDelivered(ULONGLONG count, size_t list, UINT position) {
   m_framesInAll += count;
+  m_list = list;
   m_position = position;
   if (IsDue()) _Show(_Position());
 }
 
-void Progress::Paused(UINT position) {
+void Progress::Paused(size_t list, UINT position) {
+  m_list = list;
   m_position = position;
   _Show(_Position() + "  paused");
 }
 
-void Progress::AwaitsTake() {
-  _Show(m_list + "has ended, Enter takes the next");
+void Progress::AwaitsTake(size_t list) {
+  _Show(_Number(list) + "has ended, Enter takes the next");
 }
 
 void Progress::Say(const std::string& text) {
@@ -65,7 +68,7 @@ void Progress::Say(const std::string& text) {
 }
 
 void Progress::End() {
-  if (!m_isTerminal || m_title.empty()) return;
+  if (!m_isTerminal || !m_hasBegun) return;
   _Show(_Position());
   std::fputs("\n", stdout);
   std::fflush(stdout);
@@ -73,24 +76,36 @@ void Progress::End() {
 
 void Progress::_Show(const std::string& text) {
   m_nextShow = Clock::now() + (m_isTerminal ? Clock::duration(kTerminalInterval) : kPlainInterval);
+  const std::string line = Printable(text);
   if (m_isTerminal) {
-    std::printf("\r%s\x1b[K", text.substr(0, TerminalColumns() - 1).c_str());
+    std::printf("\r%s\x1b[K", line.substr(0, TerminalColumns() - 1).c_str());
     m_isLive = true;
   } else {
-    std::printf("%s\n", text.c_str());
+    std::printf("%s\n", line.c_str());
   }
   std::fflush(stdout);
 }
 
-std::string Progress::_Position() const {
-  char speed[32];
-  std::snprintf(speed, sizeof(speed), "  %.1fx  ", _Speed());
-  return m_list + Frames(m_frameRate, m_position) + " of " + m_total + speed + m_note + m_title;
+std::string Progress::_Number(size_t list) const {
+  if (m_lists.size() == 1) return "";
+  return "list " + std::to_string(list + 1) + "/" + std::to_string(m_lists.size()) + "  ";
 }
 
-double Progress::_Speed() const {
-  const std::chrono::duration<double> wall = Clock::now() - m_start;
-  const std::chrono::duration<double> played = FrameTime(m_frameRate, m_framesInAll);
+std::string Progress::_Position() {
+  const ClipList& list = m_lists[m_list];
+  char speed[32];
+  std::snprintf(speed, sizeof(speed), "  %.1fx  ", _Speed());
+  const std::string total = list.HasLiveEnd() ? "live" : "of " + Frames(m_frameRate, list.frameCount);
+  return _Number(m_list) + Frames(m_frameRate, m_position) + " " + total + speed + m_note + list.title;
+}
+
+double Progress::_Speed() {
+  const Clock::time_point now = Clock::now();
+  m_recent.push_back({now, m_framesInAll});
+  while (m_recent.size() > 2 && now - m_recent[1].time > kSpeedSpan) m_recent.pop_front();
+  const std::chrono::duration<double> wall = now - m_recent.front().time;
+  const std::chrono::duration<double> played =
+      FrameTime(m_frameRate, m_framesInAll - m_recent.front().frames);
   return wall.count() > 0 ? played / wall : 0;
 }
 

@@ -2,27 +2,29 @@
 
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "contracts/RkTypes.h"
 #include "rkplay/clips/ClipList.h"
 
 namespace rkplay {
 
-// Tells what plays: on a terminal one line that is written over several times a second, elsewhere a line
-// for every begin and, while a list lasts, one every few seconds. One thread.
+// Shows what plays: on a terminal one line that is written over several times a second, elsewhere a line for
+// every begin and, while a list lasts, one every few seconds. One thread. The lists are borrowed.
 class Progress {
  public:
-  // listCount 0: what plays is no list.
-  Progress(int frameRate, size_t listCount);
+  // Lists are numbered where there are several.
+  Progress(int frameRate, const std::vector<ClipList>& lists);
 
-  void ListBegins(size_t index, const ClipList& list);
-  // `position`: of the last of them, in the list.
-  void FramesDelivered(ULONGLONG count, UINT position);
+  void ListBegins(size_t list);
+  // `list` and `position`: of the frame to show, which may not be the one delivered last.
+  void FramesDelivered(ULONGLONG count, size_t list, UINT position);
   // The frame on screen stands.
-  void Paused(UINT position);
-  void AwaitsTake();
-  // Lines of their own; the live line goes on below.
+  void Paused(size_t list, UINT position);
+  void AwaitsTake(size_t list);
+  // A line of its own; the live line goes on below.
   void Say(const std::string& text);
   // Added to the live line from now on.
   void Note(const std::string& note) { m_note = note; }
@@ -32,23 +34,27 @@ class Progress {
 
  private:
   using Clock = std::chrono::steady_clock;
+  struct Mark {
+    Clock::time_point time;
+    ULONGLONG frames;
+  };
 
   void _Show(const std::string& text);
-  std::string _Position() const;
-  double _Speed() const;
+  std::string _Number(size_t list) const;
+  std::string _Position();
+  double _Speed();
 
   const int m_frameRate;
-  const size_t m_listCount;
+  const std::vector<ClipList>& m_lists;
   const bool m_isTerminal;
-  const Clock::time_point m_start = Clock::now();
   Clock::time_point m_nextShow;
   ULONGLONG m_framesInAll = 0;
+  std::deque<Mark> m_recent;  // what was delivered in the last seconds
 
-  std::string m_list;  // of the current list: its number, its title, its length
-  std::string m_title;
-  std::string m_total;
-  std::string m_note;
+  bool m_hasBegun = false;
+  size_t m_list = 0;
   UINT m_position = 0;
+  std::string m_note;
   bool m_isLive = false;  // the cursor stands behind a live line
 };
 

@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "rkplay/cli/FrameRate.h"
+#include "rkplay/cli/Messages.h"
 
 namespace rkplay {
 namespace {
@@ -42,12 +43,21 @@ double PlaySeconds(const Statistics& statistics) {
 }
 
 Json ToJson(const ListResult& list) {
+  Json faults = Json::array();
+  for (const ClipFault& fault : list.faults) {
+    faults.push_back({{"clip", fault.clip},
+                      {"reason", fault.reason},
+                      {"firstFrame", fault.firstFrame},
+                      {"timecode", Timecode(list.frameRate, fault.firstFrame)},
+                      {"frames", fault.frames}});
+  }
   return {{"clip", list.clip},
           {"outcome", NameOf(list.outcome)},
           {"announcedFrames", OrNull(list.announcedFrames)},
           {"deliveredFrames", list.deliveredFrames},
           {"firstSampleWaitMs", OrNull(list.firstSampleWaitMs)},
-          {"readErrors", list.readErrors}};
+          {"readErrors", list.ReadErrors()},
+          {"faults", faults}};
 }
 
 Json ToJson(const SRkClipFormat& format) {
@@ -63,8 +73,12 @@ Json ToJson(const SRkClipFormat& format) {
 Json ToJson(const Presentation& seen) {
   return {{"shown", seen.shown},
           {"passedOver", seen.passedOver},
+          {"unseen", seen.unseen},
+          {"displayLosses", seen.displayLosses},
           {"repeated", seen.repeated},
           {"silenceFrames", seen.silenceFrames},
+          {"droppedSoundSamples", seen.droppedSound},
+          {"soundLosses", seen.soundLosses},
           {"medianOffsetMs", OrNull(seen.medianOffsetMs)},
           {"worstOffsetMs", OrNull(seen.worstOffsetMs)}};
 }
@@ -74,10 +88,21 @@ void PrintList(const ListResult& list, size_t number, std::FILE* out) {
   char wait[32] = "-";
   if (list.firstSampleWaitMs) std::snprintf(wait, sizeof(wait), "%.2f ms", *list.firstSampleWaitMs);
   std::fprintf(out, "%5zu  %10llu  %10s  %12s  %11llu  %-10s  %s\n", number, list.deliveredFrames,
-               announced.c_str(), wait, list.readErrors, NameOf(list.outcome), list.clip.c_str());
+               announced.c_str(), wait, list.ReadErrors(), NameOf(list.outcome),
+               Printable(list.clip).c_str());
 }
 
 }  // namespace
+
+ULONGLONG ListResult::ReadErrors() const {
+  return std::accumulate(faults.begin(), faults.end(), 0ull,
+                         [](ULONGLONG sum, const ClipFault& fault) { return sum + fault.frames; });
+}
+
+std::string ListResult::Describe(const ClipFault& fault) const {
+  return fault.clip + " at " + Timecode(frameRate, fault.firstFrame) + ": " + fault.reason + " (" +
+         std::to_string(fault.frames) + " frames went out as the last good picture or black)";
+}
 
 ULONGLONG Statistics::DeliveredFrames() const {
   return std::accumulate(lists.begin(), lists.end(), 0ull,
@@ -86,7 +111,7 @@ ULONGLONG Statistics::DeliveredFrames() const {
 
 ULONGLONG Statistics::ReadErrorCount() const {
   return std::accumulate(lists.begin(), lists.end(), 0ull,
-                         [](ULONGLONG sum, const ListResult& list) { return sum + list.readErrors; });
+                         [](ULONGLONG sum, const ListResult& list) { return sum + list.ReadErrors(); });
 }
 
 ULONGLONG Statistics::ChangeOvers() const {
@@ -118,6 +143,14 @@ int Statistics::ExitCode() const {
 void PrintSeen(const Presentation& seen, std::FILE* out) {
   std::fprintf(out, "shown         %llu frames, %llu passed over late, %llu shown more than once\n",
                seen.shown, seen.passedOver, seen.repeated);
+  if (seen.displayLosses != 0 || seen.unseen != 0) {
+    std::fprintf(out, "display       lost %u times, %llu frames were not seen\n", seen.displayLosses,
+                 seen.unseen);
+  }
+  if (seen.soundLosses != 0 || seen.droppedSound != 0) {
+    std::fprintf(out, "sound system  lost %u times, %llu samples were not heard\n", seen.soundLosses,
+                 seen.droppedSound);
+  }
   if (!seen.medianOffsetMs || !seen.worstOffsetMs) return;
   std::fprintf(out,
                "sound         %+.1f ms against the picture (median), %+.1f ms at worst; %llu frames of "

@@ -13,13 +13,26 @@ namespace rkplay {
 // How a list went. Damaged: whole, but with frames that could not be read.
 enum class ListOutcome { NotPlayed, Played, Damaged, Taken, Stopped, Failed };
 
+// Frames of one clip that stood in for others, for one reason.
+struct ClipFault {
+  std::string clip;
+  std::string reason;
+  ULONGLONG firstFrame;  // on air, counted over the whole programme
+  ULONGLONG frames;
+};
+
 struct ListResult {
   std::string clip;
+  int frameRate = 0;
   ListOutcome outcome = ListOutcome::NotPlayed;
   std::optional<ULONGLONG> announcedFrames;  // nothing for an endless list
   ULONGLONG deliveredFrames = 0;
   std::optional<double> firstSampleWaitMs;
-  ULONGLONG readErrors = 0;  // frames on air that stand in for one that could not be read
+  std::vector<ClipFault> faults;
+
+  // Frames on air that stood in for one that could not be read.
+  ULONGLONG ReadErrors() const;
+  std::string Describe(const ClipFault& fault) const;
 };
 
 // What a run came to.

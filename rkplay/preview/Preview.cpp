@@ -7,7 +7,8 @@
 #include "base/CRkUnknown.h"
 #include "module/RkClipPlay.h"
 #include "rkplay/cli/FrameRate.h"
-#include "rkplay/cli/UsageError.h"
+#include "rkplay/cli/Messages.h"
+#include "rkplay/clips/FrameFault.h"
 #include "rkplay/clips/PlayBufferPool.h"
 
 namespace rkplay {
@@ -33,26 +34,22 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
     for (const FrameRange& range : ranges) m_ranges.push_back({range, 0});
   }
 
-  void BeginRun() {
-    m_state = State::Plays;
-    CRkScopedLock lock(m_lock);
-    m_reports = _Reports();
-  }
+  void BeginRun() { m_state = State::Plays; }
   void EndRun() { m_state = State::Stands; }
   bool RunEnded() const { return m_state == State::Ended; }
-  bool Failed() const { return m_failed; }
 
   void OnPlayStart() override {}
   void OnPlaySample(IRkAVPlaySample* sample) override {
     const UINT position = sample->GetPosition();
     if (m_state != State::Plays) return m_monitor.ShowStill(*sample, _Caption(position, "paused"));
-    if (!m_monitor.Put(*sample, _Caption(position, "playing"))) m_failed = true;
+    const auto fault = FrameFault::Of(*sample);
+    m_monitor.Put(*sample, {0, position}, _Caption(position, "playing"));
     CRkScopedLock lock(m_lock);
     for (auto& [range, delivered] : m_ranges) {
       if (position >= range.in && position < range.out) ++delivered;
     }
-    // The player reads each frame just before it hands it over, in the ranges' own count.
-    if (std::exchange(m_reports, _Reports()) != m_reports) ++m_unread;
+    if (!fault) return;
+    if (m_unread++ == 0) m_firstReason = fault->reason;
   }
   void OnPlayEnd() override {
     State playing = State::Plays;
@@ -63,19 +60,17 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
     CRkScopedLock lock(m_lock);
     return m_ranges;
   }
-  ULONGLONG Unread() const {
+  // One line; empty when every frame was the one that belongs there.
+  std::string Unread() const {
     CRkScopedLock lock(m_lock);
-    return m_unread;
+    if (m_unread == 0) return "";
+    return m_clip.title + ": " + m_firstReason + " (" + std::to_string(m_unread) +
+           " frames went out as the last good picture or black)";
   }
 
  private:
   enum class State { Stands, Plays, Ended };
 
-  ULONGLONG _Reports() const {
-    ULONGLONG reports = 0;
-    for (const auto& file : m_clip.files) reports += file.errors->Reports();
-    return reports;
-  }
   std::string _Caption(UINT position, const char* state) const {
     return m_clip.title + "  " + Timecode(m_frameRate, position) + "  " + state;
   }
@@ -84,11 +79,10 @@ class Preview::Sink final : public CRkUnknown<IRkClipOutputCallback> {
   const ClipList& m_clip;
   const int m_frameRate;
   std::atomic<State> m_state = State::Stands;
-  std::atomic<bool> m_failed = false;
   mutable CRkCriticalSection m_lock;
   std::vector<PreviewResult::RangeResult> m_ranges RK_GUARDED_BY(m_lock);
-  ULONGLONG m_reports RK_GUARDED_BY(m_lock) = 0;  // before the frame that comes next
   ULONGLONG m_unread RK_GUARDED_BY(m_lock) = 0;
+  std::string m_firstReason RK_GUARDED_BY(m_lock);
 };
 
 Preview::Preview(Programme& programme, const PreviewOptions& options, KeyQueue& keys,
@@ -98,7 +92,7 @@ Preview::Preview(Programme& programme, const PreviewOptions& options, KeyQueue& 
       m_keys(keys),
       m_stopSignals(stopSignals),
       m_monitor(monitor),
-      m_progress(programme.format.video.frameRate, 0),
+      m_progress(programme.format.video.frameRate, programme.lists),
       m_loops(options.loops) {
   const std::vector<FrameRange> whole = {{0, _Clip().frameCount}};
   m_sink = CRkRef<Sink>::Adopt(new Sink(monitor, _Clip(), programme.format.video.frameRate,
@@ -128,10 +122,10 @@ void Preview::_SetRanges() {
 
 PreviewResult Preview::Run() {
   PreviewResult result;
-  m_progress.ListBegins(0, _Clip());
+  m_progress.ListBegins(0);
   _PlayFrom(m_options.startFrame);
   ULONGLONG told = 0;
-  while (m_stopSignals.Asked() == 0 && !m_sink->RunEnded() && !m_sink->Failed() && _ObeyKeys()) {
+  while (m_stopSignals.Asked() == 0 && !m_sink->RunEnded() && _ObeyKeys()) {
     m_keys.Wait(kKeyPollMs);
     _TellProgress(told);
   }
@@ -142,7 +136,6 @@ PreviewResult Preview::Run() {
   result.ranges = m_sink->Ranges();
   result.seen = m_monitor.Seen();
   result.stopSignal = m_stopSignals.Asked();
-  if (m_sink->Failed()) result.errors.emplace_back("the monitor took no more frames");
   _Judge(result, endedByItself && !m_wasMoved && !m_options.loops);
   return result;
 }
@@ -151,22 +144,24 @@ void Preview::_TellProgress(ULONGLONG& told) {
   if (m_isHeld) return;
   ULONGLONG delivered = 0;
   for (const auto& range : m_sink->Ranges()) delivered += range.deliveredFrames;
-  if (m_progress.IsDue()) m_progress.Note(ShortNote(m_monitor.Seen()));
-  m_progress.FramesDelivered(delivered - told, m_player->GetPosition());
+  UINT position = m_player->GetPosition();
+  if (m_progress.IsDue()) {
+    m_progress.Note(ShortNote(m_monitor.Seen()));
+    if (const auto shown = m_monitor.Shown()) position = shown->position;
+  }
+  for (const std::string& news : m_monitor.News()) m_progress.Say(news);
+  m_progress.FramesDelivered(delivered - told, 0, position);
   told = delivered;
 }
 
 // isWhole: every frame from the start on should have been delivered, once.
 void Preview::_Judge(PreviewResult& result, bool isWhole) const {
-  if (const ULONGLONG unread = m_sink->Unread(); unread != 0) {
-    result.errors.push_back(_Clip().title + ": " + _Clip().files.front().errors->FirstReason() + " (" +
-                            std::to_string(unread) +
-                            " frames went out as the last good picture with silence)");
-  }
+  if (const std::string unread = m_sink->Unread(); !unread.empty()) result.errors.push_back(unread);
   if (!isWhole) return;
   const bool startsBehind = m_options.startFrame >= result.ranges.back().range.out;
   for (const auto& [range, delivered] : result.ranges) {
-    const UINT in = startsBehind ? range.in : std::clamp(m_options.startFrame, range.in, range.out);
+    const ULONGLONG in =
+        startsBehind ? range.in : std::clamp<ULONGLONG>(m_options.startFrame, range.in, range.out);
     if (delivered == range.out - in) continue;
     result.errors.push_back(_Clip().title + ": of range " + std::to_string(range.in) + "-" +
                             std::to_string(range.out) + " only " + std::to_string(delivered) + " of " +
@@ -175,29 +170,20 @@ void Preview::_Judge(PreviewResult& result, bool isWhole) const {
 }
 
 bool Preview::_ObeyKeys() {
-  UINT position = m_player->GetPosition();
-  bool moves = false;
-  bool held = m_isHeld;
-  while (const auto key = m_keys.Take()) {
-    const auto moved = MovedBy(*key, position, _Clip().frameCount, m_programme.format.video.frameRate);
-    if (moved) position = *moved;
-    moves = moves || moved;
-    held = held || HoldsOnFrame(*key);
-    if (*key == Key::Pause) held = !held;
-    if (*key == Key::Help) m_progress.Say(kPreviewKeysHelp);
-    if (*key == Key::Quit) return false;
-    if (*key != Key::Repeat) continue;
+  const KeyWish wish = TakeWish(m_keys, m_player->GetPosition(), m_isHeld, _Clip().frameCount,
+                                m_programme.format.video.frameRate);
+  if (wish.wantsHelp) m_progress.Say(kPreviewKeysHelp);
+  if (wish.quits) return false;
+  m_wasMoved = m_wasMoved || wish.moves || wish.togglesRepeat;
+  if (wish.togglesRepeat) {
     m_loops = !m_loops;
-    m_wasMoved = true;
     m_progress.Say(m_loops ? "repeats" : "plays to its end");
-    if (!held && !moves && !m_isHeld && !_GoOn(position, false)) return false;
   }
-  m_wasMoved = m_wasMoved || moves;
-  if (held && (moves || !m_isHeld)) {
-    m_hasMoved = moves || (m_isHeld && m_hasMoved);
-    _Hold(position);
-  } else if (!held && (moves || m_isHeld)) {
-    return _GoOn(position, moves || m_hasMoved);
+  if (wish.isPaused && (wish.moves || !m_isHeld)) {
+    m_hasMoved = wish.moves || (m_isHeld && m_hasMoved);
+    _Hold(wish.position);
+  } else if (!wish.isPaused && (wish.moves || m_isHeld || wish.togglesRepeat)) {
+    return _GoOn(wish.position, wish.moves || m_hasMoved);
   }
   return true;
 }
@@ -207,7 +193,7 @@ bool Preview::_ObeyKeys() {
 bool Preview::_GoOn(UINT position, bool moves) {
   _StopPlaying();
   const UINT next = moves ? position : m_player->GetPosition() + 1;
-  const UINT end = m_options.ranges.empty() ? _Clip().frameCount : m_options.ranges.back().out;
+  const ULONGLONG end = m_options.ranges.empty() ? _Clip().frameCount : m_options.ranges.back().out;
   m_isOver = next >= end && !m_loops && !moves;
   if (m_isOver) return false;
   _PlayFrom(next >= end ? 0 : next);
@@ -223,7 +209,7 @@ void Preview::_Hold(UINT position) {
   _StopPlaying();
   m_monitor.Pause();
   m_isHeld = true;
-  if (m_player->Seek(position)) return m_progress.Paused(position);
+  if (m_player->Seek(position)) return m_progress.Paused(0, position);
   m_progress.Say("frame " + std::to_string(position) + " cannot be shown");
 }
 

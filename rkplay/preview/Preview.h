@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "base/CRkRef.h"
-#include "rkplay/cli/ClipArgument.h"
 #include "rkplay/cli/StopSignals.h"
+#include "rkplay/cli/Values.h"
 #include "rkplay/clips/ClipLoader.h"
 #include "rkplay/monitor/Keys.h"
 #include "rkplay/monitor/Monitor.h"
@@ -71,10 +71,10 @@ class Preview {
   CRkRef<Sink> m_sink;
   CRkRef<IRkClipSourcePlayer> m_player;
   bool m_loops;
-  bool m_isOver = false;  // let go behind the last frame
+  bool m_isOver = false;  // went on behind the last frame
   bool m_isHeld = false;
   bool m_hasMoved = false;  // since it is held
-  bool m_wasMoved = false;  // by keys, so that the number of frames says nothing any more
+  bool m_wasMoved = false;  // by keys, so that the number of frames says nothing any longer
 };
 
 }  // namespace rkplay

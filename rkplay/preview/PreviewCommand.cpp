@@ -1,13 +1,11 @@
-#include "rkplay/preview/PreviewCommand.h"
-
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <optional>
 
+#include "rkplay/cli/CommandLine.h"
+#include "rkplay/cli/Commands.h"
+#include "rkplay/cli/Messages.h"
 #include "rkplay/cli/MonitorOptions.h"
-#include "rkplay/cli/Number.h"
-#include "rkplay/cli/PrintError.h"
-#include "rkplay/cli/UsageError.h"
 #include "rkplay/files/FrameOutput.h"
 #include "rkplay/monitor/TerminalKeys.h"
 #include "rkplay/play/Statistics.h"
@@ -18,7 +16,7 @@ namespace {
 
 constexpr char kFooter[] = R"(The rule is a window where there is a display, else virtual.
 
-CLIP is one media file, or pattern:[FRAMES]. Positions count its frames from 0.
+CLIP is one media file, or pattern:[FRAMES]. Frames are numbers counted from 0, or timecodes HH:MM:SS:FF.
 
 Keys, in the window and on a terminal: space pauses and goes on, left and right hold on single frames, page
 up and down move by a second, home and end to the first and last frame, r repeats, q ends, ? shows them.
@@ -34,40 +32,47 @@ Examples:
   rkplay preview interview.mp4 --trim 10-60 --trim 200-250 --loop
 )";
 
-// A range before it is known whether the clip has it.
-FrameRange ParseTrim(const std::string& text) {
-  constexpr UINT kMost = kRkNoPosition - 1;
-  const size_t dash = std::min(text.find('-'), text.size());
-  const std::string_view all = text;
-  const auto in = ParseNumber<UINT>(all.substr(0, dash), 0, kMost);
-  const auto out = ParseNumber<UINT>(all.substr(std::min(dash + 1, all.size())), 0, kMost);
-  if (!in || !out) throw UsageError("--trim: '" + text + "' is not a range IN-OUT of frames");
-  return {*in, *out};
+std::vector<RangeName> ParseTrims(const std::vector<std::string>& texts) {
+  std::vector<RangeName> ranges;
+  for (const std::string& text : texts) {
+    const auto range = RangeName::Parse(text);
+    if (!range) throw UsageError("--trim: '" + text + "' is not a range IN-OUT of frames");
+    ranges.push_back(*range);
+  }
+  return ranges;
 }
 
-void CheckRanges(const std::vector<FrameRange>& ranges, UINT frameCount) {
-  UINT end = 0;
-  for (const FrameRange& range : ranges) {
-    const auto refuse = [&range](const std::string& reason) {
-      throw UsageError("--trim: " + std::to_string(range.in) + "-" + std::to_string(range.out) + " " +
-                       reason);
+// Ascending, within the clip.
+std::vector<FrameRange> CheckRanges(const std::vector<RangeName>& names, const Programme& programme) {
+  const UINT frameCount = programme.lists.front().frameCount;
+  std::vector<FrameRange> ranges;
+  ULONGLONG end = 0;
+  for (const RangeName& name : names) {
+    const FrameRange range = name.At(programme.format.video.frameRate, "--trim");
+    const auto refuse = [&name](const std::string& reason) {
+      throw UsageError("--trim: " + name.Text() + " " + reason);
     };
-    if (range.in >= range.out) refuse("holds no frame: OUT must be greater than IN");
     if (range.out > frameCount) refuse("ends past the last of " + std::to_string(frameCount) + " frames");
     if (range.in < end) refuse("begins before the end of the range that comes before it");
     end = range.out;
+    ranges.push_back(range);
   }
+  return ranges;
 }
 
-UINT ParseStart(const std::string& text) {
-  if (const auto start = ParseNumber<UINT>(text, 0, kRkNoPosition - 1)) return *start;
-  throw UsageError("--start: '" + text + "' is not a frame number");
+UINT CheckStart(const std::string& text, const Programme& programme) {
+  const UINT frameCount = programme.lists.front().frameCount;
+  const auto name = FrameName::Parse(text);
+  if (!name) throw UsageError("--start: '" + text + "' is neither a frame number nor a timecode");
+  const ULONGLONG start = name->At(programme.format.video.frameRate, "--start");
+  if (start < frameCount) return static_cast<UINT>(start);
+  throw UsageError("--start: " + text + " is past the last of " + std::to_string(frameCount) + " frames");
 }
 
 void PrintResult(const PreviewResult& result) {
   std::printf("\n");
   for (const auto& [range, delivered] : result.ranges) {
-    std::printf("range %u-%u  %llu frames delivered, %u in the range\n", range.in, range.out, delivered,
+    std::printf("range %llu-%llu  %llu frames delivered, %llu in the range\n", range.in, range.out, delivered,
                 range.out - range.in);
   }
   PrintSeen(result.seen, stdout);
@@ -109,30 +114,18 @@ int RunPreview(int argumentCount, char** arguments) {
       ->type_name("FRAME");
   bool keys = false;
   app.add_flag("--keys", keys, "Read keys from the standard input, also where that is no terminal");
-  app.add_flag("--loop", options.loops, "From the end on to the beginning");
+  app.add_flag("--loop", options.loops, "Play it again from the beginning each time it ends");
   const MonitorArguments monitor(app);
-  try {
-    app.parse(argumentCount, arguments);
-  } catch (const CLI::Success& request) {
-    return app.exit(request);
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
-  }
-  for (const std::string& trim : trims) options.ranges.push_back(ParseTrim(trim));
-  options.startFrame = ParseStart(start);
+  if (!ParseCommandLine(app, argumentCount, arguments)) return 0;
+  const std::vector<RangeName> ranges = ParseTrims(trims);
   const auto monitorOptions = monitor.Chosen(Window::HasDisplay() ? "window" : "virtual");
   if (!monitorOptions) throw UsageError("--monitor: a preview needs one");
 
   Programme programme =
       LoadClip(clip, {}, "a preview is of one clip, whole (--trim and --loop choose from it)");
-  const UINT frameCount = programme.lists.front().frameCount;
-  CheckRanges(options.ranges, frameCount);
-  if (options.startFrame >= frameCount) {
-    throw UsageError("--start: " + start + " is past the last of " + std::to_string(frameCount) + " frames");
-  }
-  Options outputs;
-  outputs.monitor = monitorOptions;
-  RefuseOverwriting(outputs, programme.inputPaths);
+  options.ranges = CheckRanges(ranges, programme);
+  options.startFrame = CheckStart(start, programme);
+  RefuseOverwriting({monitorOptions->soundPath}, programme.inputPaths);
   return Play(programme, options, *monitorOptions, keys);
 }
 

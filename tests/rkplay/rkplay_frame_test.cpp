@@ -66,7 +66,7 @@ TEST_F(RkplayFrame, a_frame_that_cannot_be_had_fails_alone) {
   EXPECT_EQ(result.output, "frame 3  still-3.png\nframe 0  still-0.png\n");
   EXPECT_EQ(result.errors,
             "rkplay: cut.mp4: there is no frame 100: it has 100, counted from 0\n"
-            "rkplay: cut.mp4: frame 99 cannot be read (first fault met in the file: unexpected end of file)\n"
+            "rkplay: cut.mp4: frame 99 cannot be read: unexpected end of file\n"
             "rkplay: still-2.png: cannot be written: it is no regular file\n"
             "rkplay: cut.mp4: there is no frame 99999999999: it has 100, counted from 0\n");
   EXPECT_EQ(FileCount(), 5) << "the clips, still-0, still-2 and still-3";
@@ -89,9 +89,10 @@ TEST_F(RkplayFrame, what_makes_no_sense_is_refused_before_anything_is_written) {
   }
   Ffmpeg("-f lavfi -i sine -t 1", "sound.wav");
   ExpectRefused({"frame", "sound.wav", "1", "--png", "a.png"}, "sound.wav: has no pictures");
-  MakeClip("clip-3.mov", "25", "0.4", kIntra);
-  ExpectRefused({"frame", "clip-3.mov", "1", "3", "--png", "clip.mov"},
-                "clip-3.mov: is played and cannot be written");
+  std::filesystem::copy_file(Path("sound.wav"), Path("clip-3.png"));
+  ExpectRefused({"frame", "clip-3.png", "1", "3", "--png", "clip.png"},
+                "clip-3.png: is played and cannot be written");
+  ExpectRefused({"frame", "pattern:5", "1", "--png", "clip.mov"}, "would be no mov file");
   EXPECT_EQ(FileCount(), 2) << "the clips";
 }
 

@@ -67,7 +67,7 @@ TEST_F(RkplayJoin, a_truncated_file_keeps_its_length_and_is_reported) {
   WriteFile("cut.mov", whole.substr(0, whole.size() * 6 / 10));
   const Result result = Rkplay({"cut.mov", "pattern:5", "--video", "out.y4m", "--stats", "stats.json"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.errors.find("cut.mov: "), std::string::npos) << result.errors;
+  EXPECT_NE(result.errors.find("cut.mov at 00:00:02:"), std::string::npos) << result.errors;
   EXPECT_EQ(Outcomes(), Words({"damaged", "played"}));
   const auto stats = Stats();
   EXPECT_GT(stats["lists"][0]["readErrors"], 10);
@@ -76,18 +76,35 @@ TEST_F(RkplayJoin, a_truncated_file_keeps_its_length_and_is_reported) {
   EXPECT_EQ(Pictures("out.y4m", kPictureBytes).size(), 105 * kPictureBytes);
 }
 
-// The third list is cued only when the second goes on air.
-TEST_F(RkplayJoin, a_file_that_vanishes_before_its_turn_costs_its_list_and_no_other) {
+// The clip is cued only when the list before it goes on air, and a list of its own fares as a line of
+// another.
+TEST_F(RkplayJoin, a_file_that_vanishes_keeps_its_slot_and_costs_nothing_else) {
   MakeClip("gone.mov", "25", "0.4", kLongGop);
-  Process process(Command({"pattern:5", "pattern:5", "gone.mov", "pattern:7", "--manual", "--size", "100x62",
+  WriteFile("show.m3u", "pattern:4\ngone.mov\npattern:6\n");
+  Process process(Command({"pattern:5", "pattern:5", "show.m3u", "pattern:7", "--manual", "--size", "100x62",
                            "--stats", "stats.json"}));
   ASSERT_TRUE(process.WaitForOutput("list 1/4  has ended"));
   std::filesystem::remove(Path("gone.mov"));
-  process.Type("\n\n");
+  process.Type("\n\n\n");
   EXPECT_EQ(process.Wait(), 1);
-  EXPECT_EQ(process.Errors(), "rkplay: list 3: gone.mov: No such file or directory, the list is left\n");
-  EXPECT_EQ(Outcomes(), Words({"played", "played", "failed", "played"}));
-  EXPECT_EQ(Stats()["deliveredFrames"], 17);
+  EXPECT_EQ(process.Errors(),
+            "rkplay: list 3: gone.mov at 00:00:00:14: No such file or directory (10 frames went out as the "
+            "last good picture or black)\n");
+  EXPECT_EQ(Outcomes(), Words({"played", "played", "damaged", "played"}));
+  EXPECT_EQ(Stats()["deliveredFrames"], 5 + 5 + 20 + 7);
+  EXPECT_EQ(Stats()["lists"][2]["faults"][0]["frames"], 10);
+}
+
+TEST_F(RkplayJoin, lines_of_a_playlist_take_ranges_repeats_and_urls) {
+  MakeClip("a.mov", "25", "1.2", kLongGop);
+  const std::string pictures = ReferencePictures({"a.mov"});
+  std::filesystem::rename(Path("a.mov"), Path("a b.mov"));
+  WriteFile("show.m3u", "a b.mov@3-00:00:00:05*2\nfile://" + Path("a%20b.mov") + "@29-30\n");
+  EXPECT_EQ(Rkplay({"show.m3u@1-5", "--video", "out.y4m"}).status, 0);
+  const auto frame = [&pictures](size_t number) {
+    return pictures.substr(number * kPictureBytes, kPictureBytes);
+  };
+  EXPECT_TRUE(Pictures("out.y4m", kPictureBytes) == frame(4) + frame(3) + frame(4) + frame(29));
 }
 
 }  // namespace

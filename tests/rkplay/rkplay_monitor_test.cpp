@@ -1,15 +1,12 @@
-#include <chrono>
-#include <thread>
-
 #include "tests/rkplay/RkplayTest.h"
 
 namespace {
 
 class RkplayMonitor : public RkplayTest {
  protected:
-  // What is heard equals what goes out. On a machine so busy that sound or pictures are late, something is
-  // missing, and counted: once more then.
-  void ExpectHeard(const Words& clips, const char* missing) const {
+  // What is heard equals what goes out, wherever the counters report nothing late: on a busy machine they
+  // may, and the run says nothing.
+  void ExpectHeard(const Words& clips) const {
     Words command = clips;
     command.insert(command.end(), {"--audio", "reference.wav"});
     ASSERT_EQ(Rkplay(command).status, 0);
@@ -18,36 +15,38 @@ class RkplayMonitor : public RkplayTest {
     for (int attempt = 0; attempt < 10; ++attempt) {
       const Result result = Rkplay(command);
       ASSERT_EQ(result.status, 0) << result.errors;
-      if (ReadFile("heard.wav") == ReadFile("reference.wav") && Stats()["monitor"][missing] == 0) return;
+      const auto seen = Stats()["monitor"];
+      if (seen["silenceFrames"] != 0 || seen["passedOver"] != 0 || seen["droppedSoundSamples"] != 0) continue;
+      EXPECT_TRUE(ReadFile("heard.wav") == ReadFile("reference.wav")) << clips.front();
+      return;
     }
-    ADD_FAILURE() << clips.front() << " was never heard as it went out";
+    ADD_FAILURE() << clips.front() << " was late in every run";
   }
 };
 
 TEST_F(RkplayMonitor, what_is_heard_equals_what_goes_out_over_a_change_of_list_and_however_short) {
   MakeClip("a.mov", "25", "0.8", "-c:v mpeg4 -c:a pcm_s16le -ac 2");
   MakeClip("b.mov", "25", "0.6", "-c:v mpeg4 -c:a pcm_s16le -ac 2");
-  ExpectHeard({"a.mov", "b.mov*2"}, "silenceFrames");
+  ExpectHeard({"a.mov", "b.mov*2"});
   const auto seen = Stats()["monitor"];
   EXPECT_EQ(seen["shown"].get<int>() + seen["passedOver"].get<int>(), 20 + 15 + 15);
   EXPECT_TRUE(seen["medianOffsetMs"].is_number());
   // Shorter than the device wants to begin.
-  for (const char* clip : {"pattern:1", "pattern:3"}) ExpectHeard({clip}, "passedOver");
+  for (const char* clip : {"pattern:1", "pattern:3"}) ExpectHeard({clip});
 }
 
 TEST_F(RkplayMonitor, a_wait_for_the_next_list_leaves_sound_and_picture_in_step) {
   for (const char* sound : {"virtual", "none"}) {
     Process process(Command({"pattern:20", "pattern:20", "--manual", "--monitor=virtual", "--sound", sound,
                              "--size", "64x36", "--stats", "stats.json"}));
-    ASSERT_TRUE(process.WaitForOutput("has ended"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(800));  // a viewer who takes a while
+    ASSERT_TRUE(process.WaitForOutput("has ended"));  // and the last picture stands
     process.Type("\n");
     EXPECT_EQ(process.Wait(), 0);
     const auto seen = Stats()["monitor"];
     EXPECT_EQ(seen["shown"].get<int>() + seen["passedOver"].get<int>(), 40);
-    // In step, but for what a busy machine costs: before, most of the second list was passed over.
+    // In step, but for what a busy machine costs.
     EXPECT_LT(seen["passedOver"], 15);
-    EXPECT_EQ(seen["silenceFrames"].get<int>() / 15, 0);
+    EXPECT_LT(seen["silenceFrames"], 15);
   }
 }
 
@@ -88,6 +87,11 @@ TEST_F(RkplayMonitor, a_window_shows_every_kind_of_picture) {
 TEST_F(RkplayMonitor, what_cannot_be_watched_or_heard_is_refused) {
   for (const char* display : {"DISPLAY", "WAYLAND_DISPLAY", "SDL_VIDEODRIVER"}) unsetenv(display);
   ExpectRefused({"pattern:5", "--monitor"}, "there is no display");
+  setenv("DISPLAY", ":7531", 1);  // nobody serves it
+  const Result dead = Rkplay({"pattern:5", "--monitor"});
+  EXPECT_EQ(dead.status, 2);
+  EXPECT_NE(dead.errors.find("no window can be opened"), std::string::npos) << dead.errors;
+  unsetenv("DISPLAY");
   ExpectRefused({"pattern:5", "--monitor=cinema"}, "'cinema' is not window");
   ExpectRefused({"pattern:5", "--sound", "virtual"}, "there is no monitor");
   ExpectRefused({"pattern:5", "--monitor=virtual", "--sound", "loud"}, "'loud' is not system");

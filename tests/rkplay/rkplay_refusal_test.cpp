@@ -6,7 +6,11 @@ using RkplayRefusal = RkplayTest;
 
 TEST_F(RkplayRefusal, arguments_that_make_no_sense_are_refused_in_one_line) {
   ExpectRefused({}, "CLIP");
+  ExpectRefused({"--nonsense"}, "--nonsense: there is no such option");
   ExpectRefused({"--nonsense", "pattern:5"}, "--nonsense");
+  ExpectRefused({"\x1b[2J\xc2\x9b\n.mov"}, "?[2J??.mov: No such file");
+  ExpectRefused({"--fit", "big", "pattern:5"}, "--fit: 'big' is none of bars, fill, stretch");
+  ExpectRefused({"--video", "out.mp4", "pattern:5"}, "out.mp4 would be no mp4 file");
   ExpectRefused({"pattern:5", "--size"}, "--size");
   for (const char* size : {"640", "640x", "x360", "0x360", "640x-1", "99999999999x1", "640x360x2"}) {
     ExpectRefused({"--size", size, "pattern:5"}, "--size: '" + std::string(size) + "'");
@@ -44,7 +48,8 @@ TEST_F(RkplayRefusal, files_that_cannot_or_must_not_be_written_are_refused) {
     ExpectRefused({"pattern:5", option, "gone/file"}, "gone/file: cannot be written");
     ExpectRefused({"pattern:5", option, ""}, std::string(option) + ": no file name");
   }
-  ExpectRefused({"pattern:5", "--video", "same", "--stats", "./same"}, "./same: is to be written twice");
+  ExpectRefused({"pattern:5", "--video", "same", "--stats", "./same"},
+                "./same: two outputs cannot share one file");
   WriteFile("list.m3u", "pattern:5\n");
   ExpectRefused({"list.m3u", "--log", "./list.m3u"}, "./list.m3u: is played and cannot be written");
   EXPECT_EQ(ReadFile("list.m3u"), "pattern:5\n");

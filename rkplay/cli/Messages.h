@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace rkplay {
 
@@ -10,5 +11,11 @@ class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+// The text with a ? for every control character, so that no file name can steer a terminal or break a line.
+std::string Printable(const std::string& text);
+
+// One line on the error output.
+void PrintError(const std::string& line);
 
 }  // namespace rkplay
