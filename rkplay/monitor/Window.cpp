@@ -20,7 +20,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kEventWaitMs = 100;
+constexpr DWORD kKeyPollMs = 10;
 constexpr DWORD kCloseWaitMs = 2000;
 // A display that takes a picture no sooner shows nothing.
 constexpr std::chrono::seconds kLongestDraw(1);
@@ -107,8 +107,6 @@ class Window::Core {
     SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
     SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "0");
     SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
-    SDL_InitSubSystem(SDL_INIT_EVENTS);  // for as long as others wake this thread
-    m_wakeEvent = SDL_RegisterEvents(1);
     const bool goesOn = _Open();
     if (!goesOn) m_failure = SDL_GetError();
     SetEvent(m_started);
@@ -119,7 +117,6 @@ class Window::Core {
       RkWait(m_stop, INFINITE);
     } else {
       _Close();
-      SDL_QuitSubSystem(SDL_INIT_EVENTS);
       SDL_TLSCleanup();  // of this thread, which SDL did not make
     }
     SetEvent(m_ended);
@@ -128,14 +125,10 @@ class Window::Core {
   // Returns at a stop, too.
   void _ShowUntilLost() {
     while (!RkWait(m_stop, 0)) {
-      SDL_Event event;
-      if (SDL_WaitEventTimeout(&event, kEventWaitMs)) {
-        bool mustDraw = false;
-        do {
-          mustDraw = _Obey(event) || mustDraw;
-        } while (SDL_PollEvent(&event));
-        if (!DisplayWatch::IsLost()) _Refresh(mustDraw);
-      }
+      RkWait(m_wake, kKeyPollMs);
+      bool mustDraw = false;
+      for (SDL_Event event; SDL_PollEvent(&event) != 0;) mustDraw = _Obey(event) || mustDraw;
+      if (!DisplayWatch::IsLost()) _Refresh(mustDraw);
       if (DisplayWatch::IsLost()) return;
     }
   }
@@ -194,20 +187,17 @@ class Window::Core {
     if (mustDraw) m_canvas->Draw(m_shown);
   }
 
-  void _Wake() const {
-    SDL_Event event{};
-    event.type = m_wakeEvent;
-    SDL_PushEvent(&event);
-  }
+  // Not by an event of SDL's: that may need the display, which is for the window's thread alone.
+  void _Wake() const { SetEvent(m_wake); }
 
   const SRkVideoResolution m_format;
   KeyQueue& m_keys;
   const CRkHandle m_stop = CRkHandle::ManualResetEvent();
+  const CRkHandle m_wake = CRkHandle::AutoResetEvent();
   const CRkHandle m_started = CRkHandle::ManualResetEvent();
   const CRkHandle m_ended = CRkHandle::ManualResetEvent();
   std::string m_failure;  // fixed before m_started is set
   std::atomic<bool> m_isOpen = false;
-  std::atomic<unsigned> m_wakeEvent = 0;
 
   mutable CRkCriticalSection m_lock;
   PicturePlanes m_newest RK_GUARDED_BY(m_lock);  // none: no picture
