@@ -34,7 +34,7 @@ Clip lists, NAME[@IN-OUT][*N]:
             a line, relative to the playlist's folder, # begins a comment
   @IN-OUT   only the frames from IN up to, but not with, OUT, counted from 0 at the output's frame
             rate; on a playlist over all its clips
-  *N        the list N times; * alone for ever
+  *N        the list N times; * alone without end
 An existing file whose own name has an @ or * in it is that file.
 
 Every clip is opened before anything goes on air, and the next list is always cued while one plays.

@@ -1,19 +1,20 @@
 // rkplay: plays clip lists through an output channel; previews one clip, or writes single frames of it.
 
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string_view>
 
 #include "rkplay/cli/Commands.h"
 #include "rkplay/cli/Messages.h"
+#include "rkplay/monitor/DisplayWatch.h"
 
 namespace {
 
 constexpr int kFailureStatus = 1;
 constexpr int kUsageStatus = 2;
 
-}  // namespace
-
-int main(int argumentCount, char** arguments) {
+int Run(int argumentCount, char** arguments) {
   try {
     const std::string_view command = argumentCount > 1 ? arguments[1] : "";
     if (command == "preview") return rkplay::RunPreview(argumentCount - 1, arguments + 1);
@@ -26,4 +27,16 @@ int main(int argumentCount, char** arguments) {
     rkplay::PrintError(error.what());
     return kFailureStatus;
   }
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+  const int status = Run(argumentCount, arguments);
+  // The thread of a lost display keeps the X library's lock, and exit handlers would wait for that lock.
+  if (rkplay::DisplayWatch::IsConnectionLost()) {
+    std::fflush(nullptr);
+    std::_Exit(status);
+  }
+  return status;
 }
