@@ -1,6 +1,5 @@
 #pragma once
 
-
 #include "contracts/RkClipCore.h"
 
 // Follows a run through a clip's trim ranges, and maps the position of each sample on the trimmed timeline to
