@@ -35,7 +35,8 @@ std::unique_ptr<IRkSoundOutput> MakeOutput(ERkAudioSystem system, HWND window, d
   if (system == RkAudioSystem_System) {
     return Make<CRkRecoveringSoundOutput>([window] { return MakeCard(window); }, kRetryMs);
   }
-  return system == RkAudioSystem_Virtual ? Make<CRkVirtualSoundOutput>(writtenAheadMs) : nullptr;
+  if (system == RkAudioSystem_Virtual) return Make<CRkVirtualSoundOutput>(writtenAheadMs);
+  return nullptr;
 }
 
 }  // namespace
