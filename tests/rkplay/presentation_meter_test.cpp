@@ -38,7 +38,7 @@ TEST(PresentationMeter, offsets_are_taken_round_the_buffer_and_past_silence) {
   Sound(meter, 30);
   meter.PictureShown(0, 3.0, kSpanMs);
   meter.PictureShown(24, 965.0, kSpanMs);
-  meter.PictureShown(25, 990.0, kSpanMs);  // its sound begins where the buffer begins anew
+  meter.PictureShown(25, 990.0, kSpanMs);  // its sound begins where the buffer starts over
   Sound(meter, 2, true);
   Sound(meter, 1);
   meter.PictureShown(30, 285.0, kSpanMs);  // 32 frames of sound came before its own
