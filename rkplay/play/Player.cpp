@@ -130,7 +130,7 @@ bool Player::_DeliverNext() {
   CRkRef<IRkAVPlaySample> sample;
   if (!m_channel->GetSample(kSampleWaitMs, sample.Out())) {
     _RestMonitor();
-    return true;
+    return _SwitchAtEnd();  // a list whose end could not be read ends without a sample
   }
   m_lastSample = Clock::now();
   if (!_HandOn(*sample.Get())) {
