@@ -42,9 +42,7 @@ const char kMonitorHelp[] =
     "                                a .wav file: a card in name only, and what it plays is written\n";
 
 MonitorArguments::MonitorArguments(CLI::App& app) {
-  app.add_flag("--monitor{window}", m_monitor, "window, virtual or none: see below")
-      ->type_name("[=KIND]")
-      ->group("Monitor");
+  app.add_flag("--monitor{window}", m_monitor, "window, virtual or none: see below")->group("Monitor");
   app.add_option("--sound", m_sound, "system, virtual, none or a .wav file: see below")
       ->type_name("KIND")
       ->group("Monitor");

@@ -145,11 +145,21 @@ void AddFileOptions(CLI::App& app, FileOptions& files) {
   add("--stats", files.statsPath, "The closing summary as JSON (.json)");
 }
 
+// Shows the optional value of --monitor as it is typed.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+    return option->check_lname("monitor") ? "--monitor[=KIND]"
+                                          : CLI::Formatter::make_option_name(option, isPositional);
+  }
+};
+
 }  // namespace
 
 std::optional<Options> ParseOptions(int argumentCount, char** arguments) {
   Options options;
   CLI::App app(kDescription, "rkplay");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.get_formatter()->column_width(28);
   app.footer(std::string(kMonitorHelp) + kMonitorRule + kFooter);
   app.set_version_flag("--version", "rkplay " RKPLAY_VERSION);

@@ -162,6 +162,7 @@ class ListBuilder {
 Programme LoadProgramme(const std::vector<std::string>& clips, const FormatOptions& format,
                         DWORD patienceMs) {
   std::vector<Plan> plans;
+  plans.reserve(clips.size());
   for (const std::string& text : clips) plans.push_back(MakePlan(text));
 
   const OutputFormat chosen = ChooseFormat(plans);

@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <string_view>
 #include <vector>
@@ -118,7 +119,7 @@ class SurfaceCanvas final : public Canvas {
     const long long shapeWidth = WidthInSquarePixels(m_format);
     const auto fitWidth = static_cast<int>(std::min<long long>(width, height * shapeWidth / m_format.height));
     const auto fitHeight =
-        static_cast<int>(std::min<long long>(height, width * m_format.height / shapeWidth));
+        static_cast<int>(std::min<long long>(height, 1LL * width * m_format.height / shapeWidth));
     return {(width - fitWidth) / 2, (height - fitHeight) / 2, std::max(fitWidth, 1), std::max(fitHeight, 1)};
   }
 
@@ -142,8 +143,8 @@ class SurfaceCanvas final : public Canvas {
       rows[plane] = planes.Rows(plane);
       strides[plane] = RkPlaneLayout(m_format, plane).stride;
     }
-    constexpr int kPixelBytes = 4;
-    uint8_t* const target[4] = {static_cast<uint8_t*>(surface.pixels) + area.y * surface.pitch +
+    constexpr ptrdiff_t kPixelBytes = 4;
+    uint8_t* const target[4] = {static_cast<uint8_t*>(surface.pixels) + ptrdiff_t{area.y} * surface.pitch +
                                 area.x * kPixelBytes};
     const int targetStride[4] = {surface.pitch};
     return sws_scale(m_scaler.get(), rows, strides, 0, m_format.height, target, targetStride) == area.h;

@@ -33,11 +33,8 @@ bool TerminalKeys::IsTerminal() {
 
 TerminalKeys::TerminalKeys(KeyQueue& keys) : m_keys(keys) {
   termios settings{};
-  if (IsTerminal() && tcgetattr(STDIN_FILENO, &settings) == 0) {
-    m_before = settings;
-    settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    tcsetattr(STDIN_FILENO, TCSANOW, &settings);
-  }
+  if (IsTerminal() && tcgetattr(STDIN_FILENO, &settings) == 0) m_before = settings;
+  _SetTerminal();
   m_thread = std::thread([this] { _Read(); });
 }
 
@@ -48,13 +45,26 @@ TerminalKeys::~TerminalKeys() {
 }
 
 void TerminalKeys::Restore() {
+  CRkScopedLock lock(m_lock);
   if (m_before) tcsetattr(STDIN_FILENO, TCSANOW, &*m_before);
   m_before.reset();
+}
+
+// Changes nothing while the terminal is as it should be, or belongs to another program.
+void TerminalKeys::_SetTerminal() {
+  constexpr auto kLineMode = static_cast<tcflag_t>(ICANON | ECHO);
+  termios settings{};
+  CRkScopedLock lock(m_lock);
+  if (!m_before || !IsTerminal() || tcgetattr(STDIN_FILENO, &settings) != 0) return;
+  if ((settings.c_lflag & kLineMode) == 0) return;
+  settings.c_lflag &= ~kLineMode;
+  tcsetattr(STDIN_FILENO, TCSANOW, &settings);
 }
 
 void TerminalKeys::_Read() {
   pollfd input = {STDIN_FILENO, POLLIN, 0};
   while (!RkWait(m_stop, 0)) {
+    _SetTerminal();
     if (poll(&input, 1, kPollMs) <= 0) continue;
     char letters[64];
     const ssize_t count = read(STDIN_FILENO, letters, sizeof(letters));

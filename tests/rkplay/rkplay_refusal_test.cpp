@@ -47,6 +47,7 @@ TEST_F(RkplayRefusal, files_that_cannot_or_must_not_be_written_are_refused) {
   for (const char* option : {"--video", "--audio", "--log", "--stats"}) {
     ExpectRefused({"pattern:5", option, "gone/file"}, "gone/file: cannot be written");
     ExpectRefused({"pattern:5", option, ""}, std::string(option) + ": no file name");
+    ExpectRefused({"pattern:5", option, "-"}, std::string(option) + ": the standard output");
   }
   ExpectRefused({"pattern:5", "--video", "same", "--stats", "./same"},
                 "./same: two outputs cannot share one file");
