@@ -23,7 +23,7 @@ bool Transport::HoldOn(UINT position, CRkRef<IRkAVPlaySample>& sample) {
 bool Transport::GoOnFrom(UINT position) {
   _BeginSeek();
   CRkRef<IRkAVPlaySample> before;
-  const bool stands = _Read((position + m_frameCount - 1) % m_frameCount, before);
+  const bool stands = _Read(position != 0 ? position - 1 : m_frameCount - 1, before);
   m_channel.EndSeek();
   m_isPaused = false;
   return stands;

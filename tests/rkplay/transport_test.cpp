@@ -73,6 +73,16 @@ TEST_F(TransportTest, goes_on_from_any_frame_whether_held_or_playing) {
   EXPECT_EQ(Take(3), Positions({0, 1, 2}));
 }
 
+TEST_F(TransportTest, goes_on_within_a_list_without_an_end) {
+  CRkRef<IRkClipElement> live;
+  ASSERT_TRUE(RkCreatePatternClipElement(kRkNoPosition, live.Out()));
+  ASSERT_TRUE(m_channel->InsertClipElement(live.Get(), 1, 0));
+  ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
+  m_transport->ListBegins(kRkNoPosition);
+  EXPECT_TRUE(m_transport->GoOnFrom(5));
+  EXPECT_EQ(Take(2), Positions({5, 6}));
+}
+
 TEST_F(TransportTest, looking_at_the_last_frame_ends_no_pass_and_playing_it_does) {
   EXPECT_EQ(Hold(7), 7u);
   EXPECT_EQ(SwitchStatus(), RkSwitchStatus_Playing);
