@@ -109,6 +109,7 @@ bool CRkClipReader::_MoveOn() {
 
 // The list starts over. A pass that a request moved and that gave no frame since is not counted.
 void CRkClipReader::_EndPass() {
+  if (!m_pass.hasFrame) m_freeFrames = 0;
   if (!m_pass.hasEnded && (m_pass.hasFrame || m_pass.isWhole)) _MarkPassEnd(!m_pass.hasFrame);
   m_pass = {.isWhole = true};
   m_isOddPass = !m_isOddPass;
