@@ -7,7 +7,7 @@
 
 #include "rkplay/cli/Commands.h"
 #include "rkplay/cli/Messages.h"
-#include "rkplay/monitor/DisplayWatch.h"
+#include "rkplay/monitor/Window.h"
 
 namespace {
 
@@ -33,8 +33,8 @@ int Run(int argumentCount, char** arguments) {
 
 int main(int argumentCount, char** arguments) {
   const int status = Run(argumentCount, arguments);
-  // The thread of a lost display keeps the X library's lock, and exit handlers would wait for that lock.
-  if (rkplay::DisplayWatch::IsConnectionLost()) {
+  // A window's thread that was left behind keeps the X library's lock, and exit handlers wait for that lock.
+  if (rkplay::Window::HasLeftThread()) {
     std::fflush(nullptr);
     std::_Exit(status);
   }

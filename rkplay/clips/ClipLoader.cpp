@@ -190,12 +190,13 @@ void StartAt(Programme& programme, const FrameName& frame) {
   first.startFrame = static_cast<UINT>(start);
 }
 
-Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise) {
+Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise,
+                   DWORD patienceMs) {
   const ClipArgument clip = ParseClipArgument(text);
   if (clip.kind == ClipKind::Playlist || clip.range || clip.repeatCount != 1) {
     throw UsageError(text + ": " + otherwise);
   }
-  return LoadProgramme({text}, format, kOfflinePatienceMs);
+  return LoadProgramme({text}, format, patienceMs);
 }
 
 }  // namespace rkplay

@@ -30,7 +30,8 @@ Programme LoadProgramme(const std::vector<std::string>& clips, const FormatOptio
 void StartAt(Programme& programme, const FrameName& frame);
 
 // The programme of a single clip: one media file or pattern, whole. `otherwise` is the complaint about any
-// other text.
-Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise);
+// other text; the patience is that of LoadProgramme.
+Programme LoadClip(const std::string& text, const FormatOptions& format, const std::string& otherwise,
+                   DWORD patienceMs);
 
 }  // namespace rkplay

@@ -46,7 +46,8 @@ CRkRef<IRkAudioSample> Silence(const SRkClipFormat& format, UINT position) {
   const auto count = static_cast<DWORD>(
       RkAudioUtils::GetAudioSampleCounts(format.audio.samplesPerSecond, rate, position, 1));
   CRkRef<IRkAudioSample> silence;
-  if (!RkCreateUserAudioSample(format.audio, nullptr, count, silence.Out())) return {};
+  // Room for the sample that a join may repeat.
+  if (!RkCreateUserAudioSample(format.audio, nullptr, count + 1, silence.Out())) return {};
   silence->SetSampleCount(count);
   const CRkAudioLock lock(*silence);
   RkAudioUtils::SilientAudioBuffer(format.audio, lock.Data(), count);

@@ -139,7 +139,7 @@ int RunFrame(int argumentCount, char** arguments) {
   const auto options = ParseArguments(argumentCount, arguments);
   if (!options) return 0;
   const Programme programme =
-      LoadClip(options->clip, options->format, "frames are taken from one clip, whole");
+      LoadClip(options->clip, options->format, "frames are taken from one clip, whole", kOfflinePatienceMs);
   const std::vector<Task> tasks = MakeTasks(*options, programme);
   FrameGrabber grabber(programme);
   int status = 0;

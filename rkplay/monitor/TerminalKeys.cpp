@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string_view>
 #include <utility>
 
@@ -68,6 +69,7 @@ void TerminalKeys::_Read() {
     if (poll(&input, 1, kPollMs) <= 0) continue;
     char letters[64];
     const ssize_t count = read(STDIN_FILENO, letters, sizeof(letters));
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count <= 0) break;
     for (const char letter : std::string_view(letters, static_cast<size_t>(count))) _Translate(letter);
   }

@@ -21,6 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr DWORD kKeyPollMs = 10;
+constexpr DWORD kStartPollMs = 50;
 constexpr DWORD kCloseWaitMs = 2000;
 // A display that takes a picture no sooner shows nothing.
 constexpr std::chrono::seconds kLongestDraw(1);
@@ -32,6 +33,8 @@ constexpr std::pair<SDL_Keycode, Key> kKeys[] = {
     {SDLK_END, Key::Last},           {SDLK_t, Key::Take},
     {SDLK_r, Key::Repeat},           {SDLK_q, Key::Quit},
     {SDLK_RETURN, Key::TakeWhenDue}, {SDLK_KP_ENTER, Key::TakeWhenDue}};
+
+std::atomic<bool> g_hasLeftThread = false;
 
 bool IsSet(const char* variable) {
   const char* const value = std::getenv(variable);
@@ -56,12 +59,14 @@ class Window::Core {
   // False, and the failure says why, when no window can be opened.
   bool Start() {
     m_thread = std::thread([this] { _Run(); });
-    RkWait(m_started, INFINITE);
-    if (m_isOpen) return true;
-    m_thread.join();
-    return false;
+    while (!RkWait(m_started, kStartPollMs)) {
+      if (DisplayWatch::IsConnectionLost()) return false;
+    }
+    return m_isOpen;
   }
-  const std::string& Failure() const { return m_failure; }
+  std::string Failure() const {
+    return DisplayWatch::IsConnectionLost() ? "the display was lost" : m_failure;
+  }
 
   // False when the thread is held and goes on using this object.
   bool Stop() {
@@ -72,6 +77,7 @@ class Window::Core {
       m_thread.join();
     } else {
       m_thread.detach();
+      g_hasLeftThread = true;
     }
     return ended;
   }
@@ -223,14 +229,22 @@ Window::Window(const SRkVideoResolution& format, KeyQueue& keys)
   if (!HasDisplay() && !IsSet("SDL_VIDEODRIVER")) {
     throw UsageError("--monitor: there is no display for a window (--monitor=virtual plays without)");
   }
-  if (!m_core->Start()) {
-    throw UsageError("--monitor: no window can be opened: " + m_core->Failure() +
-                     " (--monitor=virtual plays without)");
-  }
+  if (m_core->Start()) return;
+  const std::string failure = m_core->Failure();
+  _End();
+  throw UsageError("--monitor: no window can be opened: " + failure + " (--monitor=virtual plays without)");
 }
 
 Window::~Window() {
+  _End();
+}
+
+void Window::_End() {
   if (!m_core->Stop()) static_cast<void>(m_core.release());
+}
+
+bool Window::HasLeftThread() {
+  return g_hasLeftThread;
 }
 
 void Window::Show(IRkVideoSample& picture) {

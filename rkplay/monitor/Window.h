@@ -36,7 +36,12 @@ class Window {
   // How often the display was lost.
   unsigned LossCount() const;
 
+  // Whether a window's thread was left behind: exit handlers would then wait for a lock that it holds.
+  static bool HasLeftThread();
+
  private:
+  void _End();
+
   class Core;
 
   std::unique_ptr<Core> m_core;

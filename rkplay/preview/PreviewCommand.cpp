@@ -122,7 +122,8 @@ int RunPreview(int argumentCount, char** arguments) {
   if (!monitorOptions) throw UsageError("--monitor: a preview needs one");
 
   Programme programme =
-      LoadClip(clip, {}, "a preview is of one clip, whole (--trim and --loop choose from it)");
+      LoadClip(clip, {}, "a preview is of one clip, whole (--trim and --loop choose from it)",
+               kOnAirPatienceMs);  // the player waits less for a hanging clip than an offline run does
   options.ranges = CheckRanges(ranges, programme);
   options.startFrame = CheckStart(start, programme);
   RefuseOverwriting({monitorOptions->soundPath}, programme.inputPaths);
