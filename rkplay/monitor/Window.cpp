@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -39,14 +38,6 @@ std::atomic<bool> g_hasLeftThread = false;
 bool IsSet(const char* variable) {
   const char* const value = std::getenv(variable);
   return value != nullptr && *value != '\0';
-}
-
-// Without a display SDL draws where nobody looks, which is meant only when its driver is named.
-bool DrawsIntoNothing() {
-  if (IsSet("SDL_VIDEODRIVER")) return false;
-  const char* const driver = SDL_GetCurrentVideoDriver();
-  const std::string_view name = driver != nullptr ? driver : "";
-  return name.empty() || name == "dummy" || name == "offscreen" || name == "evdev";
 }
 
 }  // namespace
@@ -140,8 +131,9 @@ class Window::Core {
   }
 
   bool _Open() {
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
-    if (DrawsIntoNothing()) {
+    // Without a display SDL would draw where nobody looks, which is meant only when its driver is named.
+    if (!IsSet("SDL_VIDEODRIVER")) SDL_SetHint(SDL_HINT_VIDEODRIVER, "x11,wayland");
+    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
       SDL_SetError("the display cannot be reached");
       return false;
     }
