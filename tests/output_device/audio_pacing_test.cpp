@@ -61,7 +61,7 @@ class audio_pacing : public testing::Test {
   CRkSampleQueue m_queue;
   CRkShownFrame m_shown;
   CRkAudioFrameBuilder m_builder;
-  const SPacingEvents m_events;
+  const SPacingEvents m_events{};
   std::optional<CRkAudioPacing> m_pacing;
 };
 
