@@ -144,8 +144,7 @@ void PrintSeen(const Presentation& seen, std::FILE* out) {
   std::fprintf(out, "shown         %llu frames, %llu passed over late, %llu shown more than once\n",
                seen.shown, seen.passedOver, seen.repeated);
   if (seen.displayLosses != 0 || seen.unseen != 0) {
-    std::fprintf(out, "display       losses: %u, frames not seen: %llu\n", seen.displayLosses,
-                 seen.unseen);
+    std::fprintf(out, "display       losses: %u, frames not seen: %llu\n", seen.displayLosses, seen.unseen);
   }
   if (seen.soundLosses != 0 || seen.droppedSound != 0) {
     std::fprintf(out, "sound system  losses: %u, samples not heard: %llu\n", seen.soundLosses,
