@@ -11,6 +11,8 @@ namespace {
 
 // Decoders that depend on earlier frames deliver exact samples after this much sound.
 constexpr double kPrerollSeconds = 0.5;
+// Opus predicts each frame's energy from the last: half a second leaves a difference that reaches the sample.
+constexpr double kOpusPrerollSeconds = 1.0;
 // Seek targets are moved back step by step; after the last step the sound is decoded from its start.
 constexpr double kStepsBackSeconds[] = {0.0, 2.0, 8.0};
 // Limits the silence that is converted at a time.
@@ -89,9 +91,10 @@ void CRkSoundReader::_Locate(int64_t first) {
   const int rate = m_converter.SourceRate();
   const int64_t target = av_rescale(first, rate, m_format.samplesPerSecond);
   const AVRational timeBase = m_decoder.TimeBase();
+  const bool isOpus = m_decoder.Stream()->codecpar->codec_id == AV_CODEC_ID_OPUS;
+  const double preroll = isOpus ? kOpusPrerollSeconds : kPrerollSeconds;
   for (const double back : kStepsBackSeconds) {
-    const int64_t place =
-        target - m_converter.SourceStep() - static_cast<int64_t>((kPrerollSeconds + back) * rate);
+    const int64_t place = target - m_converter.SourceStep() - static_cast<int64_t>((preroll + back) * rate);
     if (place <= 0) break;
     const int64_t timestamp =
         av_rescale_q(place, {1, rate}, timeBase) + av_rescale_q(m_origin, m_originTimeBase, timeBase);
