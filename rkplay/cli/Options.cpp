@@ -38,8 +38,10 @@ Clip lists, NAME[@IN-OUT][*N]:
 An existing file whose own name has an @ or * in it is that file.
 
 Every clip is opened before anything goes on air, and the next list is always cued while one plays.
-What is not given of the output format comes from the clips: size, frame rate and pixel format from
-the first with a picture, sound from the first with sound.
+What is not given of the output format comes from the clips: size and frame rate from the first with a
+picture, sound from the first with sound. Pictures are 4:2:0 in limited range, whatever the clips are;
+--pixel-format chooses another. Another --size than the first clip's has square pixels; 720x576, 720x480,
+704x576 and 704x480 are 4:3 or 16:9, whichever is nearer to that clip.
 
 With --manual, Enter takes the next list once one has ended, and leaves an endless list at once. After
 the last list there is nothing to take: it ends by itself.
@@ -99,6 +101,14 @@ void AddFormatOptions(CLI::App& app, FormatOptions& format) {
       [&format](const std::string& text) {
         format.frameRate =
             Require(ParseFrameRate(text), "--rate: '" + text + "' is not one of " + FrameRateNames());
+      });
+  add("--pixel-format", "NAME",
+      "yuv420p (the default), yuv422p or yuv444p; in full range yuvj420p, yuvj422p or yuvj444p",
+      [&format](const std::string& text) {
+        const int choice = ParseChoice("--pixel-format", text,
+                                       {"yuv420p", "yuv422p", "yuv444p", "yuvj420p", "yuvj422p", "yuvj444p"});
+        format.pixelFormat = choice % 3;
+        format.colorRange = choice / 3;
       });
   add("--fit", "HOW", "Pictures of another shape: bars (around them), fill (cropped) or stretch",
       [&format](const std::string& text) {

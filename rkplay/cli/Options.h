@@ -14,6 +14,9 @@ namespace rkplay {
 struct FormatOptions {
   std::optional<PictureSize> size;
   std::optional<int> frameRate;  // an ERkFrameRate
+  int pixelFormat = RkPixelFormat_I420;
+  int colorRange = RkColorRange_Limited;
+  bool keepsPixelFormat = false;  // pixel format and range of the clip instead
   std::optional<DWORD> audioRate;
   std::optional<int> audioChannels;
   int fit = RkFit_Bars;                  // an ERkFit

@@ -1,6 +1,5 @@
 #include "rkplay/clips/OutputFormat.h"
 
-#include <limits>
 #include <numeric>
 
 #include "rkplay/cli/FrameRate.h"
@@ -8,19 +7,29 @@
 namespace rkplay {
 namespace {
 
+// The sizes of standard definition television, whose pixels are never square.
+bool IsStandardDefinition(const PictureSize& size) {
+  return (size.width == 704 || size.width == 720) && (size.height == 480 || size.height == 576);
+}
+
+// Width over height of the whole picture.
+double Shape(const SRkVideoResolution& video) {
+  const bool known = video.aspectNumerator > 0 && video.aspectDenominator > 0;
+  const double pixel = known ? static_cast<double>(video.aspectNumerator) / video.aspectDenominator : 1.0;
+  return pixel * video.width / video.height;
+}
+
 void Resize(SRkVideoResolution& video, const PictureSize& size) {
-  long long numerator = static_cast<long long>(video.aspectNumerator) * video.width * size.height;
-  long long denominator = static_cast<long long>(video.aspectDenominator) * video.height * size.width;
+  if (size.width == video.width && size.height == video.height) return;
+  const bool isWide = Shape(video) > 1.54;  // nearer to 16:9 than to 4:3
   video.width = size.width;
   video.height = size.height;
-  const long long common = std::gcd(numerator, denominator);
-  if (common == 0) return;  // the shape is not known and stays so
-  numerator /= common;
-  denominator /= common;
-  const long long largest = std::numeric_limits<int>::max();
-  const bool fits = numerator <= largest && denominator <= largest;
-  video.aspectNumerator = fits ? static_cast<int>(numerator) : 0;
-  video.aspectDenominator = fits ? static_cast<int>(denominator) : 0;
+  video.aspectNumerator = video.aspectDenominator = 1;
+  if (!IsStandardDefinition(size)) return;
+  const int numerator = (isWide ? 16 : 4) * size.height;
+  const int denominator = (isWide ? 9 : 3) * size.width;
+  video.aspectNumerator = numerator / std::gcd(numerator, denominator);
+  video.aspectDenominator = denominator / std::gcd(numerator, denominator);
 }
 
 }  // namespace
@@ -41,6 +50,10 @@ void OutputFormat::Consider(const ClipNature& clip) {
 
 SRkClipFormat OutputFormat::Chosen(const FormatOptions& options) const {
   SRkClipFormat format = m_format;
+  if (!options.keepsPixelFormat) {
+    format.video.pixelFormat = options.pixelFormat;
+    format.video.colorRange = options.colorRange;
+  }
   if (options.size) Resize(format.video, *options.size);
   if (options.frameRate) format.video.frameRate = *options.frameRate;
   const bool wantsAudio = m_hasAudio || options.audioRate || options.audioChannels;

@@ -18,8 +18,9 @@ struct ClipNature {
 SRkClipFormat DefaultFormat();
 
 // Chooses the format that everything is converted to: pictures as in the first clip with a picture,
-// sound as in the first clip with sound (none without such a clip), then what the options say. A change of
-// size keeps the shape of the picture by changing the shape of its pixels.
+// sound as in the first clip with sound (none without such a clip), then what the options say. Pixel format
+// and range never come from a clip, unless the options keep them. Another size than the clip's has square
+// pixels; sizes of standard definition have those that make the whole 4:3 or 16:9, as the clip is.
 class OutputFormat {
  public:
   // True while a further clip could still matter.

@@ -54,6 +54,7 @@ Position ParsePosition(const std::string& text) {
 
 std::optional<FrameOptions> ParseArguments(int argumentCount, char** arguments) {
   FrameOptions options;
+  options.format.keepsPixelFormat = true;  // no conversion between the clip and the PNG's RGB
   std::vector<std::string> positions;
   CLI::App app(kDescription, "rkplay frame");
   app.get_formatter()->column_width(28);

@@ -107,4 +107,28 @@ TEST_F(RkplayJoin, lines_of_a_playlist_take_ranges_repeats_and_urls) {
   EXPECT_TRUE(Pictures("out.y4m", kPictureBytes) == frame(4) + frame(3) + frame(4) + frame(29));
 }
 
+TEST_F(RkplayJoin, the_output_is_420_limited_with_pixels_that_keep_the_shape) {
+  Ffmpeg("-f lavfi -i testsrc2=size=100x62:rate=25 -frames:v 2 -pix_fmt yuvj444p -c:v mjpeg", "full.mov");
+  Ffmpeg("-f lavfi -i testsrc2=size=720x576:rate=25 -frames:v 2 -vf setsar=64/45 -c:v mpeg4", "wide.mov");
+  const struct {
+    Words arguments;
+    const char* header;
+  } cases[] = {
+      {{"full.mov"}, "W100 H62 F25:1 Ip A1:1 C420jpeg XYSCSS=420JPEG XCOLORRANGE=LIMITED\n"},
+      {{"full.mov", "--pixel-format", "yuvj444p"},
+       "W100 H62 F25:1 Ip A1:1 C444 XYSCSS=444 XCOLORRANGE=FULL\n"},
+      {{"full.mov", "--size", "80x80"}, "W80 H80 F25:1 Ip A1:1 C420"},
+      {{"wide.mov"}, "W720 H576 F25:1 Ip A64:45 C420"},
+      {{"wide.mov", "--size", "1024x576"}, "W1024 H576 F25:1 Ip A1:1 C420"},
+      {{"wide.mov", "--size", "720x480"}, "W720 H480 F25:1 Ip A32:27 C420"},
+      {{"full.mov", "--size", "704x576"}, "W704 H576 F25:1 Ip A16:11 C420"},
+  };
+  for (const auto& [arguments, header] : cases) {
+    Words play = arguments;
+    play.insert(play.end(), {"--video", "out.y4m"});
+    EXPECT_EQ(Rkplay(play).status, 0) << header;
+    EXPECT_TRUE(ReadFile("out.y4m").starts_with(std::string("YUV4MPEG2 ") + header)) << header;
+  }
+}
+
 }  // namespace

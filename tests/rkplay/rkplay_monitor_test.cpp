@@ -77,7 +77,7 @@ TEST_F(RkplayMonitor, a_window_shows_every_kind_of_picture) {
   setenv("SDL_VIDEODRIVER", "dummy", 1);
   for (const std::string coding : {"yuv420p", "yuv422p", "yuv444p"}) {
     MakeClip("a.mkv", "25", "0.4", "-an -c:v ffv1 -pix_fmt " + coding);
-    const Result result = Rkplay({"a.mkv", "--monitor", "--stats", "stats.json"});
+    const Result result = Rkplay({"a.mkv", "--pixel-format", coding, "--monitor", "--stats", "stats.json"});
     EXPECT_EQ(result.status, 0) << result.errors;
     const auto seen = Stats()["monitor"];
     EXPECT_EQ(seen["shown"].get<int>() + seen["passedOver"].get<int>(), 10);
