@@ -55,7 +55,7 @@ BOOL CRkClipOutputChannel::GetSample(DWORD timeoutMs, IRkAVPlaySample** sample) 
   CRkScopedLock lock(m_sampleLock);
   CRkFunctionLog banner(kGetSampleBanner);
   if (!_Playing().GetSample(timeoutMs, sample)) return FALSE;
-  m_onAirSound.Deliver(**sample);
+  m_onAirSound.Deliver(sample);
   RkLogTraceLine(RkLogLevel_Debug, kGetSample, __LINE__, (*sample)->GetPosition());
   return TRUE;
 }

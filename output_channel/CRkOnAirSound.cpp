@@ -1,5 +1,6 @@
 #include "output_channel/CRkOnAirSound.h"
 
+#include <algorithm>
 #include <cstring>
 #include <numeric>
 
@@ -35,21 +36,33 @@ bool HasSamples(IRkAudioSample& block, DWORD count, DWORD samplesPerSecond) {
          info.dataLength == count * info.format.blockAlign;
 }
 
-bool HasRoomForOneMore(IRkAudioSample& block) {
-  SRkLockAudioSample lock = {};
-  block.Lock(&lock);
-  block.Unlock();
-  return lock.sampleCount < lock.capacity;
+// The block's first `count` samples, the last one repeated where they do not suffice. Null without memory.
+Block CopyOf(IRkAudioSample& block, DWORD count) {
+  const SRkWaveFormatInfo format = InfoOf(block).format;
+  Block copy;
+  if (!RkCreateUserAudioSample(format, nullptr, count, copy.Out())) return {};
+  copy->SetSampleCount(count);
+  const CRkAudioLock from(block), to(*copy);
+  const size_t bytes = format.blockAlign;
+  const size_t taken = std::min(count, from.SampleCount()) * bytes;
+  std::memcpy(to.Data(), from.Data(), taken);
+  if (taken < count * bytes) std::memcpy(to.Data() + taken, from.Data() + taken - bytes, bytes);
+  return copy;
 }
 
-void RepeatLast(IRkAudioSample& block) {
-  const size_t bytes = InfoOf(block).format.blockAlign;
-  SRkLockAudioSample lock = {};
-  block.Lock(&lock);
-  BYTE* const end = lock.data + lock.sampleCount * bytes;
-  std::memcpy(end, end - bytes, bytes);
-  block.Unlock();
-  block.SetSampleCount(lock.sampleCount + 1);
+// The sample with `count` samples in each of its blocks. Null without memory.
+CRkRef<IRkAVPlaySample> CopyOf(IRkAVPlaySample& sample, DWORD count) {
+  CRkRef<IRkAVPlaySample> copy;
+  if (!RkCreateAVPlaySample(copy.Out())) return {};
+  sample.CopyTo(copy.Get());
+  UINT index = 0;
+  const bool isWhole = ForEachBlock(sample, [&](IRkAudioSample& block) {
+    const Block sound = CopyOf(block, count);
+    if (sound) copy->SetAudioSample(index++, sound.Get());
+    return static_cast<bool>(sound);
+  });
+  if (!isWhole) copy.Reset();
+  return copy;
 }
 
 }  // namespace
@@ -62,10 +75,10 @@ void CRkOnAirSound::SetSamplesPerSecond(DWORD samples) {
   m_setSamplesPerSecond = samples;
 }
 
-void CRkOnAirSound::Deliver(IRkAVPlaySample& sample) {
+void CRkOnAirSound::Deliver(IRkAVPlaySample** sample) {
   _TakeOverRates();
   if (m_denominator == 1) return;
-  const UINT position = sample.GetPosition();
+  const UINT position = (*sample)->GetPosition();
   if (position != m_nextPosition) {
     m_excess +=
         static_cast<LONGLONG>(_PartBefore(position)) - static_cast<LONGLONG>(_PartBefore(m_nextPosition));
@@ -101,22 +114,16 @@ DWORD CRkOnAirSound::_Share(UINT position) const {
   return static_cast<DWORD>((_PartBefore(position) + m_numerator) / denominator);
 }
 
-void CRkOnAirSound::_Correct(IRkAVPlaySample& sample, UINT position) {
+void CRkOnAirSound::_Correct(IRkAVPlaySample** sample, UINT position) {
   const bool drops = m_excess >= m_denominator;
   const DWORD share = _Share(position);
   const bool follows = ForEachBlock(
-      sample, [&](IRkAudioSample& block) { return HasSamples(block, share, m_samplesPerSecond); });
-  if (follows && drops) {
-    ForEachBlock(sample, [&](IRkAudioSample& block) {
-      block.SetSampleCount(share - 1);
-      return true;
-    });
-  } else if (follows) {
-    if (!ForEachBlock(sample, HasRoomForOneMore)) return;
-    ForEachBlock(sample, [](IRkAudioSample& block) {
-      RepeatLast(block);
-      return true;
-    });
+      **sample, [&](IRkAudioSample& block) { return HasSamples(block, share, m_samplesPerSecond); });
+  if (follows) {
+    auto corrected = CopyOf(**sample, drops ? share - 1 : share + 1);
+    if (!corrected) return;
+    (*sample)->Release();
+    *sample = corrected.Detach();
   }
   // Sound of another length, or none, is a break in which a sample more or less makes no difference.
   m_excess += drops ? -m_denominator : m_denominator;

@@ -12,8 +12,9 @@
 // sample: it repeats or drops the last sample of the frame that follows the jump. So the samples delivered
 // are always floor(frames x r) or one more. Where r is whole, no sample is ever touched.
 //
-// Sound that does not follow the share rule is never touched. A block without room for a repeated sample is
-// left alone too; the deviation then waits for the next jump.
+// A sample is corrected in a copy with blocks of its own: an element or a hook may hand out its samples and
+// blocks several times. Sound that does not follow the share rule is never touched. Without memory for the
+// copy the deviation waits for the next jump.
 //
 // Threads: one at a time delivers; any thread sets the rates. The new rates hold from the next delivery on.
 class CRkOnAirSound {
@@ -21,14 +22,15 @@ class CRkOnAirSound {
   void SetFrameRate(int rate);  // an ERkFrameRate
   void SetSamplesPerSecond(DWORD samples);
 
-  // Notes the next sample on air, and corrects the length of its sound by one sample where needed.
-  void Deliver(IRkAVPlaySample& sample);
+  // Notes the next sample on air. Where the length of its sound must change by one sample, replaces it, and
+  // the caller's reference, by a corrected copy.
+  void Deliver(IRkAVPlaySample** sample);
 
  private:
   void _TakeOverRates();
   ULONGLONG _PartBefore(UINT position) const;
   DWORD _Share(UINT position) const;
-  void _Correct(IRkAVPlaySample& sample, UINT position);
+  void _Correct(IRkAVPlaySample** sample, UINT position);
 
   std::atomic<int> m_setFrameRate = -1;
   std::atomic<DWORD> m_setSamplesPerSecond = 0;

@@ -31,7 +31,7 @@ class IRkClipOutputChannel : public IRkUnknown {
 
   // The Playing channel's next sample, its reference for the caller; waits up to timeoutMs. FALSE when
   // none came; then call SwitchChannel, because a list may end without a further sample. Where positions
-  // jump at a 1001 rate, the sound of the sample may be one audio sample longer or shorter than its share.
+  // jump at a 1001 rate, a copy of the sample may come whose sound is one audio sample longer or shorter.
   virtual BOOL GetSample(DWORD timeoutMs, IRkAVPlaySample** sample) = 0;
   // Moves the cued list to the Playing channel if that is empty. FALSE when nothing is loaded at all.
   virtual BOOL Play() = 0;

@@ -2,11 +2,15 @@
 
 #include "output_channel/CRkOnAirSound.h"
 
+#include <map>
+
 #include "base/CRkAudioLock.h"
 #include "tests/output_channel/OutputChannelTest.h"
 #include "tests/support/RkSetting.h"
 
 namespace {
+
+using Block = CRkRef<IRkAudioSample>;
 
 // Samples before a frame, exactly.
 ULONGLONG Before(ULONGLONG frame, DWORD samplesPerSecond, int rate) {
@@ -18,121 +22,166 @@ DWORD Share(UINT position, DWORD samplesPerSecond, int rate) {
                             Before(position, samplesPerSecond, rate));
 }
 
-// One block of mono sound whose samples count up, in a sample at a position.
-struct SSound {
-  SSound(DWORD samplesPerSecond, DWORD capacity) {
+// Mono blocks without spare room whose samples count up, one of each length. Many samples share them.
+class CSharedBlocks {
+ public:
+  explicit CSharedBlocks(DWORD samplesPerSecond) : m_samplesPerSecond(samplesPerSecond) {}
+
+  CRkRef<IRkAVPlaySample> Sample(UINT position, DWORD count) {
+    CRkRef<IRkAVPlaySample> sample;
     RkCreateAVPlaySample(sample.Out());
-    RkCreateUserAudioSample(RkMakeWaveFormat(1, samplesPerSecond, 16), nullptr, capacity, block.Out());
-    CRkAudioLock lock(*block);
-    for (DWORD i = 0; i < capacity; ++i) reinterpret_cast<short*>(lock.Data())[i] = static_cast<short>(i);
-    sample->SetAudioSample(0, block.Get());
-  }
-  void Set(UINT position, DWORD count) {
     sample->SetPosition(position);
+    sample->SetAudioSample(0, Of(count).Get());
+    return sample;
+  }
+  const Block& Of(DWORD count) {
+    Block& block = m_blocks[count];
+    if (block) return block;
+    RkCreateUserAudioSample(RkMakeWaveFormat(1, m_samplesPerSecond, 16), nullptr, count, block.Out());
     block->SetSampleCount(count);
+    const CRkAudioLock lock(*block);
+    for (DWORD i = 0; i < count; ++i) reinterpret_cast<short*>(lock.Data())[i] = static_cast<short>(i);
+    return block;
   }
-  DWORD Count() const { return CRkAudioLock(*block).SampleCount(); }
-  short At(DWORD index) const { return reinterpret_cast<short*>(CRkAudioLock(*block).Data())[index]; }
+  void ExpectUnchanged() const {
+    for (const auto& [count, block] : m_blocks) ExpectCountingUp(*block, count, count);
+  }
+  static void ExpectCountingUp(IRkAudioSample& block, DWORD count, DWORD repeatedFrom) {
+    const CRkAudioLock lock(block);
+    ASSERT_EQ(lock.SampleCount(), count);
+    for (DWORD i = 0; i < count; ++i) {
+      ASSERT_EQ(reinterpret_cast<short*>(lock.Data())[i], static_cast<short>(std::min(i, repeatedFrom - 1)));
+    }
+  }
 
-  CRkRef<IRkAVPlaySample> sample;
-  CRkRef<IRkAudioSample> block;
+ private:
+  const DWORD m_samplesPerSecond;
+  std::map<DWORD, Block> m_blocks;
 };
 
-class OnAirSoundTest : public testing::Test {
- protected:
-  void SetRates(int rate, DWORD samplesPerSecond = 48000) {
-    sound.SetFrameRate(rate);
-    sound.SetSamplesPerSecond(samplesPerSecond);
-  }
-  CRkOnAirSound sound;
-};
+Block SoundOf(IRkAVPlaySample& sample) {
+  Block block;
+  sample.GetAudioSample(0, 0, block.Out());
+  return block;
+}
+DWORD CountOf(IRkAVPlaySample& sample) {
+  return CRkAudioLock(*SoundOf(sample)).SampleCount();
+}
 
-TEST_F(OnAirSoundTest, a_day_of_short_lists_gives_every_sample_but_one) {
+CRkRef<IRkAVPlaySample> Delivered(CRkOnAirSound& sound, CRkRef<IRkAVPlaySample> sample) {
+  IRkAVPlaySample* delivered = sample.Detach();
+  sound.Deliver(&delivered);
+  return CRkRef<IRkAVPlaySample>::Adopt(delivered);
+}
+
+void SetRates(CRkOnAirSound& sound, int rate, DWORD samplesPerSecond = 48000) {
+  sound.SetFrameRate(rate);
+  sound.SetSamplesPerSecond(samplesPerSecond);
+}
+
+TEST(on_air_sound, a_day_of_short_lists_gives_every_sample_but_one) {
   const ULONGLONG frames = Setting("RK_SIMULATED_FRAMES", 200) * 1000ull;
   for (const int rate : {RkFrameRate_23_976, RkFrameRate_29_97, RkFrameRate_59_94}) {
     for (const DWORD samplesPerSecond : {48000u, 44100u}) {
       for (const UINT length : {1u, 5u, 33u, 1000u}) {
-        SetRates(rate, samplesPerSecond);
-        SSound heard(samplesPerSecond, 2100);
+        CRkOnAirSound sound;
+        SetRates(sound, rate, samplesPerSecond);
+        CSharedBlocks blocks(samplesPerSecond);
         ULONGLONG delivered = 0;
-        LONGLONG least = 0, most = 0;
+        LONGLONG least = 0, most = 0, excess = 0;
         for (ULONGLONG frame = 0; frame < frames; ++frame) {
           const UINT position = static_cast<UINT>(frame % length);
-          heard.Set(position, Share(position, samplesPerSecond, rate));
-          sound.Deliver(*heard.sample);
-          delivered += heard.Count();
-          const auto excess = static_cast<LONGLONG>(delivered) -
-                              static_cast<LONGLONG>(Before(frame + 1, samplesPerSecond, rate));
+          const DWORD share = Share(position, samplesPerSecond, rate);
+          delivered += CountOf(*Delivered(sound, blocks.Sample(position, share)));
+          excess = static_cast<LONGLONG>(delivered - Before(frame + 1, samplesPerSecond, rate));
           least = std::min(least, excess);
           most = std::max(most, excess);
         }
-        EXPECT_EQ(least, 0) << length << " frames at rate " << rate << ", " << samplesPerSecond;
-        EXPECT_LE(most, 1) << length << " frames at rate " << rate << ", " << samplesPerSecond;
-        SetRates(RkFrameRate_25);
-        sound.Deliver(*heard.sample);
+        std::printf("%llu lists of %u frames at rate %d, %u Hz: error %lld\n", frames / length, length, rate,
+                    samplesPerSecond, excess);
+        EXPECT_EQ(least, 0);
+        EXPECT_LE(most, 1);
+        blocks.ExpectUnchanged();
       }
     }
   }
 }
 
-TEST_F(OnAirSoundTest, only_the_last_sample_after_a_jump_is_repeated_or_dropped_and_foreign_sound_never) {
-  struct {
-    DWORD room, extra;  // beyond the frame's share
-    bool mayRepeat, mayDrop;
-  } const rows[] = {{1, 0, true, true}, {0, 0, false, true}, {9, 1, false, false}};
-  for (const auto& row : rows) {
+TEST(on_air_sound, only_the_last_sample_after_a_jump_is_repeated_or_dropped_and_foreign_sound_never) {
+  for (const DWORD extra : {0u, 1u}) {               // samples beyond the frame's share
     for (const UINT frame : {0u, 1u, 2u, 3u, 4u}) {  // repeated, frame by frame: each time a jump
-      SetRates(RkFrameRate_29_97);
-      const DWORD share = Share(frame, 48000, RkFrameRate_29_97) + row.extra;
-      SSound heard(48000, share + row.room);
+      CRkOnAirSound sound;
+      SetRates(sound, RkFrameRate_29_97);
+      CSharedBlocks blocks(48000);
+      const DWORD share = Share(frame, 48000, RkFrameRate_29_97) + extra;
       int repeated = 0, dropped = 0;
       for (int i = 0; i < 100; ++i) {
-        heard.Set(frame, share);
-        sound.Deliver(*heard.sample);
-        const DWORD count = heard.Count();
-        repeated += count > share;
-        dropped += count < share;
-        ASSERT_LE(std::max(count, share) - std::min(count, share), 1u);
-        for (DWORD s = 0; s < count; ++s) ASSERT_EQ(heard.At(s), static_cast<short>(std::min(s, share - 1)));
-        if (count > share) heard = SSound(48000, share + row.room);
+        const auto sample = Delivered(sound, blocks.Sample(frame, share));
+        const DWORD count = CountOf(*sample);
+        repeated += count == share + 1;
+        dropped += count == share - 1;
+        CSharedBlocks::ExpectCountingUp(*SoundOf(*sample), count, share);
+        EXPECT_EQ(sample->GetPosition(), frame);
+        EXPECT_EQ(SoundOf(*sample).Get() == blocks.Of(share).Get(), count == share);
       }
-      const bool isLong = share - row.extra > 1601;  // the exact share is 1601.6
-      EXPECT_EQ(repeated > 50, row.mayRepeat && !isLong) << frame;
-      EXPECT_EQ(dropped > 30, row.mayDrop && isLong) << frame;
-      EXPECT_FALSE(repeated > 0 && dropped > 0);
-      SetRates(RkFrameRate_25);
-      sound.Deliver(*heard.sample);
+      const bool isLong = share - extra > 1601;  // the exact share is 1601.6
+      EXPECT_EQ(repeated > 50, extra == 0 && !isLong) << frame;
+      EXPECT_EQ(dropped > 30, extra == 0 && isLong) << frame;
+      EXPECT_TRUE(repeated == 0 || dropped == 0);
     }
   }
 }
+
+// A host's element that hands out its blocks again and again.
+class CSharingElement : public CFakeElement {
+ public:
+  CSharingElement(UINT frames, CSharedBlocks& blocks, int rate)
+      : CFakeElement(frames), m_blocks(blocks), m_rate(rate) {}
+
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
+    if (!CFakeElement::ReadNextSample(sample)) return FALSE;
+    (*sample)->SetAudioSample(0, m_blocks.Of(Share((*sample)->GetPosition(), 48000, m_rate)).Get());
+    return TRUE;
+  }
+
+ private:
+  CSharedBlocks& m_blocks;
+  const int m_rate;
+};
 
 using OnAir = OutputChannelTest;
 
-// Lists of patterns with passes, a take and an immediate change, through the channel.
+// Lists with passes, a take and an immediate change, through the channel.
 TEST_F(OnAir, the_sound_of_all_lists_together_is_exact_at_all_rates) {
+  m_waits.frameMs = 0;
+  m_waits.preRollMs = 1;
   for (int rate = 0; rate < kRkFrameRateCount; ++rate) {
+    CSharedBlocks blocks(48000);
+    for (const DWORD count : {Share(0, 48000, rate), Share(1, 48000, rate)}) blocks.Of(count);
     SRkVideoResolution video = kTestVideo;
     video.frameRate = rate;
     Create(nullptr);
     m_channel->SetVideoResolution(video);
     ULONGLONG frames = 0, delivered = 0;
-    for (int list = 0; list < 8; ++list) {
-      CRkRef<IRkClipElement> element;
-      ASSERT_TRUE(RkCreatePatternClipElement(3 + list % 5, element.Out()));
+    for (int list = 0; list < 16; ++list) {
+      const UINT length = 3 + static_cast<UINT>(list) % 5;
+      CRkRef<IRkClipElement> element = MakeFake<CSharingElement>(length, blocks, rate);
+      if (list % 2 != 0) {
+        ASSERT_TRUE(RkCreatePatternClipElement(length, element.Out()));
+      }
       ASSERT_TRUE(m_channel->InsertClipElement(element.Get(), kRkRepeatEndless, list % 3));
       ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
       for (int i = 0; i < 11 + list; ++i) {
         CRkRef<IRkAVPlaySample> sample;
-        CRkRef<IRkAudioSample> block;
         ASSERT_TRUE(m_channel->GetSample(kTestDeadlineMs, sample.Out()));
-        sample->GetAudioSample(0, 0, block.Out());
-        delivered += CRkAudioLock(*block).SampleCount();
-        const auto exact = static_cast<LONGLONG>(Before(++frames, 48000, rate));
-        const auto error = static_cast<LONGLONG>(delivered) - exact;
+        delivered += CountOf(*sample);
+        const auto error = static_cast<LONGLONG>(delivered - Before(++frames, 48000, rate));
         ASSERT_GE(error, 0) << frames;
         ASSERT_LE(error, 48000 * 1001 % kRkFrameRates[rate].numerator == 0 ? 0 : 1) << frames;
       }
     }
+    m_channel->Stop();
+    blocks.ExpectUnchanged();
   }
 }
 
