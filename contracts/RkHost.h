@@ -62,8 +62,9 @@ class IRkClipOutputChannelNotify : public IRkUnknown {
   // FALSE: playback has started. TRUE: it was stopped, or the playing list ended with nothing waiting.
   virtual void OnPlayEnd(BOOL ended) = 0;
   virtual void Operation4() {}
-  // The playing list has ended: non-zero to switch to the Waiting channel immediately, 0 to wait for
-  // SwitchPlay. Called with no lock of the channel held, or with both.
+  // The playing list has ended: non-zero to switch to the Waiting channel immediately, 0 to stay on the ended
+  // list unless a SwitchPlay request is pending. Each call of SwitchChannel asks again, so a later answer
+  // may differ. Called with no lock of the channel held, or with both.
   virtual BOOL IsAutoSwitch() = 0;
 };
 

@@ -6,10 +6,12 @@
 
 // What SwitchChannel found or did.
 enum ERkSwitchStatus : UINT {
-  RkSwitchStatus_Ended = 1,           // the list has ended and none was waiting
-  RkSwitchStatus_Playing = 2,         // no switch was made
-  RkSwitchStatus_Switched = 4,        // the Waiting channel has just become the Playing channel
-  RkSwitchStatus_AwaitingSwitch = 5,  // the list has ended; a SwitchPlay request is waited for
+  RkSwitchStatus_Ended = 1,     // the list has ended and none was waiting
+  RkSwitchStatus_Playing = 2,   // a list is playing; no switch was made
+  RkSwitchStatus_Switched = 4,  // the Waiting channel has just become the Playing channel
+  // The list has ended, IsAutoSwitch returned FALSE and no SwitchPlay request is pending. Each further call
+  // asks the sink again, and follows its answer.
+  RkSwitchStatus_AwaitingSwitch = 5,
 };
 
 // Plays clip lists one after the other without a gap: hands out the samples of its Playing channel while
@@ -51,8 +53,10 @@ class IRkClipOutputChannel : public IRkUnknown {
 
   virtual BOOL GetPosition(UINT* position) = 0;  // of the sample taken last; TRUE
 
-  // Acts on the end of the playing list and on requests of SwitchPlay, and writes an ERkSwitchStatus.
-  // FALSE when playback ended, or a request found nothing waiting.
+  // Acts on the end of the playing list and on requests of SwitchPlay, and writes an ERkSwitchStatus. At the
+  // end of a list it asks the sink IsAutoSwitch, once a call; without a sink the switch is automatic. FALSE
+  // when playback ended, or a request found nothing waiting. Each further call finds the same end again; a
+  // further sample taken from the list sets it playing again.
   virtual BOOL SwitchChannel(UINT* status) = 0;
   // Puts the cued list on air now, whatever plays. FALSE when nothing is waiting.
   virtual BOOL SwitchChannelAtOnce() = 0;
