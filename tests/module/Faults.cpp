@@ -35,6 +35,7 @@ int EndFailing() {
   t_failing = kNever;
   return t_allocations;
 }
+
 int FailEach(const char* what, const std::function<bool()>& work) {
   EXPECT_TRUE(work()) << what;  // also warms up what is made once
   for (int n = 0;; ++n) {

@@ -6,8 +6,7 @@
 
 namespace {
 
-class CFakeCallback : public CFake<IRkClipOutputCallback> {
- public:
+struct CFakeCallback : CFake<IRkClipOutputCallback> {
   void OnPlayStart() override {}
   void OnPlaySample(IRkAVPlaySample*) override {}
   void OnPlayEnd() override {}
@@ -33,20 +32,10 @@ class factories : public testing::Test {
     EXPECT_EQ(References(*m_notify) + References(*m_callback), 2 + toSinks);
   }
 
+  // How many allocations there were, without each of which the object is refused. An object that is made
+  // holds the references, and gives them back.
   template <class Interface>
-  void ExpectLivesByItsReferences(UINT toPool) const {
-    Interface* made = nullptr;
-    ASSERT_EQ(Create(&made), 1);
-    ExpectReferences(toPool, 1);
-    EXPECT_EQ(made->AddRef(), 2u);
-    EXPECT_EQ(made->Release(), 1u);
-    EXPECT_EQ(made->Release(), 0u);
-    ExpectReferences(0, 0);
-  }
-
-  // How many allocations there were, without each of which the object is refused.
-  template <class Interface>
-  int FailEachAllocation(const char* what) const {
+  int FailEachAllocation(const char* what, UINT toPool, UINT toSinks) const {
     int successes = 0;
     const int allocations = FailEach(what, [&] {
       Interface* const untouched = reinterpret_cast<Interface*>(&successes);
@@ -55,8 +44,9 @@ class factories : public testing::Test {
       EXPECT_EQ(made != untouched, result == 1) << "the out-pointer disagrees";
       if (result == 0) return false;
       ++successes;
-      made->Release();
-      return true;
+      ExpectReferences(toPool, toSinks);
+      EXPECT_EQ(References(*made), 1u);
+      return made->Release() == 0;
     });
     EXPECT_EQ(successes, 2) << "the first and the last, of " << what;
     ExpectReferences(0, 0);
@@ -68,19 +58,14 @@ class factories : public testing::Test {
   const CRkRef<CFakeCallback> m_callback = MakeFake<CFakeCallback>();
 };
 
-TEST_F(factories, an_object_lives_by_its_references_and_gives_back_what_it_was_given) {
-  ExpectLivesByItsReferences<IRkClipOutputChannel>(3);
-  ExpectLivesByItsReferences<IRkClipSourcePlayer>(1);
-}
-
-TEST_F(factories, a_failure_at_any_point_of_a_creation_leaves_nothing_alive) {
-  const int ofOneSource = FailEachAllocation<IRkClipSourceChannel>("source channel");
-  EXPECT_GT(FailEachAllocation<IRkClipOutputChannel>("output channel"), 3 * ofOneSource)
+TEST_F(factories, an_object_gives_back_all_it_was_given_also_when_its_creation_fails_at_any_point) {
+  const int ofOneSource = FailEachAllocation<IRkClipSourceChannel>("source channel", 1, 0);
+  EXPECT_GT(FailEachAllocation<IRkClipOutputChannel>("output channel", 3, 1), 3 * ofOneSource)
       << "the third source channel was not reached";
-  EXPECT_GT(FailEachAllocation<IRkClipSourcePlayer>("source player"), 1);
+  EXPECT_GT(FailEachAllocation<IRkClipSourcePlayer>("source player", 1, 1), 1);
   // With a sound system the device lives without a renderer.
   RkSelectAudioSystem(RkAudioSystem_None, nullptr);
-  EXPECT_GT(FailEachAllocation<IRkSoftwareOutputDevice>("output device"), 10);
+  EXPECT_GT(FailEachAllocation<IRkSoftwareOutputDevice>("output device", 0, 0), 10);
 }
 
 TEST_F(factories, what_a_class_cannot_work_with_is_refused) {

@@ -1,32 +1,19 @@
-#include <gtest/gtest.h>
-
-#include "contracts/RkAVUtils.h"
 #include "tests/module/Faults.h"
 #include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 namespace {
-
-template <class Interface, class Create>
-CRkRef<Interface> Made(Create create) {
-  CRkRef<Interface> made;
-  create(made.Out());
-  return made;
-}
 
 using Ranges = IRkClipTrimInfo::Ranges;
 const SRkClipFormat kFormat = {kTestAudio, kTestVideo};
 
-CRkRef<IRkClipElement> Pattern(UINT frames) {
-  return Made<IRkClipElement>([&](auto** out) { return RkCreatePatternClipElement(frames, out); });
-}
-
 TEST(memory, that_runs_out_in_the_clip_core_is_a_refusal) {
   const Ranges ranges = {{2, 5}, {7, 9}};
   FailEach("list", [] {
-    const auto list = Made<IRkClipElementList>([](auto** out) { return RkCreateClipElementList(out); });
+    const auto list = Made<IRkClipElementList>(RkCreateClipElementList);
     bool inserted = static_cast<bool>(list);
     for (UINT i = 0; inserted && i < 5; ++i) {
-      const auto element = Pattern(10);
+      const auto element = MakePattern(10);
       inserted = list->InsertElement(i, element.Get()) != FALSE;
       EXPECT_EQ(list->GetCount(), static_cast<int>(inserted ? i + 1 : i));
     }
@@ -38,7 +25,7 @@ TEST(memory, that_runs_out_in_the_clip_core_is_a_refusal) {
     return static_cast<bool>(clone);
   });
   FailEach("pattern", [&] {
-    const auto element = Pattern(10);
+    const auto element = MakePattern(10);
     const auto info = Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
     if (!element || !info) return false;
     element->SetTrimInfo(info.Get());
@@ -55,21 +42,17 @@ TEST(memory, that_runs_out_in_the_kernel_is_a_refusal) {
     const auto pool = Made<IRkAVPlaySamplePool>([](auto** out) { return RkCreateAVPlaySamplePool(2, out); });
     if (!pool) return false;
     const auto copy = Made<IRkAVPlaySample>([&](auto** out) { pool->GetAVPlaySample(0, out); });
-    const auto source = Made<IRkAVPlaySample>([](auto** out) { return RkCreateAVPlaySample(out); });
-    const auto video = Made<IRkVideoSample>([](auto** out) { return RkCreateVideoSample(out); });
+    const auto source = Made<IRkAVPlaySample>(RkCreateAVPlaySample);
+    const auto video = Made<IRkVideoSample>(RkCreateVideoSample);
     const auto sound = Made<IRkAudioSample>(
         [](auto** out) { return RkCreateUserAudioSample(kTestAudio, nullptr, 1920, out); });
     if (!copy || !source || !video || !sound) return false;
     source->SetVideoSample(video.Get());
     source->SetAudioSample(0, sound.Get());
     source->CopyTo(copy.Get());
-    const auto seen = Made<IRkVideoSample>([&](auto** out) { copy->GetVideoSample(out); });
-    const auto heard = Made<IRkAudioSample>([&](auto** out) { copy->GetAudioSample(0, 0, out); });
-    return seen && heard;
+    return VideoOf(*copy) && AudioOf(*copy);
   });
-  FailEach("clock", [] {
-    return static_cast<bool>(Made<IRkSoftRefClock>([](auto** out) { return RkCreateSoftRefClock(out); }));
-  });
+  FailEach("clock", [] { return static_cast<bool>(Made<IRkSoftRefClock>(RkCreateSoftRefClock)); });
   RkSelectAudioSystem(RkAudioSystem_Virtual, nullptr);
   FailEach("renderer", [] {
     return static_cast<bool>(Made<IRkAudioDirectSound>(

@@ -52,6 +52,29 @@ inline bool WaitUntil(const std::function<bool()>& condition) {
   return true;
 }
 
+// Values in the order in which threads add them.
+template <class Value>
+class CRecord {
+ public:
+  void Add(Value value) {
+    std::lock_guard lock(m_mutex);
+    m_values.push_back(std::move(value));
+  }
+  std::vector<Value> All() {
+    std::lock_guard lock(m_mutex);
+    return m_values;
+  }
+  // Those since the last call.
+  std::vector<Value> Take() {
+    std::lock_guard lock(m_mutex);
+    return std::exchange(m_values, {});
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::vector<Value> m_values;
+};
+
 // Blocks threads while it is shut.
 class CGate {
  public:
@@ -97,20 +120,15 @@ class CFakeElement : public CFake<IRkClipElement> {
   CGate openGate;                                    // every open passes it
 
   // What happened.
-  std::atomic<int> opens = 0;  // that succeeded
   std::atomic<int> openTries = 0;
-  std::atomic<int> closes = 0;
-  std::atomic<int> reads = 0;
+  std::atomic<int> opens = 0;  // that succeeded
+  std::atomic<int> closes = 0, reads = 0;
   std::atomic<int> readers = 0;       // threads inside a read now
   std::atomic<bool> misused = false;  // moved or closed during a read, or read while closed
-  std::vector<UINT> seeks;            // guarded by m_mutex
   SRkClipFormat formatAtOpen = {};    // guarded by m_mutex
   std::atomic<IRkPlayBufferPool*> poolAtOpen = nullptr;
 
-  std::vector<UINT> Seeks() {
-    std::lock_guard lock(m_mutex);
-    return seeks;
-  }
+  std::vector<UINT> Seeks() { return m_seeks.All(); }
   SRkClipFormat FormatAtOpen() {
     std::lock_guard lock(m_mutex);
     return formatAtOpen;
@@ -133,8 +151,7 @@ class CFakeElement : public CFake<IRkClipElement> {
   BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override { return Read(offset, sample); }
   void SeekTo(UINT offset) override {
     if (readers > 0) misused = true;
-    std::lock_guard lock(m_mutex);
-    seeks.push_back(offset);
+    m_seeks.Add(offset);
     m_next = offset;
   }
   UINT GetLastPosition() override { return m_start.Get() + m_frames - 1; }
@@ -176,6 +193,7 @@ class CFakeElement : public CFake<IRkClipElement> {
   }
 
   const UINT m_frames;
+  CRecord<UINT> m_seeks;
   std::mutex m_mutex;
   std::atomic<bool> m_open = false;
   std::atomic<UINT> m_next = 0;
@@ -210,26 +228,14 @@ class CFakeHook : public CFake<IRkClipSampleProcessor> {
   void ProcessSample(IRkAVPlaySample* sample, IRkPlayBufferPool* pool) override {
     CRkRef<IRkPlayBufferPool>::Retain(pool);
     if (onSample) onSample(sample);
-    std::lock_guard lock(m_mutex);
-    m_positions.push_back(sample->GetPosition());
+    m_positions.Add(sample->GetPosition());
   }
-  void ReportSeekInterval(UINT seconds) override {
-    std::lock_guard lock(m_mutex);
-    m_intervals.push_back(seconds);
-  }
-  std::vector<UINT> Positions() {
-    std::lock_guard lock(m_mutex);
-    return m_positions;
-  }
-  std::vector<UINT> Intervals() {
-    std::lock_guard lock(m_mutex);
-    return m_intervals;
-  }
+  void ReportSeekInterval(UINT seconds) override { m_intervals.Add(seconds); }
+  std::vector<UINT> Positions() { return m_positions.All(); }
+  std::vector<UINT> Intervals() { return m_intervals.All(); }
 
  private:
-  std::mutex m_mutex;
-  std::vector<UINT> m_positions;
-  std::vector<UINT> m_intervals;
+  CRecord<UINT> m_positions, m_intervals;
 };
 
 // Records the notifications in order ("free", "loading", "started", "ended") and may react.
@@ -241,11 +247,11 @@ class CFakeNotify : public CFake<IRkClipOutputChannelNotify> {
   std::function<void(BOOL)> onEnd;
 
   void OnWaitingChannelFree(BOOL free) override {
-    Write(free ? "free" : "loading");
+    m_events.Add(free ? "free" : "loading");
     if (onFree) onFree(free);
   }
   void OnPlayEnd(BOOL ended) override {
-    Write(ended ? "ended" : "started");
+    m_events.Add(ended ? "ended" : "started");
     if (onEnd) onEnd(ended);
   }
   BOOL IsAutoSwitch() override {
@@ -253,18 +259,10 @@ class CFakeNotify : public CFake<IRkClipOutputChannelNotify> {
     return autoSwitch;
   }
   // The notifications since the last call.
-  std::vector<std::string> Take() {
-    std::lock_guard lock(m_mutex);
-    return std::exchange(m_events, {});
-  }
+  std::vector<std::string> Take() { return m_events.Take(); }
 
  private:
-  void Write(const char* event) {
-    std::lock_guard lock(m_mutex);
-    m_events.emplace_back(event);
-  }
-  std::mutex m_mutex;
-  std::vector<std::string> m_events;
+  CRecord<std::string> m_events;
 };
 
 inline CRkRef<IRkClipElementList> MakeList(const std::vector<CRkRef<CFakeElement>>& elements) {

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <mutex>
-#include <string>
-#include <vector>
-
 #include "contracts/RkLogAPI.h"
+#include "tests/support/RkFakes.h"
 
 // Records the log for its scope. Any thread may log meanwhile.
 class CLogRecorder {
@@ -20,15 +17,8 @@ class CLogRecorder {
   CLogRecorder(const CLogRecorder&) = delete;
   CLogRecorder& operator=(const CLogRecorder&) = delete;
 
-  std::vector<SLine> Lines() {
-    std::lock_guard lock(m_mutex);
-    return m_lines;
-  }
-
-  void Clear() {
-    std::lock_guard lock(m_mutex);
-    m_lines.clear();
-  }
+  std::vector<SLine> Lines() { return m_lines.All(); }
+  void Clear() { m_lines.Take(); }
 
   // The messages that this thread traced under a function's name. Skips lines without exactly the trace
   // prefix (banners).
@@ -54,11 +44,8 @@ class CLogRecorder {
 
  private:
   static void Hear(void* context, ERkLogMsgLevel level, const wchar_t* line) {
-    auto& self = *static_cast<CLogRecorder*>(context);
-    std::lock_guard lock(self.m_mutex);
-    self.m_lines.push_back({level, GetCurrentThreadId(), line});
+    static_cast<CLogRecorder*>(context)->m_lines.Add({level, GetCurrentThreadId(), line});
   }
 
-  std::mutex m_mutex;
-  std::vector<SLine> m_lines;
+  CRecord<SLine> m_lines;
 };

@@ -1,11 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "base/CRkRef.h"
-#include "module/RkClipPlay.h"
+#include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 using Element = CRkRef<IRkClipElement>;
 using Sample = CRkRef<IRkAVPlaySample>;
@@ -18,14 +14,6 @@ inline SRkClipFormat MakeFormat(int width, int height, int pixelFormat, int rate
           {width, height, pixelFormat, 0, rate, 1, 1, RkColorRange_Limited, 0}};
 }
 
-inline Element MakeElement(UINT frames) {
-  Element element;
-  EXPECT_EQ(RkCreatePatternClipElement(frames, element.Out()), 1);
-  return element;
-}
-
 inline Trim MakeTrim(const Ranges& ranges) {
-  Trim trim;
-  EXPECT_EQ(RkCreateClipTrimInfo(ranges, trim.Out()), 1);
-  return trim;
+  return Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
 }

@@ -1,5 +1,4 @@
 #include <numeric>
-#include <thread>
 
 #include "tests/libraries/clip_core/ClipCoreTest.h"
 
@@ -19,15 +18,11 @@ List ListOf(const std::vector<Element>& elements) {
 }
 
 Element First(const List& list) {
-  Element element;
-  list->GetFirstElement(element.Out());
-  return element;
+  return Made<IRkClipElement>([&](auto** out) { return list->GetFirstElement(out); });
 }
 
 Element Next(const List& list, const Element& current) {
-  Element element;
-  list->GetNextElement(current.Get(), element.Out());
-  return element;
+  return Made<IRkClipElement>([&](auto** out) { return list->GetNextElement(current.Get(), out); });
 }
 
 Element At(const List& list, UINT position, UINT* offset = nullptr) {
@@ -65,7 +60,7 @@ void ExpectOnAir(const CRkRef<IRkClipSourceChannel>& channel, const std::vector<
 }
 
 TEST(element_list, finds_every_first_and_last_frame_and_hands_each_element_out_at_its_place) {
-  const auto a = MakeElement(3), b = MakeElement(1), c = MakeElement(4);
+  const auto a = MakePattern(3), b = MakePattern(1), c = MakePattern(4);
   const List list = ListOf({c});
   EXPECT_TRUE(list->InsertElement(0, a.Get()) && list->InsertElement(1, b.Get()));
   EXPECT_FALSE(list->InsertElement(3, a.Get())) << "twice";
@@ -92,7 +87,7 @@ TEST(element_list, finds_every_first_and_last_frame_and_hands_each_element_out_a
 }
 
 TEST(element_list, accepts_an_element_once_and_no_frame_past_the_last_position) {
-  const auto most = MakeElement(kRkNoPosition - 2), one = MakeElement(1), two = MakeElement(2);
+  const auto most = MakePattern(kRkNoPosition - 2), one = MakePattern(1), two = MakePattern(2);
   const List list = ListOf({most});
   EXPECT_FALSE(list->InsertElement(0, nullptr) || list->InsertElement(2, one.Get()) ||
                list->InsertElement(1, most.Get()) || list->InsertElement(1, two.Get()));
@@ -103,7 +98,7 @@ TEST(element_list, accepts_an_element_once_and_no_frame_past_the_last_position) 
 }
 
 TEST(element_list, an_unlimited_element_is_the_last_and_takes_every_position_that_is_left) {
-  const auto lead = MakeElement(5), live = MakeElement(kRkNoPosition), other = MakeElement(kRkNoPosition);
+  const auto lead = MakePattern(5), live = MakePattern(kRkNoPosition), other = MakePattern(kRkNoPosition);
   const List list = ListOf({live});
   EXPECT_EQ(list->GetTotalFrameCount(), kRkNoPosition);
   EXPECT_FALSE(list->InsertElement(1, lead.Get())) << "behind it";
@@ -124,28 +119,28 @@ TEST(element_list, an_unlimited_element_is_the_last_and_takes_every_position_tha
 }
 
 TEST(element_list, an_element_counts_by_the_list_that_its_reader_got_it_from) {
-  const auto a = MakeElement(5), b = MakeElement(5);
-  const List one = ListOf({a, b}), two = ListOf({MakeElement(50), b});
+  const auto a = MakePattern(5), b = MakePattern(5);
+  const List one = ListOf({a, b}), two = ListOf({MakePattern(50), b});
   EXPECT_EQ(ReadEnds(At(one, 5)), Ends(5, 9));
   std::thread([&] { EXPECT_EQ(At(two, 50)->GetTimelineStart(), 5u); }).join();
   one->RemoveElement(0);
   EXPECT_EQ(ReadPosition(At(one, 0), 0), 5u) << "until it is closed";
   EXPECT_EQ(ReadEnds(At(two, 50)), Ends(50, 54));
 
-  EXPECT_EQ(ReadEnds(MakeElement(5)), Ends(0, 4)) << "in no list";
+  EXPECT_EQ(ReadEnds(MakePattern(5)), Ends(0, 4)) << "in no list";
   std::thread([&] { EXPECT_EQ(ReadEnds(b), Ends(0, 4)) << "from no list"; }).join();
   b->SetTrimInfo(nullptr);
   EXPECT_EQ(ReadEnds(b), Ends(0, 4)) << "as the player opens it";
 }
 
 TEST(element_list, samples_on_air_keep_their_numbers_while_the_host_uses_its_own_list_of_them) {
-  const std::vector<Element> elements = {MakeElement(10), MakeElement(5), MakeElement(5)};
-  const List host = ListOf({MakeElement(50), elements[1], elements[0]});
+  const std::vector<Element> elements = {MakePattern(10), MakePattern(5), MakePattern(5)};
+  const List host = ListOf({MakePattern(50), elements[1], elements[0]});
   std::vector<UINT> positions(20);
   std::iota(positions.begin(), positions.end(), 0);
   const auto channel = MakeChannel();
   std::jthread editor([&](const std::stop_token& stop) {
-    for (const auto lead = MakeElement(3); !stop.stop_requested(); host->RemoveElement(0))
+    for (const auto lead = MakePattern(3); !stop.stop_requested(); host->RemoveElement(0))
       host->InsertElement(0, lead.Get());
   });
   std::jthread asker([&](const std::stop_token& stop) {

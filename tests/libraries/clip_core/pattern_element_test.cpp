@@ -2,26 +2,16 @@
 #include <cmath>
 #include <cstring>
 
-#include "base/CRkAudioLock.h"
 #include "base/CRkHeapPlayBuffer.h"
-#include "base/CRkUnknown.h"
 #include "contracts/RkPictureLayout.h"
 #include "libraries/clip_core/RkPatternNumber.h"
 #include "tests/libraries/clip_core/ClipCoreTest.h"
 
 namespace {
 
-CRkRef<IRkPlayBuffer> PlaneOf(const Sample& sample, UINT plane) {
-  CRkRef<IRkVideoSample> video;
-  sample->GetVideoSample(video.Out());
-  CRkRef<IRkUnknown> buffer;
-  EXPECT_TRUE(video->GetBuffer(plane, buffer.Out()));
-  return CRkRef<IRkPlayBuffer>::Retain(dynamic_cast<IRkPlayBuffer*>(buffer.Get()));
-}
-
 // Reads the number as a viewer does, by comparing bright dots; -1 when a digit is none of the ten.
 LONGLONG ReadNumber(const Sample& sample, const SRkVideoResolution& video) {
-  const auto luma = PlaneOf(sample, 0);
+  const BYTE* const luma = RowsOf(*sample, 0);
   const int stride = RkPlaneLayout(video, 0).stride;
   const SRkPatternNumberPlace place = RkPlacePatternNumber(video.width, video.height);
   LONGLONG number = 0;
@@ -30,7 +20,7 @@ LONGLONG ReadNumber(const Sample& sample, const SRkVideoResolution& video) {
     for (int dot = 0; dot < kRkDigitWidth * kRkDigitHeight; ++dot) {
       const int x = place.x + (index * kRkDigitPitch + dot % kRkDigitWidth) * place.dot + place.dot / 2;
       const int y = place.y + dot / kRkDigitWidth * place.dot + place.dot / 2;
-      dots = dots * 2 + (luma->GetData()[y * stride + x] > 128 ? 1 : 0);
+      dots = dots * 2 + (luma[y * stride + x] > 128 ? 1 : 0);
     }
     const int digit = static_cast<int>(std::find(kRkDigitDots, kRkDigitDots + 10, dots) - kRkDigitDots);
     if (digit == 10) return -1;
@@ -39,26 +29,16 @@ LONGLONG ReadNumber(const Sample& sample, const SRkVideoResolution& video) {
   return number;
 }
 
-std::vector<BYTE> SoundOf(const Sample& sample) {
-  CRkRef<IRkAudioSample> block;
-  sample->GetAudioSample(0, 0, block.Out());
-  if (!block) return {};
-  SRkAudioSampleInfo info = {};
-  block->GetInfo(&info);
-  const CRkAudioLock lock(*block);
-  return {lock.Data(), lock.Data() + info.dataLength};
-}
-
 // The sound of elements that follow one another on a timeline.
 std::vector<BYTE> SoundOfElements(const std::vector<UINT>& frameCounts, const SRkClipFormat& format) {
   std::vector<BYTE> sound;
   UINT start = 0;
   for (const UINT frames : frameCounts) {
-    const auto element = MakeElement(frames);
+    const auto element = MakePattern(frames);
     element->SetTimelineStart(std::exchange(start, start + frames));
     EXPECT_TRUE(element->Open(nullptr, 0, &format));
     for (Sample sample; element->ReadNextSample(sample.Out());) {
-      const std::vector<BYTE> part = SoundOf(sample);
+      const auto part = SoundOf(*sample);
       sound.insert(sound.end(), part.begin(), part.end());
     }
   }
@@ -73,7 +53,7 @@ double SampleAt(const std::vector<BYTE>& sound, size_t index, int bits) {
 }
 
 // Gives buffers of one size, even when they are too small.
-struct COneSizePool final : CRkUnknown<IRkPlayBufferPool> {
+struct COneSizePool final : CFake<IRkPlayBufferPool> {
   explicit COneSizePool(UINT bytes) : bytes(bytes) {}
   BOOL GetBuffer(UINT, IRkPlayBuffer** buffer) override { return CRkHeapPlayBuffer::Create(bytes, buffer); }
   const UINT bytes;
@@ -83,7 +63,7 @@ TEST(pattern_element, burns_the_timeline_position_into_pictures_of_every_kind) {
   for (const int pixelFormat : {RkPixelFormat_I420, RkPixelFormat_I422, RkPixelFormat_I444}) {
     for (const auto& [width, height] : {std::pair{16, 16}, {720, 576}, {333, 251}, {2000, 16}, {16, 900}}) {
       const SRkClipFormat format = MakeFormat(width, height, pixelFormat);
-      const auto element = MakeElement(3);
+      const auto element = MakePattern(3);
       for (const UINT start : {0u, 1234567890u, 4294967290u}) {
         element->SetTimelineStart(start);
         ASSERT_TRUE(element->Open(nullptr, 0, &format));
@@ -107,18 +87,18 @@ TEST(pattern_element, draws_75_percent_bars_in_the_colours_of_its_size) {
                               {63, 193, 204},  {51, 109, 212}, {28, 212, 120}, {16, 128, 128}};
   for (const auto& [height, bars] : {std::pair{576, kStandard}, {1080, kHigh}}) {
     const SRkClipFormat format = MakeFormat(16, height, RkPixelFormat_I444);
-    const auto element = MakeElement(1);
+    const auto element = MakePattern(1);
     Sample sample;
     ASSERT_TRUE(element->Open(nullptr, 0, &format) && element->ReadNextSample(sample.Out()));
     for (UINT plane = 0; plane < 3; ++plane) {
-      const auto buffer = PlaneOf(sample, plane);
-      for (int bar = 0; bar < 8; ++bar) EXPECT_NEAR(buffer->GetData()[2 * bar], bars[bar][plane], 1);
+      const BYTE* const row = RowsOf(*sample, plane);
+      for (int bar = 0; bar < 8; ++bar) EXPECT_NEAR(row[2 * bar], bars[bar][plane], 1);
     }
   }
 }
 
 TEST(pattern_element, refuses_formats_it_cannot_make_but_not_one_without_channels) {
-  const auto element = MakeElement(1);
+  const auto element = MakePattern(1);
   const SRkClipFormat good = MakeFormat(16, 16, RkPixelFormat_I444, RkFrameRate_60, 32);
   ASSERT_TRUE(element->Open(nullptr, 0, &good));
   Sample sample;
@@ -132,7 +112,7 @@ TEST(pattern_element, refuses_formats_it_cannot_make_but_not_one_without_channel
 
   const SRkClipFormat silent = MakeFormat(16, 16, RkPixelFormat_I420, RkFrameRate_25, 0, 0);
   ASSERT_TRUE(element->Open(nullptr, 0, &silent) && element->ReadNextSample(sample.Out()));
-  EXPECT_TRUE(SoundOf(sample).empty());
+  EXPECT_TRUE(SoundOf(*sample).empty());
   EXPECT_EQ(RkCreatePatternClipElement(0, Element().Out()), 0);
 }
 
@@ -152,15 +132,14 @@ TEST(pattern_element, sounds_without_a_seam_from_element_to_element) {
 
 TEST(pattern_element, draws_into_its_own_memory_where_the_pools_is_too_small) {
   const SRkClipFormat format = MakeFormat(64, 64, RkPixelFormat_I420);
-  const auto element = MakeElement(2);
+  const auto element = MakePattern(2);
   Sample sample;
   for (const auto& [given, used] : {std::pair{4097u, 4097u}, {4095u, 4096u}}) {
-    const auto pool = CRkRef<COneSizePool>::Adopt(new COneSizePool(given));
+    const auto pool = MakeFake<COneSizePool>(given);
     ASSERT_TRUE(element->Open(pool.Get(), 0, &format) && element->ReadNextSample(sample.Out()));
-    EXPECT_EQ(PlaneOf(sample, 0)->GetCapacity(), used);
+    EXPECT_EQ(static_cast<IRkPlayBuffer*>(PlaneOf(*VideoOf(*sample), 0).Get())->GetCapacity(), used);
     element->Close();
-    EXPECT_EQ(pool->AddRef(), 2u) << "a closed element holds no pool";
-    pool->Release();
+    EXPECT_EQ(References(*pool), 1u) << "a closed element holds no pool";
   }
 }
 

@@ -1,8 +1,4 @@
-#include <functional>
-#include <thread>
-
 #include "base/CRkClipPresentation.h"
-#include "base/CRkUnknown.h"
 #include "tests/libraries/clip_core/ClipCoreTest.h"
 
 namespace {
@@ -26,7 +22,7 @@ std::vector<UINT> FramesOf(const CRkClipPresentation& presentation) {
 using Frames = std::vector<UINT>;
 
 // A host's own trim information, whose ranges nobody has checked.
-struct CForeignTrim final : CRkUnknown<IRkClipTrimInfo> {
+struct CForeignTrim final : CFake<IRkClipTrimInfo> {
   explicit CForeignTrim(const Ranges& given) : ranges(given) {}
   IRkClipTrimInfo* Clone() override { return nullptr; }
   void CopyFrom(IRkClipTrimInfo*) override {}

@@ -1,13 +1,7 @@
 #pragma once
 
-#include <mutex>
-#include <vector>
-
-#include "base/CRkRef.h"
-#include "base/CRkUnknown.h"
-#include "contracts/RkKernel.h"
-
-inline constexpr SRkWaveFormatInfo kTestFormat = RkMakeWaveFormat(2, 48000, 16);
+#include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 // Byte n of the test's stream of sound; never silent, and it repeats after no power of two.
 inline BYTE StreamByte(ULONGLONG position) {
@@ -16,12 +10,9 @@ inline BYTE StreamByte(ULONGLONG position) {
 
 inline CRkRef<IRkAudioSample> MakeSound(ULONGLONG position, DWORD bytes) {
   CRkRef<IRkAudioSample> sample;
-  const DWORD frames = bytes / kTestFormat.blockAlign;
-  if (!RkCreateUserAudioSample(kTestFormat, nullptr, frames, sample.Out())) return {};
-  SRkLockAudioSample lock = {};
-  sample->Lock(&lock);
-  for (DWORD i = 0; i < bytes; ++i) lock.data[i] = StreamByte(position + i);
-  sample->Unlock();
+  const DWORD frames = bytes / kTestAudio.blockAlign;
+  if (!RkCreateUserAudioSample(kTestAudio, nullptr, frames, sample.Out())) return {};
+  for (DWORD i = 0; i < bytes; ++i) CRkAudioLock(*sample).Data()[i] = StreamByte(position + i);
   sample->SetSampleCount(frames);
   return sample;
 }
@@ -34,11 +25,11 @@ inline std::vector<BYTE> StreamThenSilence(ULONGLONG streamBytes, size_t bytes) 
 }
 
 // Keeps what it hears. Any thread may enter.
-class CSoundRecorder final : public CRkUnknown<IRkAudioMonitor> {
+class CSoundRecorder : public CFake<IRkAudioMonitor> {
  public:
   void OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo& format) override {
     std::lock_guard lock(m_mutex);
-    m_created += renderer != nullptr && format.channels == kTestFormat.channels;
+    m_created += renderer != nullptr && format.channels == kTestAudio.channels;
   }
   void OnSound(const BYTE* data, DWORD bytes) override {
     std::lock_guard lock(m_mutex);

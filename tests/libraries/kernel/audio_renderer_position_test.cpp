@@ -8,11 +8,9 @@
 
 namespace {
 
-constexpr DWORD kRate = 48000;
-constexpr DWORD kPeriod = 480;
+constexpr DWORD kPeriod = 480;  // 10 ms at 48 kHz
 constexpr LONGLONG kMs = 1'000'000;
 constexpr LONGLONG kStart = 5'000'000'000'123;
-constexpr double kFramesPerMs = kRate / 1000.0;
 
 class audio_renderer_position : public testing::Test {
  protected:
@@ -28,10 +26,10 @@ class audio_renderer_position : public testing::Test {
     EXPECT_GE(frames, m_last);
     EXPECT_LE(frames, static_cast<double>(m_handed));
     m_last = frames;
-    return frames / kFramesPerMs;
+    return frames / 48;
   }
 
-  CRkSmoothPosition m_position{kRate};
+  CRkSmoothPosition m_position{48000};
   ULONGLONG m_handed = 0;
   double m_last = 0.0;
 };
@@ -102,7 +100,7 @@ TEST(virtual_sound_card, does_not_drift_at_any_rate) {
 }
 
 TEST(virtual_sound_card, goes_on_from_the_end_of_a_stall) {
-  CRkSoundPeriods periods(kRate, 10.0);
+  CRkSoundPeriods periods(48000, 10.0);
   periods.Start(kStart);
   for (int i = 0; i < 3; ++i) periods.Take(periods.Due());
   periods.Take(kStart + 1030 * kMs);

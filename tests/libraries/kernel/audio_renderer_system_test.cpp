@@ -1,18 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "tests/libraries/kernel/AudioRendererFakes.h"
 
 namespace {
-
-constexpr UINT kGenerousMs = 60'000;
 
 class audio_system : public testing::Test {
  protected:
   ~audio_system() override { RkSelectAudioSystem(RkAudioSystem_System, nullptr); }
 
-  int Create(const SRkWaveFormatInfo& format = kTestFormat, DWORD startBytes = 4 * kPartBytes) {
+  int Create(const SRkWaveFormatInfo& format = kTestAudio, DWORD startBytes = 4 * kPartBytes) {
     return RkCreateAudioDirectSound(format, nullptr, 1000.0, startBytes, m_renderer.Out());
   }
   // Half a second of sound, its rest handed over by the stop.
@@ -24,7 +20,7 @@ class audio_system : public testing::Test {
     ASSERT_TRUE(m_renderer->Play());
     double position = 0.0;
     while (position < 50.0) {
-      ASSERT_TRUE(m_renderer->WaitForNotify(kGenerousMs));
+      ASSERT_TRUE(m_renderer->WaitForNotify(kTestDeadlineMs));
       const double last = position;
       m_renderer->GetPlayPosition(&position);
       ASSERT_GE(position, last);
@@ -35,7 +31,7 @@ class audio_system : public testing::Test {
 
   static constexpr DWORD kPartBytes = 480 * 4;
   static constexpr DWORD kSoundBytes = 50 * kPartBytes;
-  CRkRef<CSoundRecorder> m_monitor = CRkRef<CSoundRecorder>::Adopt(new CSoundRecorder);
+  CRkRef<CSoundRecorder> m_monitor = MakeFake<CSoundRecorder>();
   CRkRef<IRkAudioDirectSound> m_renderer;
 };
 

@@ -1,12 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <atomic>
 #include <cmath>
 #include <future>
 #include <limits>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include "base/RkMonotonicTime.h"
 #include "libraries/kernel/audio/CRkAudioDirectSound.h"
@@ -21,7 +15,7 @@ constexpr DWORD kPeriodBytes = 480 * kFrameBytes;  // 10 ms
 constexpr double kSpanMs = 100.0;
 constexpr DWORD kSpanFrames = 4800;
 constexpr DWORD kStartBytes = 2 * kPeriodBytes;
-constexpr LONGLONG kMs = 1'000'000;
+constexpr LONGLONG kMs = 1'000'000;  // in nanoseconds
 
 std::atomic<LONGLONG> g_now = 0;
 
@@ -66,14 +60,12 @@ TEST(recovering_sound_output, opens_another_device_in_place_of_a_lost_one_and_st
   std::atomic<size_t> made = 0;
   CRkRecoveringSoundOutput output(
       [&] { return std::make_unique<CScriptedOutput>(devices[std::min<size_t>(made++, 3)]); }, 1);
-  ASSERT_TRUE(output.Open(kTestFormat, source));
+  ASSERT_TRUE(output.Open(kTestAudio, source));
   output.Start();
   EXPECT_FALSE(output.IsLost());
   devices[0].lost = true;
   EXPECT_TRUE(output.IsLost());
-  const ULONGLONG end = GetTickCount64() + 60'000;
-  while (output.IsLost() && GetTickCount64() < end) std::this_thread::yield();
-  EXPECT_FALSE(output.IsLost());
+  EXPECT_TRUE(WaitUntil([&] { return !output.IsLost(); }));
   EXPECT_EQ(made, 4u);
   EXPECT_EQ(devices[3].running, 1);
   output.Stop();
@@ -88,9 +80,16 @@ class audio_renderer : public testing::Test {
  protected:
   void Create(DWORD startBytes = kStartBytes) {
     m_renderer = CRkAudioDirectSound::Create(
-        kTestFormat, kSpanMs, startBytes, std::make_unique<CScriptedOutput>(m_script),
+        kTestAudio, kSpanMs, startBytes, std::make_unique<CScriptedOutput>(m_script),
         CRkRef<IRkAudioMonitor>::Retain(m_monitor.Get()), [] { return g_now.load(); });
     ASSERT_TRUE(m_renderer);
+  }
+  // Creates it, writes the sound, plays, and has the card pull once.
+  void Begin(DWORD bytes, DWORD startBytes = kStartBytes) {
+    Create(startBytes);
+    Write(bytes);
+    EXPECT_TRUE(m_renderer->Play());
+    Pull();
   }
   void Write(DWORD bytes) {
     m_renderer->WriteSample(MakeSound(m_written, bytes).Get(), m_written);
@@ -118,7 +117,7 @@ class audio_renderer : public testing::Test {
   }
 
   SScript m_script;
-  CRkRef<CSoundRecorder> m_monitor = CRkRef<CSoundRecorder>::Adopt(new CSoundRecorder);
+  CRkRef<CSoundRecorder> m_monitor = MakeFake<CSoundRecorder>();
   CRkRef<IRkAudioDirectSound> m_renderer;
   ULONGLONG m_written = 0;
 };
@@ -177,9 +176,7 @@ TEST_F(audio_renderer, skips_sound_that_comes_late_cuts_what_comes_early_and_is_
   // Late, cut, and wholly too early; silence is no loss.
   EXPECT_EQ(m_renderer->GetDroppedSampleCount(), 8u + 4 + 14 + 4 + 8);
   const auto silence = MakeSound(0, kPeriodBytes);
-  SRkLockAudioSample lock = {};
-  silence->Lock(&lock);
-  std::fill_n(lock.data, kPeriodBytes, BYTE{0});
+  std::fill_n(CRkAudioLock(*silence).Data(), kPeriodBytes, BYTE{0});
   m_renderer->WriteSample(silence.Get(), 0);
   EXPECT_EQ(m_renderer->GetDroppedSampleCount(), 38u);
 
@@ -191,10 +188,7 @@ TEST_F(audio_renderer, skips_sound_that_comes_late_cuts_what_comes_early_and_is_
 }
 
 TEST_F(audio_renderer, starts_over_at_byte_0_after_a_reset) {
-  Create();
-  Write(4 * kPeriodBytes);
-  EXPECT_TRUE(m_renderer->Play());
-  Pull();
+  Begin(4 * kPeriodBytes);
   PullAfter10Ms();
   m_renderer->Reset();  // cuts what is left
   EXPECT_EQ(m_script.running, 0);
@@ -215,10 +209,7 @@ TEST_F(audio_renderer, starts_over_at_byte_0_after_a_reset) {
 
 TEST_F(audio_renderer, waits_for_a_virtual_card_that_wakes_late_and_hands_it_the_rest_when_it_stops) {
   m_script.isVirtual = true;
-  Create();
-  Write(9 * kPeriodBytes + kFrameBytes);
-  EXPECT_TRUE(m_renderer->Play());
-  Pull();
+  Begin(9 * kPeriodBytes + kFrameBytes);
   g_now += 2000 * kMs;
   EXPECT_NEAR(Position(), 10.0, 1e-6);
   Pull();
@@ -234,9 +225,7 @@ TEST_F(audio_renderer, waits_for_a_virtual_card_that_wakes_late_and_hands_it_the
 }
 
 TEST_F(audio_renderer, waits_at_a_stop_until_the_card_has_taken_the_last_byte) {
-  Create();
-  Write(9 * kPeriodBytes + kFrameBytes);
-  EXPECT_TRUE(m_renderer->Play());
+  Begin(9 * kPeriodBytes + kFrameBytes);
   auto stopped = std::async(std::launch::async, [&] { m_renderer->Stop(); });
   while (m_script.taken.size() < m_written) PullAfter10Ms();
   stopped.get();
@@ -246,11 +235,8 @@ TEST_F(audio_renderer, waits_at_a_stop_until_the_card_has_taken_the_last_byte) {
 
 TEST_F(audio_renderer, follows_the_clock_while_the_card_takes_no_sound_and_counts_what_is_lost) {
   CLogRecorder log;
-  Create();
+  Begin(10 * kPeriodBytes);
   m_renderer->SetNotifyInterval(1000.0 / 62);
-  Write(10 * kPeriodBytes);
-  EXPECT_TRUE(m_renderer->Play());
-  Pull();
   g_now += 1000 * kMs;  // the process was held up: that is not the card's fault
   for (int i = 0; i < 4; ++i) {
     EXPECT_NEAR(Position(), 10.0, 1e-6);
@@ -296,23 +282,18 @@ TEST_F(audio_renderer, follows_the_clock_while_the_card_takes_no_sound_and_count
 }
 
 TEST_F(audio_renderer, lets_two_callers_count_every_wrap_of_a_long_jump) {
-  Create();
-  Write(kStartBytes);
-  EXPECT_TRUE(m_renderer->Play());
-  Pull();
+  Begin(kStartBytes);
   for (int i = 0; i < 33; ++i) PullAfter10Ms();  // 3.3 spans in which nobody asks
-  struct {
-    double positionMs = 0.0;
-    int wraps = 0;
-  } callers[2];
+  double positions[2] = {};
+  int wraps[2] = {};
   for (int call = 0; call < 20; ++call) {
-    auto& caller = callers[call % 2];
-    const double last = std::exchange(caller.positionMs, Position());
-    if (caller.positionMs < last) ++caller.wraps;
+    const double last = std::exchange(positions[call % 2], Position());
+    if (positions[call % 2] < last) ++wraps[call % 2];
   }
-  for (const auto& caller : callers) EXPECT_NEAR(caller.wraps * kSpanMs + caller.positionMs, 330.0, 1e-6);
+  for (int caller = 0; caller < 2; ++caller)
+    EXPECT_NEAR(wraps[caller] * kSpanMs + positions[caller], 330.0, 1e-6);
 
-  m_written = (static_cast<ULONGLONG>(callers[0].wraps) * 10 + 4) * kPeriodBytes;
+  m_written = 34 * kPeriodBytes;
   Write(kPeriodBytes);
   PullAfter10Ms();
   EXPECT_EQ(m_script.taken.back(), StreamByte(m_written - 1));
@@ -323,16 +304,16 @@ TEST_F(audio_renderer, is_not_created_for_what_it_cannot_play) {
     return static_cast<bool>(CRkAudioDirectSound::Create(
         format, bufferMs, startBytes, std::make_unique<CScriptedOutput>(m_script), {}, &RkMonotonicNow));
   };
-  EXPECT_TRUE(creates(kTestFormat, 10.0, kPeriodBytes));
-  EXPECT_FALSE(creates(kTestFormat, 10.0, kPeriodBytes + 1));
+  EXPECT_TRUE(creates(kTestAudio, 10.0, kPeriodBytes));
+  EXPECT_FALSE(creates(kTestAudio, 10.0, kPeriodBytes + 1));
   for (const double bufferMs : {0.0, -1.0, 0.001, 1e300, std::numeric_limits<double>::quiet_NaN()})
-    EXPECT_FALSE(creates(kTestFormat, bufferMs, 0)) << bufferMs;
+    EXPECT_FALSE(creates(kTestAudio, bufferMs, 0)) << bufferMs;
   EXPECT_FALSE(creates(RkMakeWaveFormat(2, 0, 16), 10.0, 0));
   SRkWaveFormatInfo floats = RkMakeWaveFormat(2, 48000, 32);
   floats.formatType = 3;
   EXPECT_FALSE(creates(floats, 10.0, 0));
   m_script.opens = false;
-  EXPECT_FALSE(creates(kTestFormat, 10.0, 0));
+  EXPECT_FALSE(creates(kTestAudio, 10.0, 0));
 }
 
 }  // namespace

@@ -1,25 +1,19 @@
-#include <atomic>
-#include <thread>
-
-#include <gtest/gtest.h>
-
-#include "base/CRkRef.h"
 #include "base/RkExactTime.h"
-#include "contracts/RkKernel.h"
+#include "tests/support/RkBlockedCall.h"
 
 namespace {
 
 TEST(soft_ref_clock, has_not_drifted_after_a_day_at_any_rate_of_the_table) {
   for (int rate = 0; rate < kRkFrameRateCount; ++rate) {
-    const SRkFrameRateFraction fraction = kRkFrameRates[rate];
-    const ULONGLONG ticks = ULONGLONG{fraction.numerator} * 86400;
-    const ULONGLONG nanoseconds = ULONGLONG{fraction.denominator} * 86400 * 1'000'000'000;
-    EXPECT_EQ(RkTimeOf(ticks, RkFractionOf(RkFramesPerSecond(rate))).count(),
-              static_cast<int64_t>(nanoseconds));
-    const ULONGLONG half = RkTimeOf(ticks / 2, RkFractionOf(RkFramesPerSecond(rate))).count();
-    EXPECT_NEAR(static_cast<double>(half), static_cast<double>(nanoseconds) / 2, 1.0);
+    const auto fraction = RkFractionOf(RkFramesPerSecond(rate));
+    const ULONGLONG ticks = ULONGLONG{kRkFrameRates[rate].numerator} * 86400;
+    const int64_t nanoseconds = int64_t{kRkFrameRates[rate].denominator} * 86400 * 1'000'000'000;
+    EXPECT_EQ(RkTimeOf(ticks, fraction).count(), nanoseconds);
+    EXPECT_NEAR(static_cast<double>(RkTimeOf(ticks / 2, fraction).count()), nanoseconds / 2.0, 1.0);
   }
   EXPECT_EQ(RkTimeOf(25, RkFractionOf(12.5)).count(), 2'000'000'000);
+  EXPECT_EQ(RkTimeOf(1, kRkFrameRates[RkFrameRate_29_97]).count(), 33366666);
+  EXPECT_EQ(RkTimeOf(4'000'000'000, kRkFrameRates[RkFrameRate_60]).count(), 66'666'666'666'666'666);
 }
 
 CRkRef<IRkSoftRefClock> MakeClock() {
@@ -44,16 +38,11 @@ TEST(soft_ref_clock, gives_a_late_caller_every_tick_it_missed_and_none_early) {
 TEST(soft_ref_clock, holds_nobody_while_it_is_stopped) {
   const auto clock = MakeClock();
   clock->WaitTick(1);
-  std::atomic<bool> back = false;
-  std::thread waiter([&] {
-    clock->WaitTick(INFINITE);
-    back = true;
-  });
-  while (!back) {
+  CBlockedCall waiter([&] { clock->WaitTick(INFINITE); });
+  while (!waiter.IsDone()) {
     clock->Start(0.001);
     clock->Stop();
   }
-  waiter.join();
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-
 #include "base/CRkHandle.h"
-#include "base/CRkRef.h"
-#include "contracts/RkKernel.h"
+#include "tests/support/RkFakes.h"
 #ifndef _WIN32
 #include <sched.h>
 #include <sys/resource.h>
@@ -12,19 +9,13 @@
 
 namespace {
 
-constexpr DWORD kGenerousMs = 60000;
-
 // A routine that runs until it is stopped, or until the gate opens if it does not listen.
 struct SRoutine {
   CRkHandle entered = CRkHandle::Semaphore(0, 1000000);
   CRkHandle left = CRkHandle::Semaphore(0, 1000000);
   CRkHandle gate = CRkHandle::ManualResetEvent();
-  std::atomic<int> runs{0};
-  std::atomic<int> inside{0};
-  std::atomic<bool> overlapped{false};
-  std::atomic<bool> listens{true};
-  std::atomic<bool> stopAtBegin{false};
-  std::atomic<bool> stopAtEnd{false};
+  std::atomic<int> runs{0}, inside{0};
+  std::atomic<bool> overlapped{false}, listens{true}, stopAtBegin{false}, stopAtEnd{false};
 
   static UINT Run(void* context, HANDLE stopEvent) {
     auto& self = *static_cast<SRoutine*>(context);
@@ -50,7 +41,7 @@ CRkRef<IRkWorkerThread> MakeThread(RkThreadProc proc, void* context) {
   return thread;
 }
 
-TEST(WorkerThread, each_start_runs_once_and_no_stop_is_lost_or_left_over) {
+TEST(worker_thread, each_start_runs_once_and_no_stop_is_lost_or_left_over) {
   SRoutine routine;
   const auto thread = MakeThread(&SRoutine::Run, &routine);
   thread->WaitForStop(INFINITE);
@@ -58,9 +49,9 @@ TEST(WorkerThread, each_start_runs_once_and_no_stop_is_lost_or_left_over) {
     const bool enteredFirst = run % 2 == 0;
     thread->Start();
     ASSERT_FALSE(thread->IsIdle());
-    ASSERT_TRUE(!enteredFirst || RkWait(routine.entered, kGenerousMs));
+    ASSERT_TRUE(!enteredFirst || RkWait(routine.entered, kTestDeadlineMs));
     thread->RequestStop();
-    thread->WaitForStop(kGenerousMs);
+    thread->WaitForStop(kTestDeadlineMs);
     ASSERT_TRUE(thread->IsIdle());
     ASSERT_EQ(routine.runs, run);
     ASSERT_FALSE(enteredFirst && routine.stopAtBegin);
@@ -68,60 +59,58 @@ TEST(WorkerThread, each_start_runs_once_and_no_stop_is_lost_or_left_over) {
   }
 }
 
-TEST(WorkerThread, start_during_a_run_ends_it_and_runs_again_and_a_stop_takes_that_back) {
+TEST(worker_thread, start_during_a_run_ends_it_and_runs_again_and_a_stop_takes_that_back) {
   SRoutine routine;
   const auto thread = MakeThread(&SRoutine::Run, &routine);
   thread->Start();
-  ASSERT_TRUE(RkWait(routine.entered, kGenerousMs));
+  ASSERT_TRUE(RkWait(routine.entered, kTestDeadlineMs));
   routine.listens = false;
   thread->Start();
-  ASSERT_TRUE(RkWait(routine.entered, kGenerousMs));
+  ASSERT_TRUE(RkWait(routine.entered, kTestDeadlineMs));
   EXPECT_FALSE(routine.stopAtBegin);
 
   thread->Start();
   thread->RequestStop();
   EXPECT_FALSE(thread->IsIdle());
   SetEvent(routine.gate);
-  thread->WaitForStop(kGenerousMs);
+  thread->WaitForStop(kTestDeadlineMs);
   EXPECT_TRUE(thread->IsIdle());
   EXPECT_EQ(routine.runs, 2);
   EXPECT_FALSE(routine.overlapped);
 }
 
-TEST(WorkerThread, a_routine_that_outlives_close_keeps_its_stop_event) {
+TEST(worker_thread, a_routine_that_outlives_close_keeps_its_stop_event) {
   SRoutine routine;
   routine.listens = false;
   auto thread = MakeThread(&SRoutine::Run, &routine);
   thread->Start();
-  ASSERT_TRUE(RkWait(routine.entered, kGenerousMs));
+  ASSERT_TRUE(RkWait(routine.entered, kTestDeadlineMs));
   thread->Close(1);
   thread.Reset();
   SetEvent(routine.gate);
-  ASSERT_TRUE(RkWait(routine.left, kGenerousMs));
+  ASSERT_TRUE(RkWait(routine.left, kTestDeadlineMs));
   EXPECT_TRUE(routine.stopAtEnd);
 }
 
-TEST(WorkerThread, a_worker_neither_waits_for_itself_nor_joins_itself) {
+TEST(worker_thread, a_worker_neither_waits_for_itself_nor_joins_itself) {
   struct SSelf {
     CRkRef<IRkWorkerThread> thread;
     CRkHandle left = CRkHandle::ManualResetEvent();
-
-    static UINT Run(void* context, HANDLE) {
-      auto& self = *static_cast<SSelf*>(context);
-      self.thread->WaitForStop(INFINITE);
-      self.thread->Close(INFINITE);
-      self.thread.Reset();
-      SetEvent(self.left);
-      return 0;
-    }
   } self;
-  const auto thread = MakeThread(&SSelf::Run, &self);
-  self.thread = thread;
+  const auto wait = [](void* context, HANDLE) -> UINT {
+    auto& self = *static_cast<SSelf*>(context);
+    self.thread->WaitForStop(INFINITE);
+    self.thread->Close(INFINITE);
+    self.thread.Reset();
+    SetEvent(self.left);
+    return 0;
+  };
+  const auto thread = self.thread = MakeThread(wait, &self);
   thread->Start();
-  EXPECT_TRUE(RkWait(self.left, kGenerousMs));
+  EXPECT_TRUE(RkWait(self.left, kTestDeadlineMs));
 }
 
-TEST(WorkerThread, bulk_work_is_never_raised) {
+TEST(worker_thread, bulk_work_is_never_raised) {
   bool raised = true;
   const auto look = [](void* context, HANDLE) -> UINT {
 #ifdef _WIN32
@@ -134,7 +123,7 @@ TEST(WorkerThread, bulk_work_is_never_raised) {
   };
   const auto thread = MakeThread(look, &raised);
   thread->Start();
-  thread->WaitForStop(kGenerousMs);
+  thread->WaitForStop(kTestDeadlineMs);
   EXPECT_FALSE(raised);
 }
 

@@ -1,13 +1,9 @@
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include <deque>
 
 #include "base/CRkHandle.h"
-#include "tests/platform/SleepingWait.h"
+#include "tests/support/RkBlockedCall.h"
 
 namespace {
 
@@ -15,24 +11,23 @@ bool IsSignalled(HANDLE object) {
   return RkWait(object, 0);
 }
 
-TEST(Event, manual_wakes_every_waiter_and_auto_wakes_one) {
+TEST(event, manual_wakes_every_waiter_and_auto_wakes_one) {
   CRkHandle manual = CRkHandle::ManualResetEvent();
   CRkHandle automatic = CRkHandle::AutoResetEvent();
-  // More waiters than one batch of wake-ups takes.
-  std::vector<std::unique_ptr<CSleepingWait>> waits;
-  waits.reserve(20);
-  for (int i = 0; i < 20; ++i) {
-    waits.push_back(std::make_unique<CSleepingWait>(std::vector<HANDLE>{automatic, manual}, false));
-  }
+  const HANDLE objects[] = {automatic, manual};
+  std::atomic<int> served = 0;
+  std::deque<CBlockedCall> waits;  // more than one batch of wake-ups takes
+  for (int i = 0; i < 20; ++i)
+    waits.emplace_back(
+        [&] { served += WaitForMultipleObjects(2, objects, FALSE, INFINITE) == WAIT_OBJECT_0 ? 1 : 0; });
   SetEvent(automatic);
   while (IsSignalled(automatic)) SetEvent(automatic);  // until a waiter has it
   SetEvent(manual);
-  int served = 0;
-  for (auto& wait : waits) served += wait->Result() == WAIT_OBJECT_0 ? 1 : 0;
+  waits.clear();
   EXPECT_EQ(served, 1);
 }
 
-TEST(Semaphore, counts_up_to_its_maximum_and_refuses_more) {
+TEST(semaphore, counts_up_to_its_maximum_and_refuses_more) {
   for (auto [initial, maximum] : {std::pair<LONG, LONG>{0, 0}, {0, -1}, {-1, 1}, {2, 1}}) {
     EXPECT_EQ(CreateSemaphoreW(nullptr, initial, maximum, nullptr), nullptr);
   }
@@ -50,7 +45,7 @@ TEST(Semaphore, counts_up_to_its_maximum_and_refuses_more) {
   EXPECT_FALSE(IsSignalled(semaphore));
 }
 
-TEST(WaitAny, takes_only_the_lowest_signalled_object_in_every_order) {
+TEST(wait_any, takes_only_the_lowest_signalled_object_in_every_order) {
   CRkHandle event = CRkHandle::AutoResetEvent();
   CRkHandle semaphore = CRkHandle::Semaphore(0, 1);
   CRkHandle manual = CRkHandle::ManualResetEvent();
@@ -74,18 +69,19 @@ TEST(WaitAny, takes_only_the_lowest_signalled_object_in_every_order) {
   } while (std::next_permutation(order.begin(), order.end()));
 }
 
-TEST(WaitAll, takes_nothing_early_and_everything_at_once) {
+TEST(wait_all, takes_nothing_early_and_everything_at_once) {
   CRkHandle event = CRkHandle::AutoResetEvent();
   CRkHandle semaphore = CRkHandle::Semaphore(0, 4);
   CRkHandle manual = CRkHandle::ManualResetEvent();
-  CSleepingWait all({event, semaphore, manual}, true);
+  const HANDLE three[] = {event, semaphore, manual};
+  CBlockedCall all([&] { EXPECT_EQ(WaitForMultipleObjects(3, three, TRUE, INFINITE), WAIT_OBJECT_0); });
   SetEvent(event);
   EXPECT_TRUE(IsSignalled(event));  // still there for somebody else
   ReleaseSemaphore(semaphore, 2, nullptr);
   SetEvent(manual);
   EXPECT_TRUE(IsSignalled(semaphore));  // and here the other unit
   SetEvent(event);
-  EXPECT_EQ(all.Result(), WAIT_OBJECT_0);
+  all.Join();
   EXPECT_FALSE(IsSignalled(event));
   EXPECT_FALSE(IsSignalled(semaphore));
   EXPECT_TRUE(IsSignalled(manual));

@@ -1,21 +1,15 @@
 #include <csignal>
 
-#include <chrono>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "base/CRkHandle.h"
-#include "tests/platform/SleepingWait.h"
+#include "tests/support/RkBlockedCall.h"
 
 // What the layer promises beyond Windows, which looks into fewer arguments and may end a wait a little early.
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
-
-TEST(Handles, null_and_wrong_ones_are_refused) {
+TEST(handles, null_and_wrong_ones_are_refused) {
   CRkHandle event = CRkHandle::AutoResetEvent();
   CRkHandle semaphore = CRkHandle::Semaphore(0, 1);
   const auto refused = [](BOOL result) {
@@ -41,24 +35,22 @@ TEST(Handles, null_and_wrong_ones_are_refused) {
   EXPECT_TRUE(refused(ReleaseSemaphore(event, 1, nullptr)));
 }
 
-TEST(Waits, refuse_what_they_cannot_wait_for) {
-  std::vector<CRkHandle> owners;
+TEST(waits, refuse_what_they_cannot_wait_for) {
+  std::vector<CRkHandle> owners(MAXIMUM_WAIT_OBJECTS + 1);
   std::vector<HANDLE> objects;
-  for (DWORD i = 0; i <= MAXIMUM_WAIT_OBJECTS; ++i) {
-    owners.push_back(CRkHandle(CreateEventW(nullptr, FALSE, TRUE, nullptr)));
-    objects.push_back(owners.back());
-  }
-  const auto refused = [&](DWORD count, const HANDLE* from, BOOL all) {
-    SetLastError(ERROR_SUCCESS);
-    return WaitForMultipleObjects(count, from, all, 0) == WAIT_FAILED &&
-           GetLastError() == ERROR_INVALID_PARAMETER;
-  };
-  EXPECT_TRUE(refused(MAXIMUM_WAIT_OBJECTS + 1, objects.data(), FALSE));
-  EXPECT_TRUE(refused(MAXIMUM_WAIT_OBJECTS + 1, objects.data(), TRUE));
-  EXPECT_TRUE(refused(0, objects.data(), FALSE));
-  EXPECT_TRUE(refused(1, nullptr, FALSE));
+  for (auto& owner : owners)
+    objects.push_back(owner = CRkHandle(CreateEventW(nullptr, FALSE, TRUE, nullptr)));
   const HANDLE twice[] = {objects[0], objects[1], objects[0]};
-  EXPECT_TRUE(refused(3, twice, TRUE));
+  const std::tuple<DWORD, const HANDLE*, BOOL> bad[] = {{MAXIMUM_WAIT_OBJECTS + 1, objects.data(), FALSE},
+                                                        {MAXIMUM_WAIT_OBJECTS + 1, objects.data(), TRUE},
+                                                        {0, objects.data(), FALSE},
+                                                        {1, nullptr, FALSE},
+                                                        {3, twice, TRUE}};
+  for (const auto& [count, from, all] : bad) {
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(WaitForMultipleObjects(count, from, all, 0), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  }
 
   EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, objects.data(), TRUE, 0), WAIT_OBJECT_0);
   EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, objects.data(), FALSE, 0), WAIT_TIMEOUT);
@@ -66,36 +58,35 @@ TEST(Waits, refuse_what_they_cannot_wait_for) {
   EXPECT_EQ(WaitForMultipleObjects(MAXIMUM_WAIT_OBJECTS, objects.data(), FALSE, 0), WAIT_OBJECT_0 + 63);
 }
 
-TEST(Waits, never_end_early_nor_for_nothing) {
+TEST(waits, never_end_early_nor_for_nothing) {
   CRkHandle first = CRkHandle::AutoResetEvent();
   CRkHandle second = CRkHandle::AutoResetEvent();
   SetEvent(second);
   const HANDLE pair[] = {first, second};
   for (DWORD timeoutMs : {0U, 1U, 2U, 30U}) {
-    const auto start = Clock::now();
-    EXPECT_EQ(WaitForSingleObject(first, timeoutMs), WAIT_TIMEOUT);
-    EXPECT_GE(Clock::now() - start, milliseconds(timeoutMs));
-    const auto again = Clock::now();
-    EXPECT_EQ(WaitForMultipleObjects(2, pair, TRUE, timeoutMs), WAIT_TIMEOUT);
-    EXPECT_GE(Clock::now() - again, milliseconds(timeoutMs));
+    for (const bool all : {false, true}) {
+      const auto start = std::chrono::steady_clock::now();
+      EXPECT_EQ(
+          all ? WaitForMultipleObjects(2, pair, TRUE, timeoutMs) : WaitForSingleObject(first, timeoutMs),
+          static_cast<DWORD>(WAIT_TIMEOUT));
+      EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(timeoutMs));
+    }
   }
 
   std::signal(SIGUSR1, [](int) {});
   CRkHandle single = CRkHandle::AutoResetEvent();
-  CSleepingWait one({single}, false);
-  CSleepingWait all({first, second}, true);
-  for (int i = 0; i < 20; ++i) {
-    for (const auto* const wait : {&one, &all}) {
-      pthread_kill(wait->Thread(), SIGUSR1);
-      AwaitAsleep(wait->ThreadId());
-    }
+  CBlockedCall one([&] { EXPECT_EQ(WaitForSingleObject(single, INFINITE), WAIT_OBJECT_0); });
+  CBlockedCall all([&] { EXPECT_EQ(WaitForMultipleObjects(2, pair, TRUE, INFINITE), WAIT_OBJECT_0); });
+  for (int i = 0; i < 40; ++i) {
+    const DWORD thread = (i % 2 == 0 ? one : all).ThreadId();
+    tgkill(getpid(), static_cast<pid_t>(thread), SIGUSR1);
+    EXPECT_TRUE(WaitUntil([&] { return IsAsleep(thread); }));
   }
   SetEvent(single);
-  EXPECT_EQ(one.Result(), WAIT_OBJECT_0);
+  one.Join();
   EXPECT_TRUE(RkWait(second, 0));
   SetEvent(second);
   SetEvent(first);
-  EXPECT_EQ(all.Result(), WAIT_OBJECT_0);
 }
 
 }  // namespace
