@@ -48,7 +48,7 @@ SMixed Mix(int bits, int channels, const std::vector<BYTE>& sound, std::vector<S
   return mixed;
 }
 
-TEST(AudioSampleCounts, begin_every_frame_at_its_exact_sample) {
+TEST(audio_sample_counts, begin_every_frame_at_its_exact_sample) {
   std::mt19937 random(2);
   for (int rate = 0; rate < kRkFrameRateCount; ++rate) {
     const ERkFrameRate frameRate = static_cast<ERkFrameRate>(rate);
@@ -69,7 +69,7 @@ TEST(AudioSampleCounts, begin_every_frame_at_its_exact_sample) {
     EXPECT_EQ(RkAudioUtils::GetAudioSampleCounts(48000, static_cast<ERkFrameRate>(outside), 0, 1), 0u);
 }
 
-TEST(AudioBuffer, is_silent_in_the_middle_of_its_range) {
+TEST(audio_buffer, is_silent_in_the_middle_of_its_range) {
   for (const int bits : kAllBits) {
     const SRkWaveFormatInfo format = RkMakeWaveFormat(3, 48000, static_cast<WORD>(bits));
     std::vector<BYTE> sound = Noise(size_t{10} * format.blockAlign + 1);
@@ -80,7 +80,7 @@ TEST(AudioBuffer, is_silent_in_the_middle_of_its_range) {
   }
 }
 
-TEST(AudioChannels, land_at_their_place_in_a_wider_frame_and_leave_the_others) {
+TEST(audio_channels, land_at_their_place_in_a_wider_frame_and_leave_the_others) {
   for (const int bits : kAllBits) {
     for (const auto& [channels, wide, place] :
          {std::tuple{1, 2, 1}, {2, 8, 4}, {2, 2, 0}, {5, 7, 2}, {6, 6, 0}}) {
@@ -107,7 +107,7 @@ TEST(AudioChannels, land_at_their_place_in_a_wider_frame_and_leave_the_others) {
   EXPECT_EQ(copy(4, 16, 2, 16), 0);
 }
 
-TEST(AudioMix, is_the_rounded_and_saturated_sum_of_its_channels) {
+TEST(audio_mix, is_the_rounded_and_saturated_sum_of_its_channels) {
   const std::vector<std::vector<SRkAudioMixParam>> manyGains = {{{1000, 0}, {0, 1000}},
                                                                 {{1000, 1000}, {0, 0}},
                                                                 {{707, -250}, {3, 1000}},
@@ -139,7 +139,7 @@ TEST(AudioMix, is_the_rounded_and_saturated_sum_of_its_channels) {
   }
 }
 
-TEST(AudioMix, narrows_24_bits_alike_at_every_length) {
+TEST(audio_mix, narrows_24_bits_alike_at_every_length) {
   constexpr int kLevels[] = {0x7FFFFF, -0x800000, 0x7FFF7F, 0x7FFF80, 0x7F, 0x80, -0x80, -0x81};
   constexpr short kNarrow[] = {32767, -32768, 32767, 32767, 0, 1, 0, -1};
   for (DWORD count = 0; count < 70; ++count) {
@@ -153,7 +153,7 @@ TEST(AudioMix, narrows_24_bits_alike_at_every_length) {
   }
 }
 
-TEST(AudioMix, gives_what_both_sides_have_and_refuses_what_it_cannot_mix) {
+TEST(audio_mix, gives_what_both_sides_have_and_refuses_what_it_cannot_mix) {
   const std::vector<SRkAudioMixParam> gains(2, {1000, 1000});
   const std::vector<BYTE> sound(40, 1);
   EXPECT_EQ(Mix(16, 2, sound, gains, 12, 2).samples[19], 514);
