@@ -1,19 +1,13 @@
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
+#include <fstream>
 
-#include <gtest/gtest.h>
-
-#include "base/CRkRef.h"
 #include "contracts/RkAVUtils.h"
-#include "contracts/RkHost.h"
-#include "contracts/RkKernel.h"
 #include "contracts/RkMediaElement.h"
 #include "contracts/RkPictureLayout.h"
 #include "tests/support/RkFakes.h"
 #include "tests/support/RkFfmpeg.h"
+#include "tests/support/RkSamples.h"
 
 // Counts what a file could not give.
 class CReadSink : public CFake<IRkMediaReadSink> {
@@ -41,6 +35,16 @@ class CMediaTest : public testing::Test {
     return path;
   }
 
+  static std::string Load(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  std::string Save(const std::string& name, const std::string& bytes) const {
+    const std::string path = folder.Path(name);
+    std::ofstream(path, std::ios::binary) << bytes;
+    return path;
+  }
+
   SRkMediaDescription Describe(const std::string& path) {
     SRkMediaDescription description{};
     SRkMediaReason reason{};
@@ -49,11 +53,12 @@ class CMediaTest : public testing::Test {
   }
 
   // An element in the file's own format.
-  CRkRef<IRkClipElement> OpenAsItIs(const std::string& path) {
-    format = Describe(path).format;
-    return OpenAs(path, format);
+  CRkRef<IRkClipElement> OpenAsItIs(const std::string& path) { return OpenAs(path, Describe(path).format); }
+  CRkRef<IRkClipElement> OpenAtRate(const std::string& path, int frameRate) {
+    SRkClipFormat as = Describe(path).format;
+    as.video.frameRate = frameRate;
+    return OpenAs(path, as);
   }
-
   CRkRef<IRkClipElement> OpenAs(const std::string& path, const SRkClipFormat& as) {
     format = as;
     CRkRef<IRkClipElement> element = Create(path, as.video.frameRate);
@@ -123,6 +128,12 @@ class CMediaTest : public testing::Test {
     EXPECT_TRUE(reference.compare(number * PictureBytes(), PictureBytes(), frame.picture) == 0) << number;
   }
 
+  // At random: a frame shows the picture of its own number.
+  void ExpectPicturesAt(const std::vector<UINT>& offsets, const CRkRef<IRkClipElement>& element,
+                        const std::string& reference) {
+    for (const UINT offset : offsets) ExpectPicture(At(element, offset), reference, offset);
+  }
+
   // All of the element, read in order, is the reference's pictures, each once.
   void ExpectAllPictures(const CRkRef<IRkClipElement>& element, const std::string& reference) {
     const size_t count = reference.size() / PictureBytes();
@@ -146,27 +157,15 @@ class CMediaTest : public testing::Test {
     SFrame frame;
     frame.read = true;
     frame.position = sample->GetPosition();
-    CRkRef<IRkVideoSample> video;
-    sample->GetVideoSample(video.Out());
     for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-      CRkRef<IRkUnknown> item;
-      if (!video->GetBuffer(plane, item.Out())) continue;
       const SRkPlaneLayout layout = RkPlaneLayout(format.video, plane);
-      const BYTE* row = static_cast<IRkPlayBuffer*>(item.Get())->GetData();
-      for (int y = 0; y < layout.height; ++y, row += layout.stride) {
+      const BYTE* row = RowsOf(*sample, plane);
+      for (int y = 0; row != nullptr && y < layout.height; ++y, row += layout.stride) {
         frame.picture.append(reinterpret_cast<const char*>(row), static_cast<size_t>(layout.width));
       }
     }
-    CRkRef<IRkAudioSample> audio;
-    sample->GetAudioSample(0, 0, audio.Out());
-    if (audio) {
-      SRkAudioSampleInfo info{};
-      audio->GetInfo(&info);
-      SRkLockAudioSample lock{};
-      audio->Lock(&lock);
-      frame.sound.assign(reinterpret_cast<const char*>(lock.data), info.dataLength);
-      audio->Unlock();
-    }
+    const std::vector<BYTE> sound = SoundOf(*sample);
+    frame.sound.assign(sound.begin(), sound.end());
     return frame;
   }
 };

@@ -1,7 +1,6 @@
 // What happens to pictures that are not in the output's format: colours, shape, turn, opacity.
 
 #include <cmath>
-#include <cstdlib>
 
 #include "tests/libraries/media/MediaTest.h"
 
@@ -13,13 +12,12 @@ class CConversionTest : public CMediaTest {
     int y, u, v;
   };
 
-  static SRkVideoResolution Output(int width, int height) {
-    return {width, height, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, RkColorRange_Limited, 0};
-  }
-
-  // The file's first frame in the format, without sound.
-  SFrame First(const std::string& path, const SRkVideoResolution& video) {
-    return Next(OpenAs(path, {{}, video}));
+  // The file's first frame in the size, without sound.
+  SFrame First(const std::string& path, int width, int height, int aspectNumerator = 1,
+               int aspectDenominator = 1) {
+    return Next(OpenAs(path, {{},
+                              {width, height, RkPixelFormat_I420, 0, RkFrameRate_25, aspectNumerator,
+                               aspectDenominator, RkColorRange_Limited, 0}}));
   }
 
   // The colour of a 4:2:0 frame at a place given in luma samples.
@@ -35,9 +33,10 @@ class CConversionTest : public CMediaTest {
 
   void ExpectColour(const SFrame& frame, int x, int y, const SColour& expected, int tolerance = 2) const {
     const SColour colour = At(frame, x, y);
-    EXPECT_LE(std::abs(colour.y - expected.y), tolerance) << colour.y << " at " << x << "," << y;
-    EXPECT_LE(std::abs(colour.u - expected.u), tolerance) << colour.u << " at " << x << "," << y;
-    EXPECT_LE(std::abs(colour.v - expected.v), tolerance) << colour.v << " at " << x << "," << y;
+    SCOPED_TRACE(testing::Message() << "at " << x << "," << y);
+    EXPECT_NEAR(colour.y, expected.y, tolerance);
+    EXPECT_NEAR(colour.u, expected.u, tolerance);
+    EXPECT_NEAR(colour.v, expected.v, tolerance);
   }
 
   // A still of one colour in raw YUV, coded without loss, with the tags.
@@ -56,25 +55,17 @@ class CConversionTest : public CMediaTest {
     return 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(picture.size()) / squares);
   }
 
-  // Columns, or rows, of the frame's luma around its middle that are not black.
-  struct SExtent {
-    int first, last;
-  };
-  SExtent Extent(const SFrame& frame, bool columns) const {
+  // The first and last column, or row, of the frame's luma around its middle that is not black.
+  void ExpectExtent(const SFrame& frame, bool columns, int first, int last) const {
     const int width = format.video.width;
     const int height = format.video.height;
-    SExtent extent{-1, -1};
+    std::vector<int> bright;
     for (int i = 0; i < (columns ? width : height); ++i) {
-      if (At(frame, columns ? i : width / 2, columns ? height / 2 : i).y < 40) continue;
-      if (extent.first < 0) extent.first = i;
-      extent.last = i;
+      if (At(frame, columns ? i : width / 2, columns ? height / 2 : i).y >= 40) bright.push_back(i);
     }
-    return extent;
-  }
-  void ExpectExtent(const SFrame& frame, bool columns, int first, int last) const {
-    const SExtent extent = Extent(frame, columns);
-    EXPECT_NEAR(extent.first, first, 1);
-    EXPECT_NEAR(extent.last, last, 1);
+    ASSERT_FALSE(bright.empty());
+    EXPECT_NEAR(bright.front(), first, 1);
+    EXPECT_NEAR(bright.back(), last, 1);
   }
 };
 
@@ -85,25 +76,25 @@ TEST_F(CConversionTest, matrix_and_range_follow_the_size_of_the_output_whatever_
   const CConversionTest::SColour red709{63, 102, 240};
   const std::string sd = MakeYuv("sd.mkv", "720x576", "81:90:240", kUntagged);
   const std::string hd = MakeYuv("hd.mkv", "1280x720", "63:102:240", kUntagged);
-  ExpectColour(First(sd, Output(1280, 720)), 640, 300, red709);
-  ExpectColour(First(hd, Output(720, 576)), 360, 300, red601);
+  ExpectColour(First(sd, 1280, 720), 640, 300, red709);
+  ExpectColour(First(hd, 720, 576), 360, 300, red601);
   // Copied where nothing differs, converted where only the tag does.
-  ExpectColour(First(hd, Output(1280, 720)), 640, 300, red709, 0);
+  ExpectColour(First(hd, 1280, 720), 640, 300, red709, 0);
   const std::string tagged = MakeYuv("tagged.mkv", "1280x720", "81:90:240", "-colorspace smpte170m");
-  ExpectColour(First(tagged, Output(1280, 720)), 640, 300, red709);
+  ExpectColour(First(tagged, 1280, 720), 640, 300, red709);
   const std::string full =
       MakeYuv("full.mkv", "1280x720", "255:128:128", "-color_range pc -colorspace bt709");
-  ExpectColour(First(full, Output(1280, 720)), 640, 300, {235, 128, 128}, 1);
+  ExpectColour(First(full, 1280, 720), 640, 300, {235, 128, 128}, 1);
   const std::string rgb =
       Make("rgb.png", "-f lavfi -i color=red:s=1280x720:r=25:d=0.04,format=rgb24 -frames:v 1");
-  ExpectColour(First(rgb, Output(1280, 720)), 640, 300, red709);
+  ExpectColour(First(rgb, 1280, 720), 640, 300, red709);
 }
 
 TEST_F(CConversionTest, deep_pictures_are_dithered_and_high_dynamic_range_is_tone_mapped) {
   // Half a step between two codes of 8 bits comes out as both, in equal shares.
   const std::string deep = MakeYuv("deep.mkv", "1280x720", "402:512:512", "-colorspace bt709", "yuv420p10");
   EXPECT_EQ(Describe(deep).pictureBits, 10);
-  const SFrame dithered = First(deep, Output(1280, 720));
+  const SFrame dithered = First(deep, 1280, 720);
   double sum = 0.0;
   for (int i = 0; i < 1280 * 720; ++i) sum += static_cast<BYTE>(dithered.picture[static_cast<size_t>(i)]);
   EXPECT_NEAR(sum / (1280 * 720), 100.5, 0.1);
@@ -119,7 +110,7 @@ TEST_F(CConversionTest, deep_pictures_are_dithered_and_high_dynamic_range_is_ton
                          "ffv1 -colorspace bt2020nc -color_primaries bt2020 -color_trc ") +
                  transfer);
     EXPECT_TRUE(Describe(path).isHighDynamicRange);
-    EXPECT_GT(Psnr(First(path, Output(1280, 720)).picture, RkReferencePictures(path, mapped)), 32.0);
+    EXPECT_GT(Psnr(First(path, 1280, 720).picture, RkReferencePictures(path, mapped)), 32.0);
   }
 }
 
@@ -128,29 +119,26 @@ TEST_F(CConversionTest, another_shape_is_fitted_cropped_or_stretched_by_its_pixe
       "-f lavfi -i color=white:s=720x576:r=25:d=0.08 -c:v mpeg2video -qscale:v 2 -aspect ";
   const std::string narrow = Make("narrow.ts", pal + "4:3");
   const std::string wide = Make("wide.ts", pal + "16:9");
-  ExpectExtent(First(narrow, Output(1280, 720)), true, 160, 1119);
-  ExpectExtent(First(narrow, Output(1280, 720)), false, 0, 719);
-  ExpectExtent(First(wide, Output(1280, 720)), true, 0, 1279);
+  ExpectExtent(First(narrow, 1280, 720), true, 160, 1119);
+  ExpectExtent(First(narrow, 1280, 720), false, 0, 719);
+  ExpectExtent(First(wide, 1280, 720), true, 0, 1279);
   // Into pixels that are not square: a wide list of PAL size.
-  SRkVideoResolution anamorphic = Output(720, 576);
-  anamorphic.aspectNumerator = 64;
-  anamorphic.aspectDenominator = 45;
-  ExpectExtent(First(narrow, anamorphic), true, 90, 629);
+  ExpectExtent(First(narrow, 720, 576, 64, 45), true, 90, 629);
   EXPECT_EQ(Describe(wide).format.video.aspectNumerator * 45,
             Describe(wide).format.video.aspectDenominator * 64);
 
   const std::string tall = Make("tall.mkv", "-f lavfi -i color=white:s=360x640:r=25:d=0.08 -c:v ffv1");
-  ExpectExtent(First(tall, Output(640, 360)), true, 219, 420);
-  ExpectColour(First(tall, Output(640, 360)), 10, 10, {16, 128, 128}, 0);
+  ExpectExtent(First(tall, 640, 360), true, 219, 420);
+  ExpectColour(First(tall, 640, 360), 10, 10, {16, 128, 128}, 0);
   // A circle of 4:3 stays round; a border shows what is cropped.
   const std::string framed =
       Make("framed.mkv", "-f lavfi -i color=white:s=640x480:r=25:d=0.08,drawbox=t=20:c=black -c:v ffv1");
   options.fit = RkFit_Fill;
-  ExpectExtent(First(framed, Output(640, 360)), true, 20, 619);
-  ExpectExtent(First(framed, Output(640, 360)), false, 0, 359);
+  ExpectExtent(First(framed, 640, 360), true, 20, 619);
+  ExpectExtent(First(framed, 640, 360), false, 0, 359);
   options.fit = RkFit_Stretch;
-  ExpectExtent(First(framed, Output(640, 360)), false, 15, 344);
-  ExpectExtent(First(narrow, Output(1280, 720)), true, 0, 1279);
+  ExpectExtent(First(framed, 640, 360), false, 15, 344);
+  ExpectExtent(First(narrow, 1280, 720), true, 0, 1279);
 }
 
 TEST_F(CConversionTest, the_display_matrix_turns_pictures_and_opacity_lies_over_black) {
@@ -168,7 +156,7 @@ TEST_F(CConversionTest, the_display_matrix_turns_pictures_and_opacity_lies_over_
       Make("half.mov",
            "-f lavfi -i color=white:s=64x48:r=25:d=0.08,format=rgba,colorchannelmixer=aa=0.5 "
            "-c:v qtrle");
-  ExpectColour(First(half, Output(64, 48)), 32, 24, {126, 128, 128});
+  ExpectColour(First(half, 64, 48), 32, 24, {126, 128, 128});
 }
 
 }  // namespace

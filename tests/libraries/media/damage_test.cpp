@@ -1,20 +1,9 @@
-#include <fstream>
-
 #include "tests/libraries/media/MediaTest.h"
 
 namespace {
 
 class CDamageTest : public CMediaTest {
  protected:
-  static std::string Load(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  std::string Save(const std::string& name, const std::string& bytes) const {
-    const std::string path = folder.Path(name);
-    std::ofstream(path, std::ios::binary) << bytes;
-    return path;
-  }
   static std::string WhyNot(const std::string& path) {
     CRkRef<IRkClipElement> element;
     SRkMediaDescription description{};

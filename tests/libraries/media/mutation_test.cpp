@@ -2,7 +2,6 @@
 // frame that it announces. RK_MUTATIONS: copies of each file (1000 under the address sanitizer are the long
 // form); RK_MUTATION_SEED: the first of their seeds, which a failure prints.
 
-#include <fstream>
 #include <random>
 
 #include "tests/libraries/media/MediaTest.h"
@@ -54,13 +53,11 @@ class CMutationTest : public CMediaTest {
   void PlayMutations(const std::string& name, const std::string& coding) {
     const std::string path =
         Make(name, "-f lavfi -i testsrc2=s=64x48:r=25 -f lavfi -i sine=r=48000 -t 1 " + coding);
-    std::ifstream file(path, std::ios::binary);
-    const std::string whole{std::istreambuf_iterator<char>(file), {}};
+    const std::string whole = Load(path);
     const unsigned first = Setting("RK_MUTATION_SEED", 1);
     for (unsigned seed = first; seed < first + Setting("RK_MUTATIONS", 20); ++seed) {
       SCOPED_TRACE(name + ", RK_MUTATION_SEED=" + std::to_string(seed));
-      std::ofstream(path, std::ios::binary) << Mutated(whole, seed);
-      Play(path);
+      Play(Save(name, Mutated(whole, seed)));
       if (HasFailure()) return;
     }
   }

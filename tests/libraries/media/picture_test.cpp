@@ -81,9 +81,7 @@ TEST_F(CPictureTest, a_variable_rate_shows_at_every_time_the_picture_that_began_
     SCOPED_TRACE(name);
     const std::string path =
         Make(name, "-f lavfi -i testsrc2=s=160x120:r=25:d=0.4 " + timing + "-c:v libx264 -bf 2 -g 5");
-    SRkClipFormat as = Describe(path).format;
-    as.video.frameRate = RkFrameRate_25;
-    const auto element = OpenAs(path, as);
+    const auto element = OpenAtRate(path, RkFrameRate_25);
     const std::string reference = RkReferencePictures(path);
     const std::vector<SFrame> frames = Rest(element);
     EXPECT_EQ(frames.size(), element->GetFrameCount());
@@ -103,9 +101,8 @@ TEST_F(CPictureTest, another_output_rate_repeats_and_leaves_out_pictures_evenly)
   const std::string slow = Make("slow.mp4", kMoving + kLongGop);
   const std::string fast = Make("fast.mp4", "-f lavfi -i testsrc2=s=160x120:r=50:d=1.02 " + kLongGop);
   for (const auto& [path, rate] : {std::pair(slow, RkFrameRate_50), {fast, RkFrameRate_25}}) {
-    SRkClipFormat as = Describe(path).format;
-    as.video.frameRate = rate;
-    const std::vector<int> numbers = NumbersIn(RkReferencePictures(path), Rest(OpenAs(path, as)));
+    const std::vector<SFrame> frames = Rest(OpenAtRate(path, rate));
+    const std::vector<int> numbers = NumbersIn(RkReferencePictures(path), frames);
     ASSERT_EQ(numbers.size(), path == slow ? 100u : 26u);
     for (int i = 0; const int number : numbers) {
       EXPECT_EQ(number, path == slow ? i / 2 : i * 2);
