@@ -1,30 +1,23 @@
 #include "rkplay/clips/SlotElement.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <vector>
 
-#include "base/CRkAudioLock.h"
 #include "base/CRkClipElementBase.h"
 #include "base/CRkHandle.h"
-#include "contracts/RkPictureLayout.h"
-#include "rkplay/files/PicturePlanes.h"
+#include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 using namespace rkplay;
 
 namespace {
 
 constexpr UINT kFrames = 40;
-constexpr SRkVideoResolution kVideo = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
-const SRkClipFormat kFormat = {RkMakeWaveFormat(2, 48000, 16), kVideo};
+const SRkClipFormat kFormat = {kTestAudio, kTestVideo};
 
 // A pattern that can be made to fail as files do.
 class FaultyClip final : public CRkClipElementBase {
  public:
-  explicit FaultyClip(const CRkRef<ReadReport>& report) : CRkClipElementBase(kFrames), m_report(report) {
-    EXPECT_TRUE(RkCreatePatternClipElement(kFrames, m_pattern.Out()));
-  }
+  explicit FaultyClip(const CRkRef<ReadReport>& report) : CRkClipElementBase(kFrames), m_report(report) {}
 
   std::atomic<bool> isGone = false;
   std::atomic<UINT> frames = kFrames;     // that it really has
@@ -49,7 +42,7 @@ class FaultyClip final : public CRkClipElementBase {
   }
 
   const CRkRef<ReadReport> m_report;
-  CRkRef<IRkClipElement> m_pattern;
+  const CRkRef<IRkClipElement> m_pattern = MakePattern(kFrames);
 };
 
 class SlotElementTest : public testing::Test {
@@ -67,20 +60,8 @@ class SlotElementTest : public testing::Test {
   }
   // The luma of the first pixel, which the burnt-in number leaves alone.
   int Luma() {
-    CRkRef<IRkVideoSample> video;
-    m_sample->GetVideoSample(video.Out());
-    const PicturePlanes planes(*video, kVideo);
-    return planes ? planes.Rows(0)[0] : -1;
-  }
-  // Samples that are all zero; -1 when some are not.
-  int SilentSamples() {
-    CRkRef<IRkAudioSample> audio;
-    m_sample->GetAudioSample(0, 0, audio.Out());
-    const CRkAudioLock lock(*audio);
-    for (DWORD i = 0; i < lock.SampleCount() * 4; ++i) {
-      if (lock.Data()[i] != 0) return -1;
-    }
-    return static_cast<int>(lock.SampleCount());
+    const BYTE* const rows = RowsOf(*m_sample, 0);
+    return rows != nullptr ? rows[0] : -1;
   }
 
   const CRkRef<ReadReport> m_report = CRkRef<ReadReport>::Adopt(new ReadReport);
@@ -100,7 +81,7 @@ TEST_F(SlotElementTest, a_clip_that_ends_early_stands_on_its_last_picture_in_sil
   for (UINT position = 3; position < kFrames; ++position) {
     ASSERT_EQ(Read(), Frame(position, "gone.mov: it ends early"));
     ASSERT_EQ(Luma(), last);
-    ASSERT_EQ(SilentSamples(), 1920);
+    ASSERT_EQ(SoundOf(*m_sample), std::vector<BYTE>(size_t{1920} * 4));
   }
   CRkRef<IRkAVPlaySample> none;
   EXPECT_FALSE(m_slot->ReadNextSample(none.Out()));

@@ -1,31 +1,19 @@
 #include "rkplay/play/Transport.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "module/RkClipPlay.h"
+#include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 using namespace rkplay;
 
 namespace {
 
-constexpr DWORD kWaitMs = 10000;
-
 // A list of two elements on air, five frames and three.
 class TransportTest : public testing::Test {
  protected:
   TransportTest() {
-    const SRkVideoResolution video = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
-    EXPECT_TRUE(RkCreateClipOutputChannel(2, 4, video, RkMakeWaveFormat(2, 48000, 16), nullptr, nullptr,
-                                          m_channel.Out()));
-    CRkRef<IRkClipElementList> list;
-    EXPECT_TRUE(RkCreateClipElementList(list.Out()));
-    for (const UINT frames : {5u, 3u}) {
-      CRkRef<IRkClipElement> element;
-      EXPECT_TRUE(RkCreatePatternClipElement(frames, element.Out()));
-      EXPECT_TRUE(list->InsertElement(static_cast<UINT>(list->GetCount()), element.Get()));
-    }
+    EXPECT_TRUE(RkCreateClipOutputChannel(2, 4, kTestVideo, kTestAudio, nullptr, nullptr, m_channel.Out()));
+    const auto list = Made<IRkClipElementList>(RkCreateClipElementList);
+    for (UINT i = 0; i < 2; ++i) EXPECT_TRUE(list->InsertElement(i, MakePattern(i == 0 ? 5 : 3).Get()));
     EXPECT_TRUE(m_channel->InsertClipElement(list.Get(), 2, 0));
     EXPECT_TRUE(m_channel->Play());
     m_transport.emplace(*m_channel.Get());
@@ -36,7 +24,7 @@ class TransportTest : public testing::Test {
     std::vector<UINT> positions;
     while (positions.size() < count) {
       CRkRef<IRkAVPlaySample> sample;
-      if (!m_channel->GetSample(kWaitMs, sample.Out())) break;
+      if (!m_channel->GetSample(kTestDeadlineMs, sample.Out())) break;
       positions.push_back(sample->GetPosition());
     }
     return positions;
@@ -74,9 +62,7 @@ TEST_F(TransportTest, goes_on_from_any_frame_whether_held_or_playing) {
 }
 
 TEST_F(TransportTest, goes_on_within_a_list_without_an_end) {
-  CRkRef<IRkClipElement> live;
-  ASSERT_TRUE(RkCreatePatternClipElement(kRkNoPosition, live.Out()));
-  ASSERT_TRUE(m_channel->InsertClipElement(live.Get(), 1, 0));
+  ASSERT_TRUE(m_channel->InsertClipElement(MakePattern(kRkNoPosition).Get(), 1, 0));
   ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
   m_transport->ListBegins(kRkNoPosition);
   EXPECT_TRUE(m_transport->GoOnFrom(5));
