@@ -9,30 +9,7 @@
   };                                     \
   Probe_##Interface::Probe_##Interface() {}
 
-PROBE(IRkUnknown)
-PROBE(IRkAVPlaySample)
-PROBE(IRkAVPlaySamplePool)
-PROBE(IRkAudioDirectSound)
-PROBE(IRkAudioMonitor)
-PROBE(IRkAudioSample)
-PROBE(IRkClipElement)
-PROBE(IRkClipElementList)
-PROBE(IRkClipOutputCallback)
-PROBE(IRkClipOutputChannel)
-PROBE(IRkClipOutputChannelNotify)
-PROBE(IRkClipSampleProcessor)
-PROBE(IRkClipSourceChannel)
-PROBE(IRkClipSourcePlayer)
-PROBE(IRkClipTrimInfo)
-PROBE(IRkPlayBuffer)
-PROBE(IRkPlayBufferPool)
-PROBE(IRkPoolElement)
-PROBE(IRkPoolElementOwner)
-PROBE(IRkSoftRefClock)
-PROBE(IRkSoftwareOutputCallback)
-PROBE(IRkSoftwareOutputDevice)
-PROBE(IRkVideoSample)
-PROBE(IRkWorkerThread)
+#include "Interfaces.inc"  // layout.sh writes a PROBE for each
 
 SRkClipFormat g_clipFormat;
 SRkAudioSampleInfo g_audioSampleInfo;

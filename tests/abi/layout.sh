@@ -8,10 +8,15 @@ here=$(dirname "$0")
 mkdir -p "$work_dir"
 differences=0
 
-# compile TARGET FLAG OUTPUT: what the compiler shows with the flag.
+# compile TARGET ARGUMENT...
 compile() {
-  "$clang" --target="$1" -std=c++20 -nostdinc++ -nostdlibinc -isystem "$here/system" -I "$source_dir" \
-    -fcxx-exceptions -fexceptions -fno-rtti -Xclang "$2" -c "$here/Probe.cpp" -o "$work_dir/$1.o" > "$3"
+  "$clang" --target="$1" -std=c++20 -nostdinc++ -nostdlibinc -isystem "$here/system" -I "$source_dir" -I "$work_dir" \
+    -fcxx-exceptions -fexceptions -fno-rtti "${@:2}"
+}
+
+# show TARGET FLAG OUTPUT: what the compiler shows with the flag.
+show() {
+  compile "$1" -Xclang "$2" -c "$here/Probe.cpp" -o "$work_dir/$1.o" > "$3"
 }
 
 # The slots of every interface: a line for each, numbered from 0. Both compilers' destructors read alike.
@@ -48,9 +53,13 @@ compare() {
   diff -u --label "$1" "$here/$1" --label "$2" "$3" || differences=1
 }
 
+# Every interface that the module's header brings.
+compile x86_64-w64-windows-gnu -E -w -x c++ "$source_dir/module/RkClipPlay.h" |
+  sed -nE 's/^(class|struct) (IRk[A-Za-z]+)( : .*)? \{$/PROBE(\2)/p' > "$work_dir/Interfaces.inc"
+
 for target in x86_64-pc-windows-msvc x86_64-w64-windows-gnu; do
-  compile $target -fdump-vtable-layouts "$work_dir/$target.tables"
-  compile $target -fdump-record-layouts "$work_dir/$target.records"
+  show $target -fdump-vtable-layouts "$work_dir/$target.tables"
+  show $target -fdump-record-layouts "$work_dir/$target.records"
   tables "$work_dir/$target.tables" > "$work_dir/tables.txt"
   records "$work_dir/$target.records" > "$work_dir/records.txt"
   if [[ $target == *msvc ]]; then
