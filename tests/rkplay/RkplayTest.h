@@ -1,10 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -56,6 +56,30 @@ class RkplayTest : public testing::Test {
     EXPECT_TRUE(result.errors.starts_with("rkplay: ")) << result.errors;
     EXPECT_NE(result.errors.find(complaint), std::string::npos) << result.errors;
     EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+  }
+
+  // Runs to its end, but with status 1 and an error that names the culprit.
+  void ExpectFails(const Words& arguments, const std::string& complaint) const {
+    const Result result = Rkplay(arguments);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find(complaint), std::string::npos) << result.errors;
+  }
+  // What is heard equals what goes out, wherever nothing is late: on a busy machine it may be, and the run
+  // says nothing.
+  void ExpectHeard(const Words& clips, Words command,
+                   const std::function<bool(const Result&)>& isLate) const {
+    Words reference = clips;
+    reference.insert(reference.end(), {"--audio", "reference.wav"});
+    ASSERT_EQ(Rkplay(reference).status, 0);
+    command.insert(command.end(), {"--sound", "heard.wav"});
+    for (int attempt = 0; attempt < 10; ++attempt) {
+      const Result result = Rkplay(command);
+      ASSERT_EQ(result.status, 0) << result.errors;
+      if (isLate(result)) continue;
+      EXPECT_TRUE(ReadFile("heard.wav") == ReadFile("reference.wav")) << clips.front();
+      return;
+    }
+    ADD_FAILURE() << clips.front() << " was late in every run";
   }
 
   // What rkplay wrote to stats.json, and how its lists ended.

@@ -61,19 +61,13 @@ TEST_F(RkplayControl, enter_typed_ahead_never_cuts_a_list_short) {
 }
 
 TEST_F(RkplayControl, a_manual_list_that_nobody_can_take_any_more_is_a_failure) {
-  const Result result = Rkplay({"pattern:5", "pattern:5", "--manual", "--stats", "stats.json"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(result.errors.find("standard input has ended"), std::string::npos) << result.errors;
+  ExpectFails({"pattern:5", "pattern:5", "--manual", "--stats", "stats.json"}, "standard input has ended");
   EXPECT_EQ(Outcomes(), Words({"played", "not played"}));
 }
 
 TEST_F(RkplayControl, a_full_disk_ends_the_run_and_is_named) {
-  for (const char* option : {"--video", "--audio", "--stats"}) {
-    const Result result = Rkplay({"pattern:60", option, "/dev/full"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.errors.find("/dev/full: cannot be written: No space left"), std::string::npos)
-        << result.errors;
-  }
+  for (const char* option : {"--video", "--audio", "--stats"})
+    ExpectFails({"pattern:60", option, "/dev/full"}, "/dev/full: cannot be written: No space left");
 }
 
 }  // namespace

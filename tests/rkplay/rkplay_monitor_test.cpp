@@ -2,37 +2,23 @@
 
 namespace {
 
-class RkplayMonitor : public RkplayTest {
- protected:
-  // What is heard equals what goes out, wherever the counters report nothing late: on a busy machine they
-  // may, and the run says nothing.
-  void ExpectHeard(const Words& clips) const {
-    Words command = clips;
-    command.insert(command.end(), {"--audio", "reference.wav"});
-    ASSERT_EQ(Rkplay(command).status, 0);
-    command = clips;
-    command.insert(command.end(), {"--monitor=virtual", "--sound", "heard.wav", "--stats", "stats.json"});
-    for (int attempt = 0; attempt < 10; ++attempt) {
-      const Result result = Rkplay(command);
-      ASSERT_EQ(result.status, 0) << result.errors;
-      const auto seen = Stats()["monitor"];
-      if (seen["silenceFrames"] != 0 || seen["passedOver"] != 0 || seen["droppedSoundSamples"] != 0) continue;
-      EXPECT_TRUE(ReadFile("heard.wav") == ReadFile("reference.wav")) << clips.front();
-      return;
-    }
-    ADD_FAILURE() << clips.front() << " was late in every run";
-  }
-};
+using RkplayMonitor = RkplayTest;
 
 TEST_F(RkplayMonitor, what_is_heard_equals_what_goes_out_over_a_change_of_list_and_however_short) {
   MakeClip("a.mov", "25", "0.8", "-c:v mpeg4 -c:a pcm_s16le -ac 2");
   MakeClip("b.mov", "25", "0.6", "-c:v mpeg4 -c:a pcm_s16le -ac 2");
-  ExpectHeard({"a.mov", "b.mov*2"});
+  // The others are shorter than the device wants to begin.
+  for (const Words& clips : {Words{"pattern:1"}, {"pattern:3"}, {"a.mov", "b.mov*2"}}) {
+    Words command = clips;
+    command.insert(command.end(), {"--monitor=virtual", "--stats", "stats.json"});
+    ExpectHeard(clips, command, [this](const Result&) {
+      const auto seen = Stats()["monitor"];
+      return seen["silenceFrames"] != 0 || seen["passedOver"] != 0 || seen["droppedSoundSamples"] != 0;
+    });
+  }
   const auto seen = Stats()["monitor"];
   EXPECT_EQ(seen["shown"].get<int>() + seen["passedOver"].get<int>(), 20 + 15 + 15);
   EXPECT_TRUE(seen["medianOffsetMs"].is_number());
-  // Shorter than the device wants to begin.
-  for (const char* clip : {"pattern:1", "pattern:3"}) ExpectHeard({clip});
 }
 
 TEST_F(RkplayMonitor, a_wait_for_the_next_list_leaves_sound_and_picture_in_step) {

@@ -15,14 +15,10 @@ namespace {
 struct SLines {
   std::vector<std::wstring> lines;
   ERkLogMsgLevel level{};  // of the last line
-  std::atomic<bool> isReplaced{false};
-  bool calledLate = false;
 
   static void Receive(void* context, ERkLogMsgLevel level, const wchar_t* line) {
-    auto& self = *static_cast<SLines*>(context);
-    self.lines.emplace_back(line);
-    self.level = level;
-    if (self.isReplaced) self.calledLate = true;
+    static_cast<SLines*>(context)->lines.emplace_back(line);
+    static_cast<SLines*>(context)->level = level;
   }
 };
 
@@ -74,23 +70,25 @@ TEST(log_api, appends_to_files_in_utf8_and_flushes_every_line) {
 
 TEST(log_api, never_calls_a_replaced_sink_while_many_threads_log) {
   std::atomic<bool> ended{false};
-  std::vector<std::thread> writers;
-  for (int i = 0; i < 3; ++i)
-    writers.emplace_back([&ended] {
+  std::vector<std::thread> writers(3);
+  for (auto& writer : writers)
+    writer = std::thread([&ended] {
       while (!ended) RkLog_Trace(RkLogLevel_Debug, L"from %d to the end\n", 1);
     });
   std::vector<SLines> sinks(100);
+  std::vector<size_t> counts;
   for (auto& sink : sinks) {
     RkLog_SetSink(&SLines::Receive, &sink);
     RkLog_Trace(RkLogLevel_Debug, L"from 0 to the end\n");
     RkLog_SetSink(nullptr, nullptr);
-    sink.isReplaced = true;
+    counts.push_back(sink.lines.size());
   }
   ended = true;
   for (auto& writer : writers) writer.join();
-  for (const auto& sink : sinks) {
-    EXPECT_FALSE(sink.calledLate || sink.lines.empty());
-    for (const auto& line : sink.lines) EXPECT_EQ(line.size(), 18u);
+  for (size_t i = 0; i < sinks.size(); ++i) {
+    EXPECT_GT(counts[i], 0u);
+    EXPECT_EQ(sinks[i].lines.size(), counts[i]) << "called late";
+    for (const auto& line : sinks[i].lines) EXPECT_EQ(line.size(), 18u);
   }
 }
 

@@ -108,9 +108,7 @@ TEST_F(CDamageTest, sound_that_the_decoder_refuses_is_silence_between_fades) {
     EXPECT_LE(sink.substituted.size(), 4u);
     const auto* samples = reinterpret_cast<const int16_t*>(damaged.data());
     const auto* reference = reinterpret_cast<const int16_t*>(good.data());
-    int silent = 0;
-    int wrong = 0;
-    int step = 0;
+    int silent = 0, wrong = 0, step = 0;
     for (size_t i = 1; i < damaged.size() / 2; ++i) {
       silent += samples[i] == 0 ? 1 : 0;
       wrong += samples[i] != reference[i] ? 1 : 0;
