@@ -20,10 +20,10 @@ inline std::ostream& operator<<(std::ostream& out, const SModelFrame& frame) {
   return out << "list " << frame.list << " element " << frame.element << " position " << frame.position;
 }
 
-class CModelElement : public CMarkingElement {
+class CModelElement : public CFakeElement {
  public:
   CModelElement(UINT list, UINT element, UINT frames)
-      : CMarkingElement(frames), m_list(list), m_element(element) {}
+      : CFakeElement(frames), m_list(list), m_element(element) {}
 
   static SModelFrame FrameOf(IRkAVPlaySample& sample) {
     CRkRef<IRkUnknown> source;

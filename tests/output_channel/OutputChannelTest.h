@@ -14,9 +14,9 @@
 using Events = std::vector<std::string>;
 using Messages = std::vector<std::wstring>;
 
-class CNamedElement : public CMarkingElement {
+class CNamedElement : public CFakeElement {
  public:
-  CNamedElement(char name, UINT frames) : CMarkingElement(frames), name(name) {}
+  CNamedElement(char name, UINT frames) : CFakeElement(frames), name(name) {}
   const char name;
 };
 

@@ -107,7 +107,8 @@ class CGate {
 
 class CFakePool : public CFake<IRkPlayBufferPool> {};
 
-// An element of numbered frames without picture or sound. Counts the calls it receives.
+// An element of numbered frames without picture or sound. Counts the calls it receives, and attaches itself
+// to its samples, so that a test can tell which element delivered them.
 class CFakeElement : public CFake<IRkClipElement> {
  public:
   explicit CFakeElement(UINT frames) : m_frames(frames) {}
@@ -187,6 +188,7 @@ class CFakeElement : public CFake<IRkClipElement> {
     CRkRef<IRkAVPlaySample> made;
     if (!RkCreateAVPlaySample(made.Out())) return FALSE;
     made->SetPosition(m_start.Get() + offset + static_cast<UINT>(positionError.load()));
+    made->SetAttachment(this);
     m_next = offset + 1;
     *sample = made.Detach();
     return TRUE;
@@ -199,25 +201,6 @@ class CFakeElement : public CFake<IRkClipElement> {
   std::atomic<UINT> m_next = 0;
   CRkTimelineStart m_start;
   std::atomic<UINT> m_mode = 0;
-};
-
-// Attaches itself to its samples, so that a test can tell which element delivered them.
-class CMarkingElement : public CFakeElement {
- public:
-  using CFakeElement::CFakeElement;
-
-  BOOL ReadNextSample(IRkAVPlaySample** sample) override {
-    return Marked(CFakeElement::ReadNextSample(sample), sample);
-  }
-  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
-    return Marked(CFakeElement::ReadSampleAt(offset, sample), sample);
-  }
-
- private:
-  BOOL Marked(BOOL read, IRkAVPlaySample** sample) {
-    if (read) (*sample)->SetAttachment(this);
-    return read;
-  }
 };
 
 // Records every sample's position and every reported interval. References the pool it receives, as hooks do.
