@@ -13,11 +13,7 @@ constexpr LONGLONG kMostFreeFrames = 100;  // keeps a burst after a long hold sh
 }  // namespace
 
 CRkClipReader::CRkClipReader(const SRkReaderParts& parts, HANDLE stopEvent)
-    : m_parts(parts), m_stopEvent(stopEvent), m_start(parts.progress.Start()) {
-  LARGE_INTEGER frequency = {};
-  QueryPerformanceFrequency(&frequency);
-  m_counterFrequency = frequency.QuadPart;
-}
+    : m_parts(parts), m_stopEvent(stopEvent), m_start(parts.progress.Start()) {}
 
 void CRkClipReader::Read() {
   _FindStart();
@@ -174,11 +170,11 @@ bool CRkClipReader::_GoToElementAt(UINT position) {
 }
 
 void CRkClipReader::_ReportInterval() {
-  LARGE_INTEGER now = {};
-  QueryPerformanceCounter(&now);
-  const LONGLONG seconds = m_lastPositioned ? (now.QuadPart - *m_lastPositioned) / m_counterFrequency : 0;
+  const LONGLONG now = RkMonotonicNow();
+  const LONGLONG sinceMs = m_lastPositioned ? (now - *m_lastPositioned) / 1'000'000 : 0;
+  const LONGLONG seconds = sinceMs / m_parts.waits.seekUnitMs;
   if (const auto hook = m_parts.settings.hook.Get()) hook->ReportSeekInterval(static_cast<UINT>(seconds));
-  m_lastPositioned = now.QuadPart;
+  m_lastPositioned = now;
 }
 
 // The hook sees the sample just before it is cached; the stop event ends a wait for room. A frame whose

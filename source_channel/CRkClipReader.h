@@ -76,6 +76,5 @@ class CRkClipReader {
   SPass m_pass;
   bool m_isOddPass = false;
   bool m_hasLoggedNothing = false;
-  std::optional<LONGLONG> m_lastPositioned;  // performance counter of the last requested sample
-  LONGLONG m_counterFrequency = 1;
+  std::optional<LONGLONG> m_lastPositioned;  // when the last requested sample was queued
 };

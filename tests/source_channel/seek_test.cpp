@@ -133,32 +133,15 @@ TEST_F(SeekTest, a_frame_with_another_position_or_none_is_not_acknowledged) {
   ExpectSeek(5);
 }
 
-TEST_F(SeekTest, a_new_run_knows_nothing_of_the_pauses_and_seeks_before_it) {
-  BuildPaused({100});
-  ExpectSeek(50);
-  ASSERT_TRUE(channel->Play(20, 1));
-  ExpectFrames(20, 25);
-  channel->BeginSeek(0);
-  for (int i = 0; i < 2; ++i) {
-    channel->Stop();
-    ASSERT_TRUE(channel->Seek(15, 0));  // no worker runs: it stays with the orders
-    channel->Stop();
-    ASSERT_TRUE(channel->Play(3, 1));
-    ExpectFrames(3, 9);
-  }
-}
-
 // A request that waits while another is served leaves no idle pass between them.
-TEST_F(SeekTest, the_hook_hears_whole_seconds_between_seeks_without_an_idle_pass) {
+TEST_F(SeekTest, the_hook_receives_whole_seconds_between_seeks_without_an_idle_pass) {
+  waits.seekUnitMs = 20;
   BuildPaused({100});
   const auto hook = MakeFake<CFakeHook>();
   channel->SetSampleProcessor(hook.Get());
-  const auto pass = [](ULONGLONG ms) {
+  const auto passTwoUnits = [] {
     const ULONGLONG begin = GetTickCount64();
-    EXPECT_TRUE(WaitUntil([=] { return GetTickCount64() - begin > ms; }));
-  };
-  const auto served = [&](size_t count) {
-    EXPECT_TRUE(WaitUntil([&] { return hook->Intervals().size() == count; }));
+    EXPECT_TRUE(WaitUntil([=] { return GetTickCount64() - begin > 40; }));
   };
   CGate secondSeek;
   hook->onSample = [&](IRkAVPlaySample* sample) {
@@ -168,33 +151,35 @@ TEST_F(SeekTest, the_hook_hears_whole_seconds_between_seeks_without_an_idle_pass
   secondSeek.Shut();
   ASSERT_TRUE(channel->Seek(50, 0));
   ASSERT_TRUE(WaitUntil([&] { return secondSeek.SomebodyWaits(); }));
-  pass(1000);
+  const ULONGLONG begin = GetTickCount64();
+  passTwoUnits();
   secondSeek.Open();
-  served(2);
-  pass(1000);
+  ASSERT_TRUE(WaitUntil([&] { return hook->Intervals().size() == 2; }));
+  const auto mostUnits = (GetTickCount64() - begin) / waits.seekUnitMs + 1;
+  passTwoUnits();
   ASSERT_TRUE(channel->Seek(70, 0));
-  served(3);
+  ASSERT_TRUE(WaitUntil([&] { return hook->Intervals().size() == 3; }));
   const auto intervals = hook->Intervals();
   EXPECT_EQ(intervals[0], 0u);
-  EXPECT_GE(intervals[1], 1u);
-  EXPECT_LT(intervals[1], 1000u) << "whole seconds";
+  EXPECT_GE(intervals[1], 2u);
+  EXPECT_LE(intervals[1], mostUnits + 1) << "whole units";
   EXPECT_EQ(intervals[2], 0u) << "an idle pass ends the count";
   channel->RemoveSampleProcessor();
 }
 
-TEST_F(SeekTest, the_hook_sees_every_sample_before_it_is_delivered_and_each_served_seek) {
-  Build({3, 7});
-  const auto hook = MakeFake<CFakeHook>();
-  channel->SetSampleProcessor(hook.Get());
-  ASSERT_TRUE(channel->Play(0, 1));
-  ExpectFrames(0, 10);
-  const std::vector<UINT> seen = hook->Positions();
-  ASSERT_GE(seen.size(), 10u);
-  for (UINT i = 0; i < 10; ++i) EXPECT_EQ(seen[i], i);
-  channel->BeginSeek(0);
-  for (UINT i = 0; i < 5; ++i) ExpectSeek(i * 2);
-  EXPECT_TRUE(WaitUntil([&] { return hook->Intervals().size() == 5; }));
-  EXPECT_EQ(hook->Intervals()[0], 0u);
+TEST_F(SeekTest, a_mode_never_moves_an_element_under_a_read_and_moves_it_afterwards) {
+  Build({100, 200}, 4);
+  ASSERT_TRUE(channel->Play(100, 1));
+  ExpectFrames(100, 104);
+  elements[1]->readGate.Shut();
+  while (Take(0) != kNothing) {
+  }
+  HoldRead(*elements[1]);
+  waits.pauseMs = 1;
+  channel->SetElementMode(3, 150);  // runs into its time-out
+  EXPECT_TRUE(elements[1]->Seeks().empty());
+  elements[1]->readGate.Open();
+  ExpectFrames(250, 260);
 }
 
 }  // namespace
