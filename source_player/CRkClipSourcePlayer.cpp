@@ -9,19 +9,16 @@
 namespace {
 
 constexpr int kWorkerPriority = THREAD_PRIORITY_TIME_CRITICAL;
-constexpr DWORD kStopTimeoutMs = 5000;
-constexpr DWORD kCloseTimeoutMs = 1000;
-constexpr DWORD kSampleWaitMs = 1;
 
 }  // namespace
 
 CRkClipSourcePlayer::CRkClipSourcePlayer(const SRkVideoResolution& resolution,
-                                         const SRkWaveFormatInfo& format)
-    : m_format{format, resolution} {}
+                                         const SRkWaveFormatInfo& format, const SRkPlayerWaits& waits)
+    : m_format{format, resolution}, m_waits(waits) {}
 
 CRkClipSourcePlayer::~CRkClipSourcePlayer() {
   Close();
-  if (m_thread) m_thread->Close(kCloseTimeoutMs);
+  if (m_thread) m_thread->Close(m_waits.closeMs);
 }
 
 BOOL CRkClipSourcePlayer::_Initialize(IRkPlayBufferPool* pool, IRkClipOutputCallback* callback) {
@@ -117,7 +114,7 @@ void CRkClipSourcePlayer::Stop() {
     m_stopping = true;
     m_thread->RequestStop();
   }
-  m_thread->WaitForStop(kStopTimeoutMs);
+  m_thread->WaitForStop(m_waits.stopMs);
   CRkScopedLock lock(m_lock);
   m_stopping = false;
   m_state = RkPlayer_Stopped;
@@ -182,11 +179,11 @@ bool CRkClipSourcePlayer::_DeliverToEnd(SRun& run, HANDLE stopEvent) {
   CRkRef<IRkAVPlaySample> sample;
   if (!run.clip->ReadSampleAt(run.counter, sample.Out()) || !sample) return false;
   while (sample) {
-    if (RkWait(stopEvent, kSampleWaitMs)) return false;
+    if (RkWait(stopEvent, m_waits.sampleMs)) return false;
     _Deliver(run, *sample);
     run.clip->ReadNextSample(sample.Out());
   }
-  return !RkWait(stopEvent, kSampleWaitMs);
+  return !RkWait(stopEvent, m_waits.sampleMs);
 }
 
 void CRkClipSourcePlayer::_Deliver(SRun& run, IRkAVPlaySample& sample) {

@@ -6,6 +6,15 @@
 #include "source_player/CRkTrimWalk.h"
 #include "source_player/IRkClipSourcePlayer.h"
 
+// The time-outs of a player in milliseconds. A player borrows one record for its whole life.
+struct SRkPlayerWaits {
+  DWORD sampleMs = 1;    // the worker's wait for its stop event before each sample
+  DWORD stopMs = 5000;   // Stop waits for the run to end
+  DWORD closeMs = 1000;  // the destructor waits for the worker's thread to end
+};
+
+inline constexpr SRkPlayerWaits kRkPlayerWaits;  // of every player that the factory creates
+
 // Plays one clip to the host's callback. Owns the worker thread, and one reference each to the pool, the
 // callback, the open clip and the player's own trim information.
 //
@@ -17,12 +26,13 @@
 //
 // The worker copies its order when the run begins. The run itself sets the clip's trim information and
 // lifts it at its end, so that every control operation and every other run finds the clip whole.
-// A run that outlives its Stop (5 s; a callback or a clip blocks) still uses the clip: until it has returned,
+// A run that outlives its Stop (a callback or a clip blocks) still uses the clip: until it has returned,
 // the host must not call Close, Seek or SetTrimInfo, nor release the player. Such a run leaves the state to
 // the run that was ordered after it, which has a higher number.
 class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
  public:
-  CRkClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format);
+  CRkClipSourcePlayer(const SRkVideoResolution& resolution, const SRkWaveFormatInfo& format,
+                      const SRkPlayerWaits& waits = kRkPlayerWaits);
   ~CRkClipSourcePlayer() override;
 
   // Called once, right after construction. FALSE without a pool or a worker thread.
@@ -61,6 +71,7 @@ class CRkClipSourcePlayer final : public CRkUnknown<IRkClipSourcePlayer> {
   void _Show(IRkAVPlaySample& sample, UINT position) RK_EXCLUDES(m_lock);
 
   const SRkClipFormat m_format;
+  const SRkPlayerWaits& m_waits;
   CRkRef<IRkPlayBufferPool> m_bufferPool;
   CRkRef<IRkClipOutputCallback> m_callback;
   CRkRef<IRkWorkerThread> m_thread;

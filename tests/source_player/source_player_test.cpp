@@ -3,6 +3,8 @@
 #include <iterator>
 #include <sstream>
 
+#include "base/RkCreateObject.h"
+#include "source_player/CRkClipSourcePlayer.h"
 #include "tests/support/RkFakes.h"
 
 namespace {
@@ -68,8 +70,8 @@ class CTrimmedElement : public CFakeElement {
 class source_player : public testing::Test {
  protected:
   source_player() {
-    EXPECT_TRUE(RkCreateClipSourcePlayer(kTestVideo, RkMakeWaveFormat(0, 48000, 16), m_pool.Get(),
-                                         m_callback.Get(), m_player.Out()));
+    auto* created = new CRkClipSourcePlayer(kTestVideo, RkMakeWaveFormat(0, 48000, 16), m_waits);
+    EXPECT_TRUE(RkInitializeAndHandOut(created, m_player.Out(), m_pool.Get(), m_callback.Get()));
   }
   ~source_player() override {
     m_player.Reset();
@@ -98,6 +100,7 @@ class source_player : public testing::Test {
     return m_callback->TakeLog();
   }
 
+  SRkPlayerWaits m_waits;
   CRkRef<CFakePool> m_pool = MakeFake<CFakePool>();
   CRkRef<CFakePlayerCallback> m_callback = MakeFake<CFakePlayerCallback>();
   CRkRef<IRkClipSourcePlayer> m_player;
@@ -216,23 +219,15 @@ TEST_F(source_player, what_cannot_be_done_is_refused_and_keeps_the_ranges) {
   EXPECT_EQ(m_callback->TakeLog(), "");
 }
 
-TEST_F(source_player, plays_again_from_the_end_callback) {
-  OpenPattern(3);
-  std::atomic<int> runs = 1;
-  m_callback->onEnd = [&] {
-    if (runs < 3 && m_player->Play(0, FALSE)) ++runs;
-  };
-  ASSERT_TRUE(m_player->Play(0, FALSE));
-  ASSERT_TRUE(WaitUntil([&] { return m_callback->Count("end") == 3; }));
-  EXPECT_EQ(m_callback->Log(), "start 0 1 2 end start 0 1 2 end start 0 1 2 end");
-}
-
 TEST_F(source_player, a_run_that_outlives_its_stop_is_never_joined_by_a_second) {
   const auto clip = OpenFake(10);
   clip->readGate.Shut();
   ASSERT_TRUE(m_player->Play(0, FALSE));
   ASSERT_TRUE(WaitUntil([&] { return clip->readGate.SomebodyWaits(); }));
-  m_player->Stop();  // gives up after its 5 s
+  EXPECT_EQ(m_waits.stopMs, 5000u);
+  m_waits.stopMs = 1;
+  m_player->Stop();  // runs into its time-out
+  m_waits.stopMs = kTestDeadlineMs;
   ASSERT_TRUE(m_player->Play(7, FALSE));
   m_callback->onSample = [&](UINT) { EXPECT_EQ(m_player->GetState(), RkPlayer_Playing); };
   EXPECT_EQ(clip->readers, 1);
