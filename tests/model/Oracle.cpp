@@ -7,6 +7,19 @@ namespace {
 enum EYes { No, Yes, Either };
 enum EChange { Keep, StopOld, EmptyOld };
 
+constexpr wchar_t kRequest[] = L"CRkClipOutputChannel::SwitchChannel: has a switch request!\n";
+constexpr wchar_t kAtOnce[] =
+    L"CRkClipOutputChannel::SwitchChannel: Will success to switch Playing channel and Waiting channel at "
+    L"once!\n";
+constexpr wchar_t kNothing[] =
+    L"CRkClipOutputChannel::SwitchChannel Error: the Waiting Channel does not exist!!!!\n";
+constexpr wchar_t kStopped[] = L"CRkClipOutputChannel::SwitchChannel: the Playing channel has stopped now!\n";
+constexpr wchar_t kNext[] =
+    L"CRkClipOutputChannel::SwitchChannel. The Waiting channel is not empty, so to switch Playing channel "
+    L"and Waiting channel!\n";
+constexpr wchar_t kEnd[] =
+    L"CRkClipOutputChannel::SwitchChannel. The Waiting channel is empty, so to end the playback!\n";
+
 struct SSwitchRow {
   UINT playing;     // the Playing channel's status
   EYes autoSwitch;  // what the sink answers
@@ -16,17 +29,18 @@ struct SSwitchRow {
   BOOL result;
   const char* event;
   bool answersTaker;
+  const wchar_t* messages[2] = {};
 };
 
 constexpr SSwitchRow kSwitchTable[] = {
     {2, Either, No, Either, Keep, 2, TRUE, nullptr, false},
-    {2, Either, Yes, Yes, StopOld, 4, TRUE, "free", true},
-    {2, Either, Yes, No, Keep, 2, FALSE, nullptr, true},
-    {1, No, No, Either, Keep, 5, TRUE, nullptr, false},
-    {1, No, Yes, Yes, EmptyOld, 4, TRUE, "free", true},
-    {1, No, Yes, No, Keep, 1, FALSE, "ended", true},
-    {1, Yes, Either, Yes, EmptyOld, 4, TRUE, "free", false},
-    {1, Yes, Either, No, Keep, 1, FALSE, "ended", false},
+    {2, Either, Yes, Yes, StopOld, 4, TRUE, "free", true, {kRequest, kAtOnce}},
+    {2, Either, Yes, No, Keep, 2, FALSE, nullptr, true, {kRequest, kNothing}},
+    {1, No, No, Either, Keep, 5, TRUE, nullptr, false, {kStopped}},
+    {1, No, Yes, Yes, EmptyOld, 4, TRUE, "free", true, {kStopped, kNext}},
+    {1, No, Yes, No, Keep, 1, FALSE, "ended", true, {kStopped, kEnd}},
+    {1, Yes, Either, Yes, EmptyOld, 4, TRUE, "free", false, {kStopped, kNext}},
+    {1, Yes, Either, No, Keep, 1, FALSE, "ended", false, {kStopped, kEnd}},
 };
 
 bool Fits(EYes wanted, bool is) {
@@ -54,8 +68,12 @@ SAnswer COracle::Switch(bool autoSwitch) {
   if (row->change != Keep) _Exchange();
   if (row->change == StopOld) _Waiting() = {};
   if (row->change == EmptyOld) _Waiting().list.reset();
-  SAnswer answer = {row->result, {}, row->status, playing == RkStopped, row->answersTaker};
+  SAnswer answer = {row->result,           {}, row->status, playing == RkStopped, row->answersTaker,
+                    row->change == StopOld};
   if (row->event != nullptr) answer.events = {row->event};
+  for (const wchar_t* message : row->messages) {
+    if (message != nullptr) answer.messages.emplace_back(message);
+  }
   return answer;
 }
 
@@ -63,7 +81,7 @@ SAnswer COracle::SwitchAtOnce() {
   if (!_Waiting().list) return {FALSE};
   _Exchange();
   _Waiting() = {};
-  return {TRUE, {"free"}};
+  return {TRUE, {"free"}, 0, false, false, true};
 }
 
 // ---- play and stop

@@ -16,6 +16,8 @@ struct SAnswer {
   UINT status = 0;                       // of SwitchChannel
   bool asksSink = false;
   bool answersTaker = false;
+  bool stopsOld = false;                    // the list on air is cut off
+  std::vector<std::wstring> messages = {};  // that SwitchChannel logs
 };
 
 // Predicts what an output channel does, from its rules alone: without a thread, a cache or a lock. Every

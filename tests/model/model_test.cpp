@@ -1,14 +1,14 @@
-// A host takes random steps, and an oracle predicts every answer. A seed draws all the steps. The thread of
-// each step's role takes it, and the test waits for it, so a seed always gives the same play. Only two
-// things overlap: a SwitchPlay waits over any number of steps, and a load runs beside a delivery.
+// A host takes random steps, and an oracle predicts every answer. A seed draws all the steps. Each is taken
+// on a thread of its own, and the test waits for it, so a seed always gives the same play. Only two things
+// overlap: a SwitchPlay waits over any number of steps, and a load runs beside a delivery.
 //
 // A failing seed is printed. Replay it, or run longer:
 //   RK_MODEL_SEED=7 RK_MODEL_STEPS=5000 RkModelTests --gtest_filter='Model.*'
 //   RK_MODEL_SEEDS=200 RkModelTests --gtest_filter='Model.*'
 
 #include <map>
+#include <mutex>
 
-#include "tests/model/Actor.h"
 #include "tests/model/Oracle.h"
 #include "tests/output_channel/OutputChannelTest.h"
 
@@ -84,6 +84,24 @@ class Model : public OutputChannelTest {
     }
   }
 
+  template <class Work>
+  static auto Begin(Work work) {
+    return std::async(std::launch::async, std::move(work));
+  }
+  template <class Work>
+  static auto Do(Work work) {
+    return Begin(std::move(work)).get();
+  }
+  // Stopped, when an operation has cut its list off.
+  using Elements = std::vector<CRkRef<CModelElement>>;
+  Elements OnAir() const { return m_oracle->OnAir() ? m_oracle->OnAir()->elements : Elements(); }
+  static void ExpectClosed(const Elements& elements) {
+    for (const auto& element : elements) {
+      EXPECT_EQ(element->opens, element->closes);
+      EXPECT_FALSE(element->misused);
+    }
+  }
+
   // ---- deliverer
 
   CRkRef<IRkAVPlaySample> GetSample(bool comes) {
@@ -112,16 +130,23 @@ class Model : public OutputChannelTest {
   }
   void Sample() {
     const bool comes = m_oracle->GivesSample();
-    ExpectSample(m_deliverer.Do([&] { return GetSample(comes); }), comes);
+    ExpectSample(Do([&] { return GetSample(comes); }), comes);
     Expect({}, TRUE);
   }
   void Look() {
+    const Elements old = OnAir();
     const SAnswer expected = m_oracle->Switch(m_notify->autoSwitch);
     UINT status = 99;
-    const BOOL result = m_deliverer.Do([&] { return m_channel->SwitchChannel(&status); });
+    const BOOL result = Do([&] {
+      CLogRecorder log;
+      const BOOL switched = m_channel->SwitchChannel(&status);
+      EXPECT_EQ(log.Messages(L"CRkClipOutputChannel::SwitchChannel"), expected.messages);
+      return switched;
+    });
     Tell("status " + std::to_string(status));
     EXPECT_EQ(status, expected.status);
     Expect(expected, result);
+    if (expected.stopsOld) ExpectClosed(old);
     if (!expected.answersTaker || !m_taken.valid()) return;
     EXPECT_EQ(m_taken.get(), static_cast<int>(m_oracle->SwitchPosition()));
   }
@@ -137,49 +162,46 @@ class Model : public OutputChannelTest {
     return list;
   }
   // A single element goes in either way.
-  BOOL Insert(const SModelList& list, const std::vector<CRkRef<CModelElement>>& elements) {
+  BOOL Insert(const SModelList& list, const Elements& elements) {
     const bool asElement = elements.size() == 1 && list.number % 2 == 0;
     auto* first = asElement ? static_cast<IRkClipElement*>(elements[0].Get()) : nullptr;
-    const BOOL result = asElement ? m_channel->InsertClipElement(first, list.repeatCount, list.start)
-                                  : CueAll(elements, list.repeatCount, list.start);
-    return result;
+    return asElement ? m_channel->InsertClipElement(first, list.repeatCount, list.start)
+                     : CueAll(elements, list.repeatCount, list.start);
   }
   void Load() {
     const SModelList list = MakeList();
-    const BOOL result = m_editor.Do([&] { return Insert(list, list.elements); });
+    const BOOL result = Do([&] { return Insert(list, list.elements); });
     Expect(m_oracle->Load(list, false), result);
   }
   void LoadTwice() {
     const SModelList list = MakeList();
     auto elements = list.elements;
     elements.push_back(elements[m_random->Below(static_cast<UINT>(elements.size()))]);
-    const BOOL result = m_editor.Do([&] { return Insert(list, elements); });
+    const BOOL result = Do([&] { return Insert(list, elements); });
     Expect(m_oracle->Load(list, true), result);
   }
   void LoadNothing() {
-    Expect(m_oracle->LoadNothing(), m_editor.Do([&] { return Insert({}, {}); }));
+    Expect(m_oracle->LoadNothing(), Do([&] { return Insert({}, {}); }));
   }
   void LoadBesideDelivery() {
     const SModelList list = MakeList();
     const bool comes = m_oracle->GivesSample();
-    auto loaded = m_editor.Begin([&] { return Insert(list, list.elements); });
-    const auto sample = m_deliverer.Do([&] { return GetSample(comes); });
+    auto loaded = Begin([&] { return Insert(list, list.elements); });
+    const auto sample = Do([&] { return GetSample(comes); });
     const BOOL result = loaded.get();
     ExpectSample(sample, comes);
     Expect(m_oracle->Load(list, false), result);
   }
   void Delete() {
-    Expect(m_oracle->Delete(), m_editor.Do([&] { return m_channel->DeleteClip(); }));
+    Expect(m_oracle->Delete(), Do([&] { return m_channel->DeleteClip(); }));
   }
 
-  // ---- taker; while it waits, the thread of the settings takes its other steps
-
-  CActor& FreeTaker() { return m_taken.valid() ? m_settings : m_taker; }
+  // ---- taker
 
   void Request() {
     if (m_taken.valid()) return;
     const UINT before = m_waits.switchPlays;
-    m_taken = m_taker.Begin([this] {
+    m_taken = Begin([this] {
       UINT position = 0;
       return m_channel->SwitchPlay(&position) ? static_cast<int>(position) : -1;
     });
@@ -188,7 +210,7 @@ class Model : public OutputChannelTest {
   }
   void RequestInVain() {
     if (m_taken.valid()) return;
-    m_taker.Do([this] { LeaveRequest(); });
+    Do([this] { LeaveRequest(); });
     m_oracle->Request();
   }
   void ExpectTakerWaits() {
@@ -204,13 +226,16 @@ class Model : public OutputChannelTest {
     if (m_taken.valid()) m_taken.get();
   }
   void SwitchAtOnce() {
-    Expect(m_oracle->SwitchAtOnce(), FreeTaker().Do([&] { return m_channel->SwitchChannelAtOnce(); }));
+    const Elements old = OnAir();
+    const SAnswer expected = m_oracle->SwitchAtOnce();
+    Expect(expected, Do([&] { return m_channel->SwitchChannelAtOnce(); }));
+    if (expected.stopsOld) ExpectClosed(old);
   }
   void Play() {
-    Expect(m_oracle->Play(), FreeTaker().Do([&] { return m_channel->Play(); }));
+    Expect(m_oracle->Play(), Do([&] { return m_channel->Play(); }));
   }
   void Stop() {
-    Expect(m_oracle->Stop(), FreeTaker().Do([&] { return m_channel->Stop(); }));
+    Expect(m_oracle->Stop(), Do([&] { return m_channel->Stop(); }));
   }
 
   // ---- settings
@@ -219,12 +244,12 @@ class Model : public OutputChannelTest {
   void RepeatCount() {
     const int count = static_cast<int>(m_random->Below(5)) - 1;
     Tell(std::to_string(count));
-    m_settings.Do([&] { m_channel->SetRepeatCount(count); });
+    Do([&] { m_channel->SetRepeatCount(count); });
     m_oracle->SetRepeatCount(count);
     Expect({}, TRUE);
   }
   void Formats() {
-    const BOOL result = m_settings.Do([&] {
+    const BOOL result = Do([&] {
       m_channel->SetVideoResolution(kTestVideo);
       m_channel->SetWaveFormatInfo(kTestAudio);
       m_channel->SetPlayBufferPool(nullptr);
@@ -235,7 +260,7 @@ class Model : public OutputChannelTest {
   void BeginSeek() {
     if (!m_oracle->AnswersPause()) return;
     const UINT mode = m_random->Below(3);
-    const BOOL result = m_settings.Do([&] { return m_channel->BeginSeek(mode); });
+    const BOOL result = Do([&] { return m_channel->BeginSeek(mode); });
     m_oracle->BeginSeek(mode);
     Expect({}, result);
   }
@@ -243,17 +268,17 @@ class Model : public OutputChannelTest {
     const SModelFrame* frame = m_oracle->Seekable(m_random->Below(1000));
     if (frame == nullptr) return;
     Tell(std::to_string(frame->position));
-    const BOOL result = m_settings.Do([&] { return m_channel->Seek(frame->position, kTestDeadlineMs); });
+    const BOOL result = Do([&] { return m_channel->Seek(frame->position, kTestDeadlineMs); });
     m_oracle->Seek(*frame);
     Expect({}, result);
   }
   void SeekPastTheEnd() {
     const UINT total = m_oracle->Total();
     const UINT position = total == kRkNoPosition ? total : total + m_random->Below(2);
-    Expect({FALSE}, m_settings.Do([&] { return m_channel->Seek(position, kTestDeadlineMs); }));
+    Expect({FALSE}, Do([&] { return m_channel->Seek(position, kTestDeadlineMs); }));
   }
   void EndSeek() {
-    m_settings.Do([&] { m_channel->EndSeek(); });
+    Do([&] { m_channel->EndSeek(); });
     m_oracle->EndSeek();
     Expect({}, TRUE);
   }
@@ -263,9 +288,9 @@ class Model : public OutputChannelTest {
     const UINT mode = moves ? m_random->Below(3) : m_oracle->Mode(true);
     const UINT position = moves && m_random->OneIn(2) ? m_random->Below(m_oracle->Total()) : kRkNoPosition;
     Tell(std::to_string(mode) + " at " + std::to_string(position));
-    m_settings.Do([&] { m_channel->SetElementMode(TRUE, mode, position); });
+    Do([&] { m_channel->SetElementMode(TRUE, mode, position); });
     m_oracle->SetElementMode(mode, position);
-    m_settings.Do([&] { m_channel->SetElementMode(FALSE, m_oracle->Mode(false), kRkNoPosition); });
+    Do([&] { m_channel->SetElementMode(FALSE, m_oracle->Mode(false), kRkNoPosition); });
     Expect({}, TRUE);
   }
 
@@ -277,7 +302,6 @@ class Model : public OutputChannelTest {
   std::mutex m_readMutex;
   std::map<UINT, IRkAVPlaySample*> m_newestRead;  // by list, guarded by m_readMutex; only compared
   bool m_endFoundLater = false;                   // after the last sample of the list on air was taken
-  CActor m_deliverer, m_editor, m_taker, m_settings;
 };
 
 const Model::SStep Model::kSteps[] = {

@@ -12,7 +12,6 @@
 #include "tests/support/RkLogRecorder.h"
 
 using Events = std::vector<std::string>;
-using Messages = std::vector<std::wstring>;
 
 class CNamedElement : public CFakeElement {
  public:

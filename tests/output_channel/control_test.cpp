@@ -3,6 +3,14 @@
 
 namespace {
 
+constexpr wchar_t kInsertFailed[] =
+    L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to insert the element!\n";
+constexpr wchar_t kPlayFailed[] =
+    L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to play!\n";
+
+constexpr wchar_t kUnanswered[] =
+    L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it happens!\n";
+
 using Control = OutputChannelTest;
 
 TEST_F(Control, without_a_sink_the_waiting_list_follows_at_once) {
@@ -12,8 +20,6 @@ TEST_F(Control, without_a_sink_the_waiting_list_follows_at_once) {
   ASSERT_TRUE(Cue('B', 2));
   EXPECT_EQ(PlayOut(), "A0 A1 4 B0 B1 1 ");
 }
-
-// ---- a sink that calls back
 
 TEST_F(Control, a_sink_may_stop_the_channel_when_it_hears_of_the_end) {
   m_notify->onEnd = [this](BOOL ended) {
@@ -47,29 +53,6 @@ TEST_F(Control, a_sink_may_cue_when_the_waiting_channel_is_free) {
   m_notify->onFree = nullptr;
 }
 
-// ---- switches on request
-
-TEST_F(Control, an_unanswered_request_fails_and_stands_until_the_next_look) {
-  PlayList({MakeElement('A', 9)});
-  ASSERT_TRUE(Cue('B', 9));
-  CLogRecorder log;
-  LeaveRequest();
-  EXPECT_EQ(
-      log.Messages(L"CRkClipOutputChannel::SwitchPlay"),
-      Messages{L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it happens!\n"});
-  EXPECT_EQ(TakeSample(), "A0");
-  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
-  EXPECT_EQ(TakeSample(), "B0");
-
-  // A late answer does not end the wait for the next request.
-  log.Clear();
-  auto answer = RequestSwitch();
-  EXPECT_FALSE(log.Heard(L"Successed"));
-  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
-  EXPECT_EQ(answer.get(), 0);
-  EXPECT_TRUE(log.Heard(L"]CRkClipOutputChannel::SwitchPlay Successed!\n"));
-}
-
 TEST_F(Control, a_switch_and_a_mode_wait_until_a_load_is_done) {
   const std::function<void()> calls[] = {[&] { EXPECT_EQ(Switch(), RkSwitchStatus_Switched); },
                                          [&] { EXPECT_TRUE(m_channel->SwitchChannelAtOnce()); },
@@ -96,6 +79,40 @@ TEST_F(Control, a_switch_and_a_mode_wait_until_a_load_is_done) {
     }
     m_channel->Stop();
   }
+}
+
+TEST_F(Control, banners_frame_what_an_operation_logs) {
+  PlayList({MakeElement('A', 9)});
+  CLogRecorder log;
+  TakeSample();
+  Cue('B', 9, 1, 9);
+  const auto twice = MakeElement('B', 9);
+  Cue({twice, twice});
+  m_channel->InsertClipElement(static_cast<IRkClipElement*>(nullptr), 1, 0);
+  m_channel->DeleteClip();
+  LeaveRequest();
+  m_channel->Seek(99, 0);
+  auto answer = RequestSwitch();
+  EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
+  EXPECT_EQ(answer.get(), 0);
+  std::wstring told;
+  for (const auto& line : log.Lines()) {
+    const size_t message = line.text.find(L"[TID: ");
+    const bool traced = message != std::wstring::npos;
+    // The lines of the source channel and of SwitchChannel do not matter here.
+    if (traced && line.text.find(L"CRkClipOutputChannel") != 1) continue;
+    if (line.text.find(L"::SwitchChannel,") != std::wstring::npos) continue;
+    EXPECT_EQ(line.level, RkLogLevel_Debug);
+    told += traced ? line.text.substr(line.text.find(L']', message) + 1) : line.text;
+  }
+  const auto framed = [](const std::wstring& name, const std::wstring& message = {}) {
+    const std::wstring banner = L" ------>CRkClipOutputChannel::" + name + L"<------\n";
+    return L"enter" + banner + message + L"leave" + banner;
+  };
+  EXPECT_EQ(told, framed(L"GetSample", L"0") + framed(L"InsertClipElement", kPlayFailed) +
+                      framed(L"InsertClipElement", kInsertFailed) + framed(L"InsertClipElement") +
+                      framed(L"DeleteClip") + framed(L"SwitchPlay", kUnanswered) + framed(L"Seek") +
+                      framed(L"SwitchPlay", L"CRkClipOutputChannel::SwitchPlay Successed!\n"));
 }
 
 }  // namespace

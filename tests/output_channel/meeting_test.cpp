@@ -72,6 +72,25 @@ TEST_F(Meeting, a_change_of_roles_waits_for_a_delivery_in_progress) {
   EXPECT_EQ(TakeSample(), "B0");
 }
 
+TEST_F(Meeting, the_end_of_a_list_does_not_wait_for_a_worker_that_reads_on) {
+  const auto first = MakeElement('A', 2);
+  const auto hook = MakeFake<CFakeHook>();
+  CGate nextPass;
+  nextPass.Shut();
+  hook->onSample = [&](IRkAVPlaySample* sample) {
+    if (NameOf(*sample) == "A0" && first->reads > 2) nextPass.Pass();
+  };
+  m_channel->SetSampleProcessor(hook.Get());
+  PlayList({first});
+  ASSERT_TRUE(Cue('B', 1));
+  EXPECT_EQ(TakeSamples(2), "A0 A1 ");
+  ASSERT_TRUE(WaitUntil([&] { return nextPass.SomebodyWaits(); }));
+  EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
+  EXPECT_EQ(PlayOut(), "B0 1 ");
+  nextPass.Open();
+  m_channel->Stop();
+}
+
 // The first request has timed out and is being answered while the second is raised.
 TEST_F(Meeting, a_request_raised_while_an_older_one_is_answered_waits_for_its_own_answer) {
   PlayList({MakeElement('A', 9)});
