@@ -259,12 +259,6 @@ TEST_F(output_device, its_callback_may_take_itself_off_and_another_be_set) {
 }
 
 TEST_F(output_device, released_while_playing_with_frames_queued_leaves_nothing) {
-  CreateWithPicturesOnly(4);
-  m_device->Play();
-  for (int i = 0; i < 4; ++i) Put(true);
-  g_clock->stopping = true;
-  m_device.Reset();
-
   CreateWithAudio(2, 4);
   PlayFromFrame0(4);
   for (int i = 0; i < 4; ++i) Put(true);

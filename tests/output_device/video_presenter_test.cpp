@@ -49,15 +49,8 @@ TEST_F(video_presenter, the_marker_blanks_the_picture_whatever_is_due) {
   EXPECT_EQ(Pass(10), Events{"v20"});
 }
 
-TEST_F(video_presenter, a_stop_goes_through_to_the_last_frame_and_ends_with_an_empty_queue) {
+TEST_F(video_presenter, an_exit_ends_it_without_a_sign_that_it_is_done) {
   const SPacingEvents events;
-  m_shown.AdvanceTo(25);
-  Queue({20, 21, 22, 23, 24, 25});
-  SetEvent(events.stop);
-  m_presenter.Run(events.exit, events.stop, events.videoDone);
-  EXPECT_EQ(m_sink->Take(), Events{"v25"});
-  EXPECT_TRUE(RkWait(events.videoDone, 0));
-
   Queue({26});
   SetEvent(events.exit);
   m_presenter.Run(events.exit, events.stop, events.videoDone);
@@ -65,7 +58,7 @@ TEST_F(video_presenter, a_stop_goes_through_to_the_last_frame_and_ends_with_an_e
   m_presenter.Run(events.exit, nullptr, events.videoDone);  // the events are gone: ends as well
 }
 
-TEST_F(video_presenter, repeats_an_early_frame_during_a_stop_at_most_once_a_millisecond) {
+TEST_F(video_presenter, a_stop_repeats_an_early_frame_at_most_once_a_millisecond_and_ends_with_the_last) {
   const SPacingEvents events;
   Queue({5, 6});
   SetEvent(events.stop);
@@ -80,6 +73,8 @@ TEST_F(video_presenter, repeats_an_early_frame_during_a_stop_at_most_once_a_mill
   m_shown.AdvanceTo(6);
   presenter.join();
   EXPECT_EQ(m_sink->Take().back(), "v6");
+  EXPECT_EQ(m_queue.Count(), 0);
+  EXPECT_TRUE(RkWait(events.videoDone, 0));
 }
 
 TEST(shown_frame, follows_the_clock_and_is_anchored_again_when_the_clock_outruns_the_frames) {

@@ -20,19 +20,6 @@ class EndingTest : public SourceChannelTest, public testing::WithParamInterface<
   }
 };
 
-TEST_P(EndingTest, a_list_without_an_end_mark_ends_with_the_last_frame_that_its_passes_give) {
-  const UINT length = BuildList();
-  for (const int passes : {1, 3, 7}) {
-    ASSERT_TRUE(channel->Play(0, passes));
-    for (int pass = 1; pass <= passes; ++pass) {
-      ExpectFrames(0, length - 1);
-      EXPECT_EQ(Status(), RkSourceChannel_Playing) << pass;
-      ExpectFrames(length - 1, length);
-    }
-    EXPECT_TRUE(WaitUntil([this] { return Status() == RkSourceChannel_Stopped; })) << passes;
-  }
-}
-
 TEST_P(EndingTest, an_end_that_is_found_after_its_last_frame_was_taken_ends_a_wait_for_more) {
   const UINT length = BuildList();
   const auto hook = MakeFake<CFakeHook>();

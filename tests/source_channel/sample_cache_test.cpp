@@ -125,27 +125,4 @@ TEST_F(SampleCacheTest, only_a_put_during_the_wait_reaches_the_count) {
   });
 }
 
-TEST_F(SampleCacheTest, keeps_order_and_units_while_producer_consumer_and_flushes_meet) {
-  constexpr UINT kPuts = 20000;
-  std::atomic<bool> produced = false;
-  std::thread producer([&] {
-    for (UINT i = 1; i <= kPuts; ++i) cache->PutSample(MakeSample(i).Get(), static_cast<LONG>(i), nullptr);
-    produced = true;
-  });
-  std::thread flusher([&] {
-    while (!produced) cache->Flush();
-  });
-  for (UINT last = 0; !produced;) {
-    const Taken taken = TryTake(1);
-    if (taken == kNone) continue;
-    EXPECT_EQ(taken.first, static_cast<UINT>(taken.second));
-    EXPECT_GT(taken.first, last);
-    last = taken.first;
-  }
-  producer.join();
-  flusher.join();
-  cache->Flush();
-  ExpectRoomForThree();
-}
-
 }  // namespace
