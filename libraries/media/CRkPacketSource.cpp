@@ -1,65 +1,18 @@
 #include "libraries/media/CRkPacketSource.h"
 
-#include <fstream>
 #include <utility>
-
-extern "C" {
-#include <libavutil/intreadwrite.h>
-}
 
 namespace {
 
 // Reading ends after this many consecutive errors.
 constexpr int kMaxReadErrors = 64;
 
-void QuietLibraries() {
-  static const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
-  (void)quiet;
-}
-
-// Whether the file consists of the boxes of the mov family, up to its end, and none of them is the index.
-bool LacksIndex(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  bool hasData = false;
-  unsigned char head[16] = {};
-  for (int64_t at = 0; file.seekg(at) && file.read(reinterpret_cast<char*>(head), 8);) {
-    const std::string name(reinterpret_cast<const char*>(head) + 4, 4);
-    if (at == 0 && name != "ftyp") return false;
-    if (name == "moov") return false;
-    hasData = hasData || name == "mdat";
-    int64_t size = AV_RB32(head);
-    if (size == 1 && file.read(reinterpret_cast<char*>(head) + 8, 8))
-      size = static_cast<int64_t>(AV_RB64(head + 8));
-    if (size < 8) break;  // reaches to the end of the file
-    at += size;
-    if (at < 0) break;
-  }
-  return hasData;
-}
-
-std::string WhyNotOpened(const std::string& path, int code) {
-  if (code == AVERROR_INVALIDDATA && LacksIndex(path)) {
-    return "its index (moov) is missing: the recording was not finished, or the file is cut";
-  }
-  return RkAvErrorText(code);
-}
-
 }  // namespace
 
 bool CRkPacketSource::Open(const std::string& path, std::string& reason) {
-  QuietLibraries();
   m_path = path;
   m_stream = -1;
-  m_format.reset();
-  AVFormatContext* format = nullptr;
-  // The scheme keeps a name with a colon in it from being taken for an address.
-  int result = avformat_open_input(&format, ("file:" + path).c_str(), nullptr, nullptr);
-  m_format.reset(format);
-  if (result >= 0) result = avformat_find_stream_info(format, nullptr);
-  if (result >= 0) return true;
-  reason = WhyNotOpened(path, result);
-  m_format.reset();
-  return false;
+  return m_format.Open(path, nullptr, reason);
 }
 
 int CRkPacketSource::FindStream(AVMediaType type) const {

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "libraries/media/CRkInput.h"
 #include "libraries/media/CRkSplices.h"
-#include "libraries/media/RkAv.h"
 
 // The packets of one stream of a file. Picture and sound are read through a source each, so that either
 // can seek without disturbing the other.
@@ -12,7 +12,7 @@
 // One thread at a time. Damage is passed over; what cannot be passed over ends the packets.
 class CRkPacketSource {
  public:
-  // Opens the file; no stream is selected yet. `reason` says in a few words why it failed.
+  // Opens the file or address; no stream is selected yet. `reason` says in a few words why it failed.
   bool Open(const std::string& path, std::string& reason);
 
   // The index of the stream to play of the type; AVERROR_STREAM_NOT_FOUND when there is none,
@@ -27,6 +27,8 @@ class CRkPacketSource {
 
   AVStream* Stream() const { return m_format->streams[m_stream]; }
   AVFormatContext* Format() const { return m_format.get(); }
+  // As CRkInput's.
+  const std::string& Refusal() const { return m_format.Refusal(); }
 
   // False at the end.
   bool Read(AVPacket* packet);
@@ -40,7 +42,7 @@ class CRkPacketSource {
   void _Shift(AVPacket* packet);
 
   std::string m_path;
-  CRkAv<AVFormatContext> m_format;
+  CRkInput m_format;
   int m_stream = -1;
   int m_indexStream = -1;
   std::shared_ptr<const CRkSplices> m_splices;

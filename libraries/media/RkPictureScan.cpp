@@ -226,8 +226,8 @@ bool RkScanPictures(int64_t firstDecoded, SRkMediaSource* media, std::string& re
   if (TimelineFromIndex(source, firstDecoded, &media->pictures)) return true;
   if (!OpenPictures(media->path, &source, reason)) return false;
   const std::vector<SRkStoredPicture> pictures = ReadPictures(source, SIZE_MAX);
-  if (pictures.empty()) {
-    reason = "no picture in it";
+  if (pictures.empty() || !source.Refusal().empty()) {
+    reason = source.Refusal().empty() ? "no picture in it" : source.Refusal();
     return false;
   }
   media->splices = FindSplices(source, pictures);

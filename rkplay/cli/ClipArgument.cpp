@@ -66,11 +66,19 @@ bool IsPatternName(const std::string& text) {
   return text.starts_with(kPatternPrefix);
 }
 
+bool IsAddress(const std::string& text) {
+  const size_t end = text.find("://");
+  return end != std::string::npos && end > 0 &&
+         std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end),
+                     [](char letter) { return letter >= 'a' && letter <= 'z'; });
+}
+
 ClipArgument ParseClipArgument(const std::string& text, const FileExists& exists) {
   ClipArgument clip;
   clip.text = text;
   clip.path = text;
   if (text.empty()) throw UsageError("a clip without a name");
+  if (text == "-" || IsAddress(text)) return clip;
   if (!exists(clip.path)) {
     if (const auto repeat = CutSuffix(clip.path, '*')) clip.repeatCount = ParseRepeatCount(*repeat, text);
     if (!exists(clip.path)) {

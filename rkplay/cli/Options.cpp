@@ -31,7 +31,8 @@ Clip lists, NAME[@IN-OUT][*N]:
   NAME      a media file;
             pattern:[FRAMES], colour bars and a tone (250 frames when no count is given);
             or an .m3u or .m3u8 playlist, whose clips play as one list: a file or pattern:[FRAMES]
-            a line, relative to the playlist's folder, # begins a comment
+            a line, relative to the playlist's folder, # begins a comment;
+            an address, as it is: http, https, tcp, udp, rtmp, rtmps or srt, followed by ://
   @IN-OUT   only the frames from IN up to, but not with, OUT, counted from 0 at the output's frame
             rate; on a playlist over all its clips
   *N        the list N times; * alone without end
@@ -136,6 +137,8 @@ void AddPlayOptions(CLI::App& app, Options& options) {
          },
          "Frame of the first list to begin with")
       ->type_name("FRAME")
+      ->group(group);
+  app.add_flag("--allow-urls", options.format.allowUrls, "Open the addresses that playlists name")
       ->group(group);
   app.add_flag("--realtime", options.realtime, "Pace by the frame rate instead of as fast as it goes")
       ->group(group);

@@ -10,7 +10,7 @@
 
 namespace rkplay {
 
-// What the output format shall be; what is absent comes from the clips.
+// How clips are opened, and what the output format shall be; what is absent comes from the clips.
 struct FormatOptions {
   std::optional<PictureSize> size;
   std::optional<int> frameRate;  // an ERkFrameRate
@@ -21,6 +21,7 @@ struct FormatOptions {
   std::optional<int> audioChannels;
   int fit = RkFit_Bars;                  // an ERkFit
   int deinterlace = RkDeinterlace_Auto;  // an ERkDeinterlace
+  bool allowUrls = false;                // in playlists
 };
 
 // Empty names: not written.

@@ -40,10 +40,10 @@ Source LineSource(const PlaylistEntry& entry) {
   return {entry.clip, entry.context};
 }
 
-Plan MakePlan(const std::string& text) {
+Plan MakePlan(const std::string& text, bool allowUrls) {
   Plan plan{ParseClipArgument(text), {}};
   if (plan.argument.kind == ClipKind::Playlist) {
-    for (const PlaylistEntry& entry : ReadPlaylist(plan.argument.path))
+    for (const PlaylistEntry& entry : ReadPlaylist(plan.argument.path, allowUrls))
       plan.sources.push_back(LineSource(entry));
   } else {
     ClipArgument whole = plan.argument;
@@ -163,7 +163,7 @@ Programme LoadProgramme(const std::vector<std::string>& clips, const FormatOptio
                         DWORD patienceMs) {
   std::vector<Plan> plans;
   plans.reserve(clips.size());
-  for (const std::string& text : clips) plans.push_back(MakePlan(text));
+  for (const std::string& text : clips) plans.push_back(MakePlan(text, format.allowUrls));
 
   const OutputFormat chosen = ChooseFormat(plans);
   const SRkMediaOptions media = {sizeof(SRkMediaOptions), format.fit, format.deinterlace};

@@ -41,20 +41,25 @@ std::string WithoutUrl(std::string_view entry) {
   return std::string(entry);
 }
 
-ClipArgument ParseEntry(std::string_view entry, const std::filesystem::path& folder) {
+ClipArgument ParseEntry(std::string_view entry, const std::filesystem::path& folder, bool allowUrls) {
   const auto exists = [&folder](const std::string& name) {
     std::error_code error;
     return std::filesystem::exists(folder / name, error);
   };
   ClipArgument clip = ParseClipArgument(WithoutUrl(entry), exists);
   if (clip.kind == ClipKind::Playlist) throw UsageError("a playlist inside a playlist");
+  if (clip.path == "-") throw UsageError("-: the standard input is played from the command line only");
+  if (IsAddress(clip.path)) {
+    if (!allowUrls) throw UsageError(clip.path + ": addresses in playlists are opened with --allow-urls");
+    return clip;
+  }
   if (clip.kind == ClipKind::File) clip.path = folder / clip.path;
   return clip;
 }
 
 }  // namespace
 
-std::vector<PlaylistEntry> ReadPlaylist(const std::string& path) {
+std::vector<PlaylistEntry> ReadPlaylist(const std::string& path, bool allowUrls) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) throw UsageError(path + ": " + std::strerror(EISDIR));
   std::ifstream file(path, std::ios::binary);
@@ -69,7 +74,7 @@ std::vector<PlaylistEntry> ReadPlaylist(const std::string& path) {
     if (entry.empty() || entry.front() == '#') continue;
     const std::string context = path + ": line " + std::to_string(number) + ": ";
     try {
-      entries.push_back({context, ParseEntry(entry, folder)});
+      entries.push_back({context, ParseEntry(entry, folder, allowUrls)});
     } catch (const UsageError& refusal) {
       throw UsageError(context + refusal.what());
     }

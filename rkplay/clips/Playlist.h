@@ -14,7 +14,7 @@ struct PlaylistEntry {
 
 // The clips of an .m3u or .m3u8 file, in order. Blank lines and those that begin with # are skipped; file:
 // URLs are taken for the paths they name. Throws UsageError for a file that cannot be read, that names
-// nothing, or that names a playlist.
-std::vector<PlaylistEntry> ReadPlaylist(const std::string& path);
+// nothing, or that names a playlist, the standard input or, unless `allowUrls`, another address.
+std::vector<PlaylistEntry> ReadPlaylist(const std::string& path, bool allowUrls);
 
 }  // namespace rkplay
