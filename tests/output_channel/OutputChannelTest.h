@@ -59,9 +59,7 @@ class CScriptedList : public CFake<IRkClipElementList> {
 
  private:
   void HandOut(IRkClipElement** element) {
-    if (m_next == m_elements.size()) return;
-    m_elements[m_next]->AddRef();
-    *element = m_elements[m_next++].Get();
+    if (m_next < m_elements.size()) m_elements[m_next++].CopyTo(element);
   }
 
   std::vector<CRkRef<IRkClipElement>> m_elements;

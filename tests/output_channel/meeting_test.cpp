@@ -6,29 +6,16 @@
 namespace {
 
 // Operations that overlap at the worst moment.
-class Meeting : public OutputChannelTest {
- protected:
-  // A load that blocks in its element's Open until the gate is opened.
-  std::future<BOOL> BeginLoad(const Element& element) {
-    m_waits.preRollMs = kTestDeadlineMs;
-    element->openGate.Shut();
-    auto load = std::async(std::launch::async, [this, element] {
-      const BOOL loaded = m_channel->InsertClipElement(static_cast<IRkClipElement*>(element.Get()), 1, 0);
-      m_loadDone = true;
-      return loaded;
-    });
-    EXPECT_TRUE(WaitUntil([&] { return element->openGate.SomebodyWaits(); }));
-    return load;
-  }
-
-  std::atomic<bool> m_loadDone = false;
-};
+using Meeting = OutputChannelTest;
 
 TEST_F(Meeting, a_load_holds_up_neither_delivery_nor_an_idle_look_nor_the_playing_list) {
   m_notify->autoSwitch = false;
   PlayList({MakeElement('A', 4)});
+  m_waits.preRollMs = kTestDeadlineMs;
   const auto slow = MakeElement('B', 2);
-  auto load = BeginLoad(slow);
+  slow->openGate.Shut();
+  CBlockedCall load([&] { EXPECT_TRUE(Cue({slow})); });
+  ASSERT_TRUE(WaitUntil([&] { return slow->openGate.SomebodyWaits(); }));
   EXPECT_EQ(TakeSample(), "A0");
   EXPECT_EQ(Switch(), RkSwitchStatus_Playing);
   EXPECT_EQ(m_channel->GetElementMode(TRUE), 0u);
@@ -44,10 +31,10 @@ TEST_F(Meeting, a_load_holds_up_neither_delivery_nor_an_idle_look_nor_the_playin
   m_channel->RemoveSampleProcessor();
   EXPECT_EQ(PlayOut(), "A3 5 ");
   EXPECT_EQ(Switch(), RkSwitchStatus_AwaitingSwitch);
-  EXPECT_FALSE(m_loadDone);
+  EXPECT_FALSE(load.IsDone());
 
   slow->openGate.Open();
-  EXPECT_TRUE(load.get());
+  load.Join();
   m_notify->autoSwitch = true;
   EXPECT_EQ(Switch(), RkSwitchStatus_Switched);
   EXPECT_EQ(PlayOut(), "B0 B1 1 ");

@@ -4,8 +4,8 @@
 
 #include <map>
 
-#include "base/CRkAudioLock.h"
 #include "tests/output_channel/OutputChannelTest.h"
+#include "tests/support/RkSamples.h"
 #include "tests/support/RkSetting.h"
 
 namespace {
@@ -59,13 +59,8 @@ class CSharedBlocks {
   std::map<DWORD, Block> m_blocks;
 };
 
-Block SoundOf(IRkAVPlaySample& sample) {
-  Block block;
-  sample.GetAudioSample(0, 0, block.Out());
-  return block;
-}
 DWORD CountOf(IRkAVPlaySample& sample) {
-  return CRkAudioLock(*SoundOf(sample)).SampleCount();
+  return CRkAudioLock(*AudioOf(sample)).SampleCount();
 }
 
 CRkRef<IRkAVPlaySample> Delivered(CRkOnAirSound& sound, CRkRef<IRkAVPlaySample> sample) {
@@ -120,9 +115,9 @@ TEST(on_air_sound, only_the_last_sample_after_a_jump_is_repeated_or_dropped_and_
         const DWORD count = CountOf(*sample);
         repeated += count == share + 1;
         dropped += count == share - 1;
-        CSharedBlocks::ExpectCountingUp(*SoundOf(*sample), count, share);
+        CSharedBlocks::ExpectCountingUp(*AudioOf(*sample), count, share);
         EXPECT_EQ(sample->GetPosition(), frame);
-        EXPECT_EQ(SoundOf(*sample).Get() == blocks.Of(share).Get(), count == share);
+        EXPECT_EQ(AudioOf(*sample).Get() == blocks.Of(share).Get(), count == share);
       }
       const bool isLong = share - extra > 1601;  // the exact share is 1601.6
       EXPECT_EQ(repeated > 50, extra == 0 && !isLong) << frame;
@@ -165,10 +160,8 @@ TEST_F(OnAir, the_sound_of_all_lists_together_is_exact_at_all_rates) {
     ULONGLONG frames = 0, delivered = 0;
     for (int list = 0; list < 16; ++list) {
       const UINT length = 3 + static_cast<UINT>(list) % 5;
-      CRkRef<IRkClipElement> element = MakeFake<CSharingElement>(length, blocks, rate);
-      if (list % 2 != 0) {
-        ASSERT_TRUE(RkCreatePatternClipElement(length, element.Out()));
-      }
+      CRkRef<IRkClipElement> element = MakePattern(length);
+      if (list % 2 == 0) element = MakeFake<CSharingElement>(length, blocks, rate);
       ASSERT_TRUE(m_channel->InsertClipElement(element.Get(), kRkRepeatEndless, list % 3));
       ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
       for (int i = 0; i < 11 + list; ++i) {

@@ -4,6 +4,7 @@
 #include "output_device/CRkPacing.h"
 #include "output_device/CRkSampleQueue.h"
 #include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 // 16-bit samples of a block that is not locked otherwise.
 inline int16_t* SamplesOf(IRkAudioSample& audio) {
@@ -13,7 +14,7 @@ inline int16_t* SamplesOf(IRkAudioSample& audio) {
 // Writes down what the device hands out: "play", "stop", "blank", "v<index>" and "a<bytes>".
 class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
  public:
-  void OnPlay() override { Write("play"); }
+  void OnPlay() override { m_events.Add("play"); }
   void OnAudioSample(IRkAudioSample* audio, IRkUnknown* extra) override {
     SRkAudioSampleInfo info = {};
     audio->GetInfo(&info);
@@ -21,37 +22,26 @@ class CFakeDeviceCallback : public CFake<IRkSoftwareOutputCallback> {
     if (extra != nullptr) ++attachments;
   }
   void OnVideoSample(IRkVideoSample* video) override {
-    if (video == nullptr) return Write("blank");
+    if (video == nullptr) return m_events.Add("blank");
     Write("v", video->GetFrameIndex());
     pictureGate.Pass();
     if (onPicture) onPicture();
   }
-  void OnStop() override { Write("stop"); }
+  void OnStop() override { m_events.Add("stop"); }
 
   std::atomic<int> attachments = 0;
   CGate pictureGate;  // every picture passes it
   std::function<void()> onPicture;
 
-  std::vector<std::string> Take() {
-    std::lock_guard lock(m_mutex);
-    return std::exchange(m_events, {});
-  }
+  std::vector<std::string> Take() { return m_events.Take(); }
   bool Has(const std::string& event) {
-    std::lock_guard lock(m_mutex);
-    return std::count(m_events.begin(), m_events.end(), event) > 0;
+    const auto events = m_events.All();
+    return std::count(events.begin(), events.end(), event) > 0;
   }
 
  private:
-  void Write(std::string kind, UINT number) {
-    kind += std::to_string(number);
-    Write(std::move(kind));
-  }
-  void Write(std::string event) {
-    std::lock_guard lock(m_mutex);
-    m_events.push_back(std::move(event));
-  }
-  std::mutex m_mutex;
-  std::vector<std::string> m_events;
+  void Write(const char* kind, UINT number) { m_events.Add(kind + std::to_string(number)); }
+  CRecord<std::string> m_events;
 };
 
 // A renderer whose play position the test turns by hand.
@@ -67,17 +57,16 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
   void Reset() override {
     plays = false;
     positionMs = stepMs = 0.0;
-    std::lock_guard lock(m_mutex);
-    m_writes.clear();
+    m_writes.Take();
+    m_wrote = false;
   }
   void Stop() override { ++stops; }
   BOOL Play() override { return plays; }
   void WriteSample(IRkAudioSample* audio, ULONGLONG writePosition) override {
     SRkAudioSampleInfo info = {};
     audio->GetInfo(&info);
-    std::lock_guard lock(m_mutex);
-    if (m_writes.empty()) firstSamples = {SamplesOf(*audio)[0], SamplesOf(*audio)[1]};
-    m_writes.emplace_back(writePosition, info.dataLength);
+    if (!m_wrote.exchange(true)) firstSamples = {SamplesOf(*audio)[0], SamplesOf(*audio)[1]};
+    m_writes.Add({writePosition, info.dataLength});
   }
   void SetNotifyInterval(double) override {}
   BOOL WaitForNotify(UINT) override { return notifies; }
@@ -87,14 +76,11 @@ class CScriptedRenderer : public CFake<IRkAudioDirectSound> {
     *position = positionMs;
   }
 
-  std::vector<std::pair<ULONGLONG, DWORD>> Writes() {
-    std::lock_guard lock(m_mutex);
-    return m_writes;
-  }
+  std::vector<std::pair<ULONGLONG, DWORD>> Writes() { return m_writes.All(); }
 
  private:
-  std::mutex m_mutex;
-  std::vector<std::pair<ULONGLONG, DWORD>> m_writes;
+  std::atomic<bool> m_wrote = false;
+  CRecord<std::pair<ULONGLONG, DWORD>> m_writes;
 };
 
 struct SPacingEvents {
@@ -111,8 +97,7 @@ inline void Push(CRkSampleQueue& queue, IRkUnknown* item) {
 }
 
 inline CRkRef<IRkVideoSample> MakeVideo(UINT index) {
-  CRkRef<IRkVideoSample> video;
-  RkCreateVideoSample(video.Out());
+  const auto video = Made<IRkVideoSample>([](auto** out) { RkCreateVideoSample(out); });
   video->SetFrameIndex(index);
   return video;
 }

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <iterator>
-#include <sstream>
+#include <algorithm>
 
 #include "base/RkCreateObject.h"
 #include "source_player/CRkClipSourcePlayer.h"
 #include "tests/support/RkFakes.h"
+#include "tests/support/RkSamples.h"
 
 namespace {
 
@@ -26,28 +26,25 @@ class CFakePlayerCallback : public CFake<IRkClipOutputCallback> {
     Write("end");
   }
 
-  std::string Log() {
-    std::lock_guard lock(m_mutex);
-    return m_log;
-  }
-  std::string TakeLog() {
-    std::lock_guard lock(m_mutex);
-    return std::exchange(m_log, {});
-  }
+  std::string Log() { return Joined(m_events.All()); }
+  std::string TakeLog() { return Joined(m_events.Take()); }
   std::ptrdiff_t Count(const std::string& event) {
-    std::istringstream events(Log());
-    return std::count(std::istream_iterator<std::string>(events), {}, event);
+    const auto events = m_events.All();
+    return std::count(events.begin(), events.end(), event);
   }
   std::atomic<DWORD> lastThread = 0;
 
  private:
   void Write(const std::string& event) {
-    std::lock_guard lock(m_mutex);
-    m_log += (m_log.empty() ? "" : " ") + event;
     lastThread = GetCurrentThreadId();
+    m_events.Add(event);
   }
-  std::mutex m_mutex;
-  std::string m_log;
+  static std::string Joined(const std::vector<std::string>& events) {
+    std::string log;
+    for (const auto& event : events) log += (log.empty() ? "" : " ") + event;
+    return log;
+  }
+  CRecord<std::string> m_events;
 };
 
 CRkRef<IRkClipTrimInfo> MakeTrim(const IRkClipTrimInfo::Ranges& ranges) {
@@ -82,9 +79,7 @@ class source_player : public testing::Test {
 
   // A real element, since trimmed play relies on what it presents.
   void OpenPattern(UINT frames) {
-    CRkRef<IRkClipElement> clip;
-    ASSERT_TRUE(RkCreatePatternClipElement(frames, clip.Out()));
-    ASSERT_TRUE(m_player->Open(clip.Get()));
+    ASSERT_TRUE(m_player->Open(MakePattern(frames).Get()));
     EXPECT_EQ(m_callback->TakeLog(), "0");
   }
   CRkRef<CFakeElement> OpenFake(UINT frames) {
