@@ -103,6 +103,7 @@ class source_player : public testing::Test {
 
 TEST_F(source_player, plays_on_its_worker_and_shows_single_frames_on_the_calling_thread) {
   OpenPattern(6);
+  m_callback->onEnd = [&] { EXPECT_EQ(m_player->GetState(), RkPlayer_Stopped); };
   EXPECT_EQ(LogOfRun(m_player->Play(2, FALSE)), "start 2 3 4 5 end");
   EXPECT_EQ(m_player->GetPosition(), 5U);
   EXPECT_NE(m_callback->lastThread, GetCurrentThreadId());
