@@ -9,11 +9,16 @@
 namespace {
 
 constexpr LONGLONG kMostFreeFrames = 100;  // keeps a burst after a long hold short
+// A full cache is refilled when a quarter of it is free, at most this many places.
+constexpr UINT kMostPlaces = 8;
 
 }  // namespace
 
 CRkClipReader::CRkClipReader(const SRkReaderParts& parts, HANDLE stopEvent)
-    : m_parts(parts), m_stopEvent(stopEvent), m_start(parts.progress.Start()) {}
+    : m_parts(parts),
+      m_stopEvent(stopEvent),
+      m_refillPlaces(std::min(parts.cache.Capacity() / 4, kMostPlaces)),
+      m_start(parts.progress.Start()) {}
 
 void CRkClipReader::Read() {
   _FindStart();
@@ -187,6 +192,7 @@ void CRkClipReader::_Queue(IRkAVPlaySample& sample, bool whilePaused) {
   }
   if (m_parts.orders.DiscardsFrame()) return;
   const LONGLONG putBegin = RkMonotonicNow();
+  if (!whilePaused && m_refillPlaces > 1) m_parts.cache.WaitForRoom(m_refillPlaces, m_stopEvent);
   m_parts.cache.PutSample(&sample, tag.Pack(), m_stopEvent);
   const LONGLONG heldMs = (RkMonotonicNow() - putBegin) / 1'000'000;
   if (heldMs > 0) m_freeFrames = static_cast<UINT>(std::min(heldMs, kMostFreeFrames));

@@ -69,6 +69,7 @@ class CRkClipReader {
 
   const SRkReaderParts m_parts;
   const HANDLE m_stopEvent;
+  const UINT m_refillPlaces;
   const CRkSourceProgress::SStart m_start;
   CRkRef<IRkClipElement> m_element;  // the one being read; open while _ReadElement runs
   UINT m_offset = 0;                 // where reading begins in it

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "base/RkMonotonicTime.h"
 
@@ -21,6 +22,7 @@ CRkClipSampleCache::CRkClipSampleCache(UINT capacity)
       m_slots(std::min(capacity, kFirstSlots)),
       m_awaitedCount(kNoCount),
       m_producers{0, CRkHandle::Semaphore(0, kMostUnits)},
+      m_refillers{0, CRkHandle::Semaphore(0, kMostUnits)},
       m_consumers{0, CRkHandle::Semaphore(0, kMostUnits)} {}
 
 CRkClipSampleCache::~CRkClipSampleCache() {
@@ -30,7 +32,7 @@ CRkClipSampleCache::~CRkClipSampleCache() {
 
 bool CRkClipSampleCache::IsValid() const {
   return m_capacity > 0 && m_capacity <= static_cast<UINT>(kMostUnits) && m_entries != nullptr &&
-         m_countReached && m_producers.wake && m_consumers.wake;
+         m_countReached && m_producers.wake && m_refillers.wake && m_consumers.wake;
 }
 
 BOOL CRkClipSampleCache::PutSample(IRkAVPlaySample* sample, LONG tag, HANDLE abortEvent) {
@@ -91,14 +93,14 @@ CRkClipSampleCache::ETake CRkClipSampleCache::_TryGet(bool registers, IRkAVPlayS
     return ETake::Empty;
   }
   *sample = _RemoveOldest(tag).Detach();
-  _Wake(m_producers);
+  _TellRoom();
   return ETake::Taken;
 }
 
 BOOL CRkClipSampleCache::Flush() {
   CRkScopedLock lock(m_lock);
   _ReleaseQueue();
-  m_isInterrupted = false;
+  m_isInterrupted = m_isHurried = false;
   ResetEvent(m_countReached);
   m_awaitedCount = kNoCount;
   return TRUE;
@@ -114,6 +116,24 @@ BOOL CRkClipSampleCache::WaitForCount(UINT timeoutMs, LONG count) {
   const bool reached = RkWait(m_countReached, timeoutMs);
   await(kNoCount);
   return reached ? TRUE : FALSE;
+}
+
+void CRkClipSampleCache::WaitForRoom(UINT places, HANDLE abortEvent) {
+  {
+    CRkScopedLock lock(m_lock);
+    if (m_count < m_capacity || std::exchange(m_isHurried, false)) return;
+    m_awaitedRoom = places;
+    ++m_refillers.count;
+  }
+  const HANDLE awaited[] = {m_refillers.wake, abortEvent};
+  const DWORD count = abortEvent != nullptr ? 2 : 1;
+  if (WaitForMultipleObjects(count, awaited, FALSE, INFINITE) != WAIT_OBJECT_0) _StopWaiting(m_refillers);
+}
+
+void CRkClipSampleCache::HurryRefill() {
+  CRkScopedLock lock(m_lock);
+  m_isHurried = m_refillers.count == 0;
+  _Wake(m_refillers);
 }
 
 BOOL CRkClipSampleCache::MarkNewest(LONG bits) {
@@ -158,8 +178,14 @@ void CRkClipSampleCache::_ReleaseQueue() {
   LONG tag = 0;
   while (m_count > 0) {
     _RemoveOldest(&tag);
-    _Wake(m_producers);
+    _TellRoom();
   }
+}
+
+// For each sample that is removed.
+void CRkClipSampleCache::_TellRoom() {
+  _Wake(m_producers);
+  if (m_capacity - m_count >= m_awaitedRoom) _Wake(m_refillers);
 }
 
 void CRkClipSampleCache::_Wake(SWaiters& waiters) {

@@ -24,6 +24,8 @@ class CRkClipSampleCache : public CRkUnknown<IRkUnknown> {
   // False when the cache cannot work: a capacity of 0 or above 0x7FFFFFFF, or no memory or handles.
   bool IsValid() const RK_NO_THREAD_SAFETY_ANALYSIS;
 
+  UINT Capacity() const { return m_capacity; }
+
   // Blocks while the cache is full. FALSE for a null sample, or when abortEvent (may be null) was
   // signalled first; free space wins over a signalled abortEvent.
   virtual BOOL PutSample(IRkAVPlaySample* sample, LONG tag, HANDLE abortEvent);
@@ -34,6 +36,13 @@ class CRkClipSampleCache : public CRkUnknown<IRkUnknown> {
   virtual BOOL Flush();
   // TRUE when a put made during the call found the queue, itself included, at or above count.
   virtual BOOL WaitForCount(UINT timeoutMs, LONG count);
+
+  // For the producer of a paced consumer: when the cache is full, blocks until `places` (1 to the capacity)
+  // are free, abortEvent (may be null) is signalled or HurryRefill is called. One wake then serves several
+  // puts. At most one thread waits here.
+  void WaitForRoom(UINT places, HANDLE abortEvent);
+  // Ends the WaitForRoom that waits, or else the next one.
+  void HurryRefill();
 
   // Adds bits to the tag of the sample queued last. FALSE when it has been taken.
   BOOL MarkNewest(LONG bits);
@@ -60,6 +69,7 @@ class CRkClipSampleCache : public CRkUnknown<IRkUnknown> {
   bool _Grow() RK_REQUIRES(m_lock);
   CRkRef<IRkAVPlaySample> _RemoveOldest(LONG* tag) RK_REQUIRES(m_lock);
   void _ReleaseQueue() RK_REQUIRES(m_lock);
+  void _TellRoom() RK_REQUIRES(m_lock);
   void _Wake(SWaiters& waiters) RK_REQUIRES(m_lock);
   void _StopWaiting(SWaiters& waiters) RK_EXCLUDES(m_lock);
 
@@ -72,7 +82,10 @@ class CRkClipSampleCache : public CRkUnknown<IRkUnknown> {
   UINT m_oldest RK_GUARDED_BY(m_lock) = 0;
   UINT m_count RK_GUARDED_BY(m_lock) = 0;
   LONG m_awaitedCount RK_GUARDED_BY(m_lock);
+  UINT m_awaitedRoom RK_GUARDED_BY(m_lock) = 1;
   bool m_isInterrupted RK_GUARDED_BY(m_lock) = false;
+  bool m_isHurried RK_GUARDED_BY(m_lock) = false;
   SWaiters m_producers;  // their counts are guarded by the lock
+  SWaiters m_refillers;
   SWaiters m_consumers;
 };

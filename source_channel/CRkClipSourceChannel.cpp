@@ -132,6 +132,7 @@ void CRkClipSourceChannel::_AwaitPause() {
 BOOL CRkClipSourceChannel::Seek(UINT position, UINT timeoutMs) {
   if (position >= m_list->GetTotalFrameCount()) return FALSE;
   m_orders.RequestPosition(position);
+  m_cache->HurryRefill();  // the worker takes the request as soon as there is one place
   return timeoutMs == 0 || m_orders.WaitForAcknowledge(timeoutMs) ? TRUE : FALSE;
 }
 

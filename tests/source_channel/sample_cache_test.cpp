@@ -105,6 +105,24 @@ TEST_F(SampleCacheTest, a_blocked_put_goes_on_after_a_take_a_flush_or_an_abort) 
   blockedPut(FALSE, [&] { SetEvent(abort); });
 }
 
+TEST_F(SampleCacheTest, a_wait_for_room_ends_with_the_places_a_hurry_or_an_abort) {
+  const CRkHandle abort = CRkHandle::ManualResetEvent();
+  for (UINT i = 0; i < 3; ++i) EXPECT_TRUE(TryPut(i));
+  const auto blockedWait = [&](const std::function<void()>& ending) {
+    CBlockedCall wait([&] { cache->WaitForRoom(2, abort); });
+    ending();
+  };
+  blockedWait([&] { cache->HurryRefill(); });
+  cache->HurryRefill();
+  cache->WaitForRoom(2, nullptr);
+  blockedWait([&] { SetEvent(abort); });
+  ResetEvent(abort);
+  CBlockedCall wait([&] { cache->WaitForRoom(2, abort); });
+  EXPECT_EQ(TryTake().first, 0u);
+  EXPECT_FALSE(wait.IsDone());
+  EXPECT_EQ(TryTake().first, 1u);
+}
+
 TEST_F(SampleCacheTest, only_a_put_during_the_wait_reaches_the_count) {
   EXPECT_TRUE(TryPut(0));
   EXPECT_TRUE(TryPut(1));

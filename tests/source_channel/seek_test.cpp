@@ -49,6 +49,21 @@ TEST_F(SeekTest, a_seek_during_play_comes_after_what_was_cached_and_play_goes_on
   EXPECT_EQ(Status(), RkSourceChannel_Stopped);
 }
 
+TEST_F(SeekTest, a_full_cache_is_refilled_several_places_at_a_time_but_a_seek_waits_for_one) {
+  Build({50000}, 8);
+  const auto hook = MakeFake<CFakeHook>();
+  channel->SetSampleProcessor(hook.Get());
+  const auto seen = [&](size_t count) { return [&, count] { return hook->Positions().size() == count; }; };
+  ASSERT_TRUE(channel->Play(0, 1));
+  ASSERT_TRUE(WaitUntil(seen(9))) << "eight cached and one on its way";
+  ExpectFrames(0, 2);
+  ASSERT_TRUE(WaitUntil(seen(11)));
+  ExpectFrames(2, 3);
+  ASSERT_TRUE(channel->Seek(40000, kTestDeadlineMs)) << "nobody makes more room";
+  EXPECT_EQ(Position(), 2u);
+  channel->RemoveSampleProcessor();
+}
+
 // The frame asked for during play is on its way to the cache, held in the hook, when the pause comes.
 TEST_F(SeekTest, a_pause_that_begins_while_a_position_is_served_leaves_nothing_of_it) {
   Build({100000});
