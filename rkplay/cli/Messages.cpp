@@ -1,20 +1,35 @@
 #include "rkplay/cli/Messages.h"
 
+#include <cstdint>
 #include <cstdio>
+
+extern "C" {
+#include <libavutil/avstring.h>
+}
 
 namespace rkplay {
 
-// Control characters are those below space, DEL, and U+0080 to U+009F, which UTF-8 writes as C2 80 to C2 9F.
-std::string Printable(const std::string& text) {
+std::string Printable(std::string_view text) {
   std::string printable;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const auto letter = static_cast<unsigned char>(text[i]);
-    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
-    const bool isWideControl = letter == 0xC2 && next >= 0x80 && next < 0xA0;
-    printable += letter < ' ' || letter == 0x7F || isWideControl ? '?' : text[i];
-    if (isWideControl) ++i;
+  const auto* at = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto* const end = at + text.size();
+  while (at < end) {
+    const auto* const begin = at;
+    std::int32_t code = 0;
+    const bool isText = av_utf8_decode(&code, &at, end, 0) >= 0;
+    if (isText && code >= ' ' && (code < 0x7F || code >= 0xA0)) {
+      printable.append(begin, at);
+    } else {
+      printable += '?';
+    }
   }
   return printable;
+}
+
+std::string_view CutToBytes(std::string_view text, size_t bytes) {
+  if (text.size() <= bytes) return text;
+  while (bytes > 0 && (static_cast<unsigned char>(text[bytes]) & 0xC0) == 0x80) --bytes;
+  return text.substr(0, bytes);
 }
 
 void PrintError(const std::string& line) {

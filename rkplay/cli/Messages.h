@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace rkplay {
 
@@ -12,8 +13,12 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The text with a ? for every control character, so that no file name can steer a terminal or break a line.
-std::string Printable(const std::string& text);
+// The text with a ? for every control character and every byte that is no UTF-8, so that no file name can
+// steer a terminal or break a line.
+std::string Printable(std::string_view text);
+
+// The first bytes of UTF-8 text, at most `bytes` and only whole characters.
+std::string_view CutToBytes(std::string_view text, size_t bytes);
 
 // One line on the error output.
 void PrintError(const std::string& line);

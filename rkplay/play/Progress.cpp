@@ -78,7 +78,8 @@ void Progress::_Show(const std::string& text) {
   m_nextShow = Clock::now() + (m_isTerminal ? Clock::duration(kTerminalInterval) : kPlainInterval);
   const std::string line = Printable(text);
   if (m_isTerminal) {
-    std::printf("\r%s\x1b[K", line.substr(0, TerminalColumns() - 1).c_str());
+    const std::string_view fitting = CutToBytes(line, TerminalColumns() - 1);
+    std::printf("\r%.*s\x1b[K", static_cast<int>(fitting.size()), fitting.data());
     m_isLive = true;
   } else {
     std::printf("%s\n", line.c_str());

@@ -9,6 +9,8 @@ TEST_F(RkplayRefusal, arguments_that_make_no_sense_are_refused_in_one_line) {
   ExpectRefused({"--nonsense"}, "--nonsense: there is no such option");
   ExpectRefused({"--nonsense", "pattern:5"}, "--nonsense");
   ExpectRefused({"\x1b[2J\xc2\x9b\n.mov"}, "?[2J??.mov: No such file");
+  ExpectRefused({"\x9bK\xc0\x9b\xe0\x82\x9b\xed\xa0\x80\xe2\x82.\xc3\xa9\xe2\x82\xac\xf0\x9f\x8e\xac"},
+                "rkplay: ?K?????.\xc3\xa9\xe2\x82\xac\xf0\x9f\x8e\xac: No such");
   ExpectRefused({"--fit", "big", "pattern:5"}, "--fit: 'big' is none of bars, fill, stretch");
   ExpectRefused({"--video", "out.mp4", "pattern:5"}, "out.mp4 would be no mp4 file");
   ExpectRefused({"pattern:5", "--size"}, "--size");
