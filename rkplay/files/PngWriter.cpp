@@ -1,15 +1,7 @@
 #include "rkplay/files/PngWriter.h"
 
-#include <array>
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavutil/frame.h>
-#include <libswscale/swscale.h>
-}
-
-#include "contracts/RkPictureLayout.h"
 #include "rkplay/cli/Messages.h"
+#include "rkplay/files/Av.h"
 #include "rkplay/files/OutputFile.h"
 #include "rkplay/files/PicturePlanes.h"
 
@@ -17,27 +9,6 @@ namespace rkplay {
 namespace {
 
 constexpr AVPixelFormat kPngFormat = AV_PIX_FMT_RGB24;
-
-struct AvDelete {
-  void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-
-template <class T>
-using Av = std::unique_ptr<T, AvDelete>;
-
-AVPixelFormat PlanarFormat(int pixelFormat) {
-  switch (pixelFormat) {
-    case RkPixelFormat_I422:
-      return AV_PIX_FMT_YUV422P;
-    case RkPixelFormat_I444:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return AV_PIX_FMT_YUV420P;
-  }
-}
 
 }  // namespace
 
@@ -49,16 +20,9 @@ class PngWriter::Coder {
   }
 
   bool Convert(const PicturePlanes& planes, const SRkVideoResolution& video) {
-    std::array<const uint8_t*, 4> rows{};
-    std::array<int, 4> strides{};
-    for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-      rows[plane] = planes.Rows(plane);
-      strides[plane] = RkPlaneLayout(video, plane).stride;
-    }
     // The encoder may still hold the memory of the last picture.
     return av_frame_make_writable(m_rgb.get()) >= 0 &&
-           sws_scale(m_converter.get(), rows.data(), strides.data(), 0, video.height, m_rgb->data,
-                     m_rgb->linesize) == video.height;
+           Scale(*m_converter, planes, video, m_rgb->data, m_rgb->linesize);
   }
 
   // The coded picture, valid until the next call; null when it cannot be coded.
@@ -84,21 +48,15 @@ class PngWriter::Coder {
   }
 
   bool _OpenConverter(const SRkVideoResolution& video) {
-    m_converter.reset(sws_getContext(
-        video.width, video.height, PlanarFormat(video.pixelFormat), video.width, video.height, kPngFormat,
-        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
-    if (!m_converter) return false;
-    const int* coefficients =
-        sws_getCoefficients(RkHasHdColours(video.height) ? SWS_CS_ITU709 : SWS_CS_ITU601);
-    const int isFullRange = video.colorRange == RkColorRange_Full ? 1 : 0;
-    return sws_setColorspaceDetails(m_converter.get(), coefficients, isFullRange, coefficients, 1, 0, 1 << 16,
-                                    1 << 16) >= 0;
+    m_converter = MakeRgbScaler(video, kPngFormat, video.width, video.height,
+                                SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT);
+    return m_converter != nullptr;
   }
 
-  Av<AVCodecContext> m_encoder;
-  Av<SwsContext> m_converter;
-  Av<AVFrame> m_rgb{av_frame_alloc()};
-  Av<AVPacket> m_packet{av_packet_alloc()};
+  AvPtr<AVCodecContext> m_encoder;
+  AvPtr<SwsContext> m_converter;
+  AvPtr<AVFrame> m_rgb{av_frame_alloc()};
+  AvPtr<AVPacket> m_packet{av_packet_alloc()};
 };
 
 PngWriter::PngWriter(const SRkVideoResolution& video) : m_video(video), m_coder(std::make_unique<Coder>()) {

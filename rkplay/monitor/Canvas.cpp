@@ -2,10 +2,6 @@
 
 #include <SDL.h>
 
-extern "C" {
-#include <libswscale/swscale.h>
-}
-
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -13,6 +9,7 @@ extern "C" {
 #include <vector>
 
 #include "contracts/RkPictureLayout.h"
+#include "rkplay/files/Av.h"
 
 namespace rkplay {
 namespace {
@@ -23,7 +20,6 @@ struct Destroyer {
 };
 using Renderer = std::unique_ptr<SDL_Renderer, Destroyer<SDL_Renderer, SDL_DestroyRenderer>>;
 using Texture = std::unique_ptr<SDL_Texture, Destroyer<SDL_Texture, SDL_DestroyTexture>>;
-using Scaler = std::unique_ptr<SwsContext, Destroyer<SwsContext, sws_freeContext>>;
 
 SDL_YUV_CONVERSION_MODE ColoursOf(const SRkVideoResolution& format) {
   if (format.colorRange == RkColorRange_Full) return SDL_YUV_CONVERSION_JPEG;
@@ -82,17 +78,6 @@ class TextureCanvas final : public Canvas {
   std::vector<BYTE> m_narrowed[2];  // chroma of 4:4:4 pictures at half the width
 };
 
-AVPixelFormat PlanesFormat(int pixelFormat) {
-  switch (pixelFormat) {
-    case RkPixelFormat_I422:
-      return AV_PIX_FMT_YUV422P;
-    case RkPixelFormat_I444:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return AV_PIX_FMT_YUV420P;
-  }
-}
-
 // One conversion from the planes into the window's own memory, scaled on the way where the sizes differ.
 class SurfaceCanvas final : public Canvas {
  public:
@@ -126,33 +111,22 @@ class SurfaceCanvas final : public Canvas {
   bool _Convert(const PicturePlanes& planes, SDL_Surface& surface, const SDL_Rect& area) {
     if (!m_scaler || area.w != m_width || area.h != m_height) {
       const bool isScaled = area.w != m_format.width || area.h != m_format.height;
-      m_scaler.reset(sws_getContext(m_format.width, m_format.height, PlanesFormat(m_format.pixelFormat),
-                                    area.w, area.h, AV_PIX_FMT_BGR0, isScaled ? SWS_FAST_BILINEAR : SWS_POINT,
-                                    nullptr, nullptr, nullptr));
+      m_scaler =
+          MakeRgbScaler(m_format, AV_PIX_FMT_BGR0, area.w, area.h, isScaled ? SWS_FAST_BILINEAR : SWS_POINT);
       if (!m_scaler) return false;
-      const int* const matrix =
-          sws_getCoefficients(RkHasHdColours(m_format.height) ? SWS_CS_ITU709 : SWS_CS_ITU601);
-      const int isFullRange = m_format.colorRange == RkColorRange_Full ? 1 : 0;
-      sws_setColorspaceDetails(m_scaler.get(), matrix, isFullRange, matrix, 1, 0, 1 << 16, 1 << 16);
       m_width = area.w;
       m_height = area.h;
-    }
-    const uint8_t* rows[4] = {};
-    int strides[4] = {};
-    for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
-      rows[plane] = planes.Rows(plane);
-      strides[plane] = RkPlaneLayout(m_format, plane).stride;
     }
     constexpr ptrdiff_t kPixelBytes = 4;
     uint8_t* const target[4] = {static_cast<uint8_t*>(surface.pixels) + ptrdiff_t{area.y} * surface.pitch +
                                 area.x * kPixelBytes};
     const int targetStride[4] = {surface.pitch};
-    return sws_scale(m_scaler.get(), rows, strides, 0, m_format.height, target, targetStride) == area.h;
+    return Scale(*m_scaler, planes, m_format, target, targetStride);
   }
 
   const SRkVideoResolution m_format;
   SDL_Window* const m_window;
-  Scaler m_scaler;  // to m_width x m_height
+  AvPtr<SwsContext> m_scaler;  // to m_width x m_height
   int m_width = 0;
   int m_height = 0;
 };
