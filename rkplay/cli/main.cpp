@@ -1,13 +1,12 @@
 // rkplay: plays clip lists through an output channel; previews one clip, or writes single frames of it.
 
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <string_view>
 
 #include "rkplay/cli/Commands.h"
 #include "rkplay/cli/Messages.h"
-#include "rkplay/monitor/Window.h"
+#include "rkplay/monitor/WindowLink.h"
+#include "rkplay/monitor/WindowProcess.h"
 
 namespace {
 
@@ -19,6 +18,7 @@ int Run(int argumentCount, char** arguments) {
     const std::string_view command = argumentCount > 1 ? arguments[1] : "";
     if (command == "preview") return rkplay::RunPreview(argumentCount - 1, arguments + 1);
     if (command == "frame") return rkplay::RunFrame(argumentCount - 1, arguments + 1);
+    if (command == rkplay::kWindowCommand) return rkplay::RunWindowProcess();
     return rkplay::RunPlay(argumentCount, arguments);
   } catch (const rkplay::UsageError& error) {
     rkplay::PrintError(error.what());
@@ -32,11 +32,5 @@ int Run(int argumentCount, char** arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
-  const int status = Run(argumentCount, arguments);
-  // A window's thread that was left behind keeps the X library's lock, and exit handlers wait for that lock.
-  if (rkplay::Window::HasLeftThread()) {
-    std::fflush(nullptr);
-    std::_Exit(status);
-  }
-  return status;
+  return Run(argumentCount, arguments);
 }

@@ -13,4 +13,11 @@ PicturePlanes::PicturePlanes(IRkVideoSample& picture, const SRkVideoResolution& 
   }
 }
 
+PicturePlanes::PicturePlanes(const BYTE* memory, const SRkVideoResolution& format) {
+  for (UINT plane = 0; plane < kRkPlaneCount; ++plane) {
+    m_rows[plane] = memory;
+    memory += RkPlaneLayout(format, plane).Bytes();
+  }
+}
+
 }  // namespace rkplay

@@ -1,5 +1,6 @@
 #include "rkplay/monitor/Monitor.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <utility>
@@ -75,11 +76,13 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
       return;
     }
     if (m_isRunning && video->GetFrameIndex() >= m_submitted) return;  // fills a short run, shows nothing new
-    const bool isNew = !m_isRunning || _Count(video->GetFrameIndex());
+    const bool isCounted = m_isRunning;
+    const bool isNew =
+        !isCounted || m_meter.PictureShown(video->GetFrameIndex(), m_tap.PositionMs(), m_tap.SpanMs());
     SetEvent(m_shown);
     if (!isNew) return;
-    if (m_window != nullptr) m_window->Show(*video);
-    if (m_isRunning) _Note(video->GetFrameIndex());
+    if (m_window != nullptr) m_window->Show(*video, isCounted);
+    if (isCounted) _Note(video->GetFrameIndex());
   }
   void OnStop() override { m_meter.RunEnds(m_submitted); }
 
@@ -99,15 +102,6 @@ class Monitor::Screen final : public CRkUnknown<IRkSoftwareOutputCallback> {
     std::string caption;
   };
 
-  // A lost window is given pictures too, and shows the newest when it is back. False when the frame is there
-  // already.
-  bool _Count(UINT frame) {
-    if (m_window == nullptr || m_window->IsShowing()) {
-      return m_meter.PictureShown(frame, m_tap.PositionMs(), m_tap.SpanMs());
-    }
-    m_meter.PictureUnseen(frame);
-    return true;
-  }
   void _Note(UINT frame) {
     Note note;
     {
@@ -191,8 +185,11 @@ Presentation Monitor::Seen() const {
   Presentation seen = m_meter.Result();
   seen.droppedSound = m_atClose.droppedSound;
   seen.soundLosses = m_atClose.soundLosses;
-  seen.displayLosses = m_window ? m_window->LossCount() : 0;
   m_tap->AddTo(seen);
+  if (!m_window) return seen;
+  seen.displayLosses = m_window->LossCount();
+  seen.unseen = std::min(m_window->UndrawnCount(), seen.shown);
+  seen.shown -= seen.unseen;
   return seen;
 }
 
@@ -218,6 +215,7 @@ void Monitor::Pause() {
   m_meter.RunPlaysOut();
   m_device->Stop(FALSE);
   m_screen->SetRunning(false);
+  if (m_window) m_window->Settle();
 }
 
 // The device plays once it has a certain amount of sound: what is shorter is filled up with silence, under

@@ -62,11 +62,6 @@ bool PresentationMeter::_IsNew(UINT frame) {
   return true;
 }
 
-void PresentationMeter::PictureUnseen(UINT frame) {
-  CRkScopedLock lock(m_lock);
-  if (_IsNew(frame)) ++m_counts.unseen;
-}
-
 bool PresentationMeter::PictureShown(UINT frame, std::optional<double> positionMs, double spanMs) {
   CRkScopedLock lock(m_lock);
   if (!_IsNew(frame)) return false;

@@ -14,7 +14,7 @@ namespace rkplay {
 struct Presentation {
   ULONGLONG shown = 0;          // different frames
   ULONGLONG passedOver = 0;     // frames that never were: they came too late
-  ULONGLONG unseen = 0;         // frames that came in time while the display was lost
+  ULONGLONG unseen = 0;         // frames that came in time and that the window did not draw
   ULONGLONG repeated = 0;       // hand-overs of the frame that stood there already, while playing
   ULONGLONG silenceFrames = 0;  // of sound, between frames that had some
   ULONGLONG droppedSound = 0;   // samples per channel that were to be heard and were not
@@ -44,8 +44,6 @@ class PresentationMeter {
   // positionMs: where the sound stands at this moment, within a span of spanMs. False when the frame is on
   // screen already.
   bool PictureShown(UINT frame, std::optional<double> positionMs, double spanMs);
-  // The frame was due, and there was no display to show it on.
-  void PictureUnseen(UINT frame);
   // What follows may leave frames out: they have no picture.
   void NoPictureShown();
 

@@ -1,39 +1,31 @@
 #include "rkplay/monitor/Window.h"
 
-#include <SDL.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 #include <utility>
 
 #include "base/CRkCriticalSection.h"
 #include "base/CRkHandle.h"
 #include "rkplay/cli/Messages.h"
-#include "rkplay/monitor/Canvas.h"
-#include "rkplay/monitor/DisplayWatch.h"
+#include "rkplay/monitor/WindowPeer.h"
 
 namespace rkplay {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr DWORD kKeyPollMs = 10;
-constexpr DWORD kStartPollMs = 50;
-constexpr DWORD kCloseWaitMs = 2000;
+constexpr DWORD kOpenWaitMs = 10'000;
+constexpr DWORD kSettleMs = 1000;
+constexpr std::chrono::milliseconds kRetry(1000);
 // A display that takes a picture no sooner shows nothing.
 constexpr std::chrono::seconds kLongestDraw(1);
-
-constexpr std::pair<SDL_Keycode, Key> kKeys[] = {
-    {SDLK_SPACE, Key::Pause},        {SDLK_LEFT, Key::FrameBack},
-    {SDLK_RIGHT, Key::FrameForward}, {SDLK_PAGEUP, Key::SecondBack},
-    {SDLK_HOME, Key::First},         {SDLK_PAGEDOWN, Key::SecondForward},
-    {SDLK_END, Key::Last},           {SDLK_t, Key::Take},
-    {SDLK_r, Key::Repeat},           {SDLK_q, Key::Quit},
-    {SDLK_RETURN, Key::TakeWhenDue}, {SDLK_KP_ENTER, Key::TakeWhenDue}};
-
-std::atomic<bool> g_hasLeftThread = false;
 
 bool IsSet(const char* variable) {
   const char* const value = std::getenv(variable);
@@ -42,44 +34,37 @@ bool IsSet(const char* variable) {
 
 }  // namespace
 
-// The window's thread and what it shares with the others.
+// The thread that serves the window's process, and what it shares with the others.
 class Window::Core {
  public:
-  Core(const SRkVideoResolution& format, KeyQueue& keys) : m_format(format), m_keys(keys) {}
-
-  // False, and the failure says why, when no window can be opened.
-  bool Start() {
+  Core(const SRkVideoResolution& format, KeyQueue& keys) : m_format(format), m_keys(keys) {
     m_thread = std::thread([this] { _Run(); });
-    while (!RkWait(m_started, kStartPollMs)) {
-      if (DisplayWatch::IsConnectionLost()) return false;
-    }
-    return m_isOpen;
   }
-  std::string Failure() const {
-    return DisplayWatch::IsConnectionLost() ? "the display was lost" : m_failure;
+  ~Core() {
+    m_stops = true;
+    _Wake();
+    m_thread.join();
   }
 
-  // False when the thread is held and goes on using this object.
-  bool Stop() {
-    SetEvent(m_stop);
-    _Wake();
-    const bool ended = !DisplayWatch::IsConnectionLost() && RkWait(m_ended, kCloseWaitMs);
-    if (ended) {
-      m_thread.join();
-    } else {
-      m_thread.detach();
-      g_hasLeftThread = true;
-    }
-    return ended;
+  // Nothing: the window is open. Otherwise why not.
+  std::optional<std::string> AwaitWindow() {
+    if (!RkWait(m_answered, kOpenWaitMs)) return "the display does not answer";
+    CRkScopedLock lock(m_lock);
+    return m_failure;
   }
 
   PicturePlanes Planes(IRkVideoSample& picture) const { return {picture, m_format}; }
-  void Show(PicturePlanes planes) {
+  void Show(PicturePlanes planes, bool isCounted) {
     {
       CRkScopedLock lock(m_lock);
-      std::swap(m_newest, planes);
-      if (!m_hasNew) m_newSince = Clock::now();
+      if (m_hasNew && m_newest.isCounted) ++m_undrawn;
+      std::swap(m_newest.planes, planes);
+      m_newest.isCounted = isCounted;
       m_hasNew = true;
+      const auto now = Clock::now();
+      if (!m_undrawnSince) m_undrawnSince = now;
+      if (now - *m_undrawnSince > kLongestDraw) _Lose();
+      ResetEvent(m_settled);
     }
     _Wake();
   }
@@ -92,122 +77,152 @@ class Window::Core {
     _Wake();
   }
 
+  void Settle() {
+    RkWait(m_settled, kSettleMs);
+    CRkScopedLock lock(m_lock);
+    if (m_hasNew && std::exchange(m_newest.isCounted, false)) ++m_undrawn;
+  }
   bool IsShowing() const {
     CRkScopedLock lock(m_lock);
-    return m_isOpen && !DisplayWatch::IsLost() && !(m_hasNew && Clock::now() - m_newSince > kLongestDraw);
+    return !m_isLost;
   }
-  unsigned LossCount() const { return DisplayWatch::IsLost() ? 1 : 0; }
+  unsigned LossCount() const {
+    CRkScopedLock lock(m_lock);
+    return m_losses;
+  }
+  ULONGLONG UndrawnCount() const {
+    CRkScopedLock lock(m_lock);
+    return m_undrawn;
+  }
 
  private:
+  struct Picture {
+    PicturePlanes planes;  // none: black
+    bool isCounted = false;
+  };
+
   void _Run() {
-    SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
-    SDL_SetHint(SDL_HINT_RENDER_SCALE_QUALITY, "linear");
-    SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "0");
-    SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
-    const bool goesOn = _Open();
-    if (!goesOn) m_failure = SDL_GetError();
-    SetEvent(m_started);
-    if (goesOn) _ShowUntilLost();
-    if (DisplayWatch::IsLost()) {
-      // SDL can close a window that has gone only at the risk of the program.
-      static_cast<void>(m_canvas.release());
-      RkWait(m_stop, INFINITE);
-    } else {
-      _Close();
-      SDL_TLSCleanup();  // of this thread, which SDL did not make
-    }
-    SetEvent(m_ended);
-  }
-
-  // Returns at a stop, too.
-  void _ShowUntilLost() {
-    while (!RkWait(m_stop, 0)) {
-      RkWait(m_wake, kKeyPollMs);
-      bool mustDraw = false;
-      for (SDL_Event event; SDL_PollEvent(&event) != 0;) mustDraw = _Obey(event) || mustDraw;
-      if (!DisplayWatch::IsLost()) _Refresh(mustDraw);
-      if (DisplayWatch::IsLost()) return;
-    }
-  }
-
-  bool _Open() {
-    // Without a display SDL would draw where nobody looks, which is meant only when its driver is named.
-    if (!IsSet("SDL_VIDEODRIVER")) SDL_SetHint(SDL_HINT_VIDEODRIVER, "x11,wayland");
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
-      SDL_SetError("the display cannot be reached");
-      return false;
-    }
-    m_window = SDL_CreateWindow("rkplay", SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
-                                WidthInSquarePixels(m_format), m_format.height, SDL_WINDOW_RESIZABLE);
-    if (m_window == nullptr) return false;
-    DisplayWatch::Begin(m_window);
-    m_canvas = Canvas::Create(m_window, m_format);
-    m_isOpen = m_canvas != nullptr && !DisplayWatch::IsLost();
-    if (m_isOpen) m_canvas->Draw(m_shown);
-    return m_isOpen;
-  }
-
-  void _Close() {
-    m_isOpen = false;
-    m_canvas.reset();
-    if (m_window != nullptr) SDL_DestroyWindow(m_window);
-    m_window = nullptr;
-    if (SDL_WasInit(SDL_INIT_VIDEO) != 0) SDL_QuitSubSystem(SDL_INIT_VIDEO);
-  }
-
-  // True when the window's contents are lost. Closing the window is a wish to end. `?` comes as the text it
-  // is, whatever keys make it.
-  bool _Obey(const SDL_Event& event) {
-    if (event.type == SDL_QUIT && !DisplayWatch::IsLost()) m_keys.Put(Key::Quit);
-    if (event.type == SDL_TEXTINPUT && event.text.text[0] == '?') m_keys.Put(Key::Help);
-    if (event.type == SDL_KEYDOWN) {
-      for (const auto& [code, key] : kKeys) {
-        if (event.key.keysym.sym == code) m_keys.Put(key);
+    auto nextStart = Clock::now();
+    while (!m_stops) {
+      if (!m_peer && Clock::now() >= nextStart) {
+        m_peer = WindowPeer::Start(m_format);
+        nextStart = Clock::now() + kRetry;
       }
+      if (m_isOpen) _GiveOrders();
+      pollfd events[] = {{m_wake, POLLIN, 0}, {m_peer ? m_peer->Socket() : -1, POLLIN, 0}};
+      poll(events, 2, m_peer ? -1 : static_cast<int>(kRetry.count()));
+      std::uint64_t wakes = 0;
+      if (events[0].revents != 0 && read(m_wake, &wakes, sizeof(wakes)) < 0) return;
+      if (m_peer) _TakeReports();
     }
-    return event.type == SDL_WINDOWEVENT && (event.window.event == SDL_WINDOWEVENT_EXPOSED ||
-                                             event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED);
+    m_peer.reset();
   }
 
-  void _Refresh(bool mustDraw) {
+  // Redraws nothing: a picture that is under way is waited for, and the newest one follows it.
+  void _GiveOrders() {
     std::string title;
     bool hasNewTitle = false;
-    PicturePlanes newest;  // then the one before, released after the lock
+    bool hasNew = false;
+    Picture before;  // released after the lock
     {
       CRkScopedLock lock(m_lock);
-      std::swap(newest, m_newest);
-      if (m_hasNew) std::swap(newest, m_shown);
-      mustDraw = std::exchange(m_hasNew, false) || mustDraw;
       hasNewTitle = std::exchange(m_hasNewTitle, false);
       if (hasNewTitle) title = m_title;
+      hasNew = !m_isUnderWay && std::exchange(m_hasNew, false);
+      if (hasNew) before = std::exchange(m_shown, std::move(m_newest));
     }
-    if (hasNewTitle) SDL_SetWindowTitle(m_window, title.c_str());
-    if (mustDraw) m_canvas->Draw(m_shown);
+    if (hasNewTitle) m_peer->SetTitle(title);
+    if (hasNew) _Show();
+  }
+  void _Show() {
+    m_peer->Show(m_shown.planes);
+    m_isUnderWay = true;
   }
 
-  // Not by an event of SDL's: that may need the display, which is for the window's thread alone.
-  void _Wake() const { SetEvent(m_wake); }
+  void _TakeReports() {
+    while (const auto report = m_peer->TakeReport()) {
+      if (report->kind == WindowReport::Kind::Pressed) m_keys.Put(report->key);
+      if (report->kind == WindowReport::Kind::Opened) _Opened();
+      if (report->kind == WindowReport::Kind::Failed) _Answer(report->reason);
+      if (report->kind == WindowReport::Kind::Drawn) _Reported(true);
+      if (report->kind == WindowReport::Kind::NotDrawn) _Reported(false);
+    }
+    if (!m_peer->HasEnded()) return;
+    m_peer.reset();
+    m_isOpen = false;
+    if (m_isUnderWay) _Reported(false);
+    _Answer("the display was lost");
+    CRkScopedLock lock(m_lock);
+    _Lose();
+  }
+  // A window in the place of a lost one shows what that one showed.
+  void _Opened() {
+    m_isOpen = true;
+    _Answer(std::nullopt);
+    bool replaces = false;
+    {
+      CRkScopedLock lock(m_lock);
+      m_hasNewTitle = !m_title.empty();
+      replaces = m_losses > 0;
+    }
+    if (replaces) _Show();
+  }
+  void _Reported(bool drawn) {
+    m_isUnderWay = false;
+    CRkScopedLock lock(m_lock);
+    if (std::exchange(m_shown.isCounted, false) && !drawn) ++m_undrawn;
+    if (drawn) m_isLost = false;
+    if (!drawn) return;
+    m_undrawnSince.reset();
+    if (m_hasNew) {
+      m_undrawnSince = Clock::now();
+    } else {
+      SetEvent(m_settled);
+    }
+  }
+  // The first answer is the one that counts.
+  void _Answer(std::optional<std::string> failure) {
+    if (std::exchange(m_hasAnswered, true)) return;
+    {
+      CRkScopedLock lock(m_lock);
+      m_failure = std::move(failure);
+    }
+    SetEvent(m_answered);
+  }
+
+  void _Lose() RK_REQUIRES(m_lock) {
+    if (!std::exchange(m_isLost, true)) ++m_losses;
+    SetEvent(m_settled);
+  }
+  void _Wake() const {
+    const std::uint64_t once = 1;
+    if (write(m_wake, &once, sizeof(once)) < 0) return;  // the counter is full: a wake is due anyway
+  }
 
   const SRkVideoResolution m_format;
   KeyQueue& m_keys;
-  const CRkHandle m_stop = CRkHandle::ManualResetEvent();
-  const CRkHandle m_wake = CRkHandle::AutoResetEvent();
-  const CRkHandle m_started = CRkHandle::ManualResetEvent();
-  const CRkHandle m_ended = CRkHandle::ManualResetEvent();
-  std::string m_failure;  // fixed before m_started is set
-  std::atomic<bool> m_isOpen = false;
+  const Descriptor m_wake{eventfd(0, EFD_CLOEXEC)};
+  const CRkHandle m_answered = CRkHandle::ManualResetEvent();
+  const CRkHandle m_settled = CRkHandle::ManualResetEvent();
+  std::atomic<bool> m_stops = false;
 
   mutable CRkCriticalSection m_lock;
-  PicturePlanes m_newest RK_GUARDED_BY(m_lock);  // none: no picture
-  bool m_hasNew RK_GUARDED_BY(m_lock) = false;
-  Clock::time_point m_newSince RK_GUARDED_BY(m_lock);
+  std::optional<std::string> m_failure RK_GUARDED_BY(m_lock);
+  Picture m_newest RK_GUARDED_BY(m_lock);
+  std::optional<Clock::time_point> m_undrawnSince RK_GUARDED_BY(m_lock);
   std::string m_title RK_GUARDED_BY(m_lock);
+  ULONGLONG m_undrawn RK_GUARDED_BY(m_lock) = 0;
+  unsigned m_losses RK_GUARDED_BY(m_lock) = 0;
+  bool m_hasNew RK_GUARDED_BY(m_lock) = false;
   bool m_hasNewTitle RK_GUARDED_BY(m_lock) = false;
+  bool m_isLost RK_GUARDED_BY(m_lock) = false;
 
-  // The window's thread alone uses these.
-  SDL_Window* m_window = nullptr;
-  std::unique_ptr<Canvas> m_canvas;
-  PicturePlanes m_shown;
+  // The thread alone uses these.
+  bool m_isOpen = false;
+  bool m_hasAnswered = false;
+  bool m_isUnderWay = false;           // the picture shown, which the window has not reported on
+  Picture m_shown;                     // the last that the window was given
+  std::unique_ptr<WindowPeer> m_peer;  // null: another one is to be started
 
   std::thread m_thread;
 };
@@ -216,39 +231,33 @@ bool Window::HasDisplay() {
   return IsSet("DISPLAY") || IsSet("WAYLAND_DISPLAY");
 }
 
-Window::Window(const SRkVideoResolution& format, KeyQueue& keys)
-    : m_core(std::make_unique<Core>(format, keys)) {
+Window::Window(const SRkVideoResolution& format, KeyQueue& keys) {
   if (!HasDisplay() && !IsSet("SDL_VIDEODRIVER")) {
     throw UsageError("--monitor: there is no display for a window (--monitor=virtual plays without)");
   }
-  if (m_core->Start()) return;
-  const std::string failure = m_core->Failure();
-  _End();
-  throw UsageError("--monitor: no window can be opened: " + failure + " (--monitor=virtual plays without)");
+  m_core = std::make_unique<Core>(format, keys);
+  if (const auto failure = m_core->AwaitWindow()) {
+    throw UsageError("--monitor: no window can be opened: " + *failure +
+                     " (--monitor=virtual plays without)");
+  }
 }
 
-Window::~Window() {
-  _End();
-}
+Window::~Window() = default;
 
-void Window::_End() {
-  if (!m_core->Stop()) static_cast<void>(m_core.release());
-}
-
-bool Window::HasLeftThread() {
-  return g_hasLeftThread;
-}
-
-void Window::Show(IRkVideoSample& picture) {
-  m_core->Show(m_core->Planes(picture));
+void Window::Show(IRkVideoSample& picture, bool isCounted) {
+  m_core->Show(m_core->Planes(picture), isCounted);
 }
 
 void Window::Blank() {
-  m_core->Show({});
+  m_core->Show({}, false);
 }
 
 void Window::SetTitle(const std::string& title) {
   m_core->SetTitle(title);
+}
+
+void Window::Settle() {
+  m_core->Settle();
 }
 
 bool Window::IsShowing() const {
@@ -257,6 +266,10 @@ bool Window::IsShowing() const {
 
 unsigned Window::LossCount() const {
   return m_core->LossCount();
+}
+
+ULONGLONG Window::UndrawnCount() const {
+  return m_core->UndrawnCount();
 }
 
 }  // namespace rkplay

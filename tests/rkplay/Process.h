@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -56,6 +58,15 @@ class Process {
     m_input = -1;
   }
   void Signal(int signal) { kill(m_id, signal); }
+  // False when the program has none.
+  bool KillChildren() {
+    bool killed = false;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/" + std::to_string(m_id) + "/task")) {
+      std::ifstream children(task.path() / "children");
+      for (pid_t child = 0; children >> child; killed = true) kill(child, SIGKILL);
+    }
+    return killed;
+  }
 
   // Until the output so far holds the text; false when the program ended without it.
   bool WaitForOutput(const std::string& text) {

@@ -70,6 +70,24 @@ TEST_F(RkplayMonitor, a_window_shows_every_kind_of_picture) {
   }
 }
 
+TEST_F(RkplayMonitor, a_lost_window_comes_back_and_what_it_missed_is_not_counted_as_shown) {
+  setenv("SDL_VIDEODRIVER", "dummy", 1);
+  Process process(Command({"pattern:live", "--monitor", "--sound", "none", "--size", "64x36", "--manual",
+                           "--stats", "stats.json"}));
+  ASSERT_TRUE(process.WaitForOutput("begins"));
+  ASSERT_TRUE(process.KillChildren());
+  ASSERT_TRUE(process.WaitForOutput("the display is lost"));
+  ASSERT_TRUE(process.WaitForOutput("the display is back"));
+  process.Type("q");
+  EXPECT_EQ(process.Wait(), 0);
+  const auto stats = Stats();
+  const auto seen = stats["monitor"];
+  EXPECT_GE(seen["displayLosses"], 1);
+  EXPECT_GE(seen["unseen"], 1);
+  EXPECT_EQ(seen["shown"].get<int>() + seen["unseen"].get<int>() + seen["passedOver"].get<int>(),
+            stats["deliveredFrames"].get<int>());
+}
+
 TEST_F(RkplayMonitor, what_cannot_be_watched_or_heard_is_refused) {
   for (const char* display : {"DISPLAY", "WAYLAND_DISPLAY", "SDL_VIDEODRIVER"}) unsetenv(display);
   ExpectRefused({"pattern:5", "--monitor"}, "there is no display");
