@@ -6,6 +6,13 @@
 
 namespace {
 
+// A program on Windows does not replace the operators of its DLLs.
+#ifdef _WIN32
+constexpr bool kReachesLibraries = false;
+#else
+constexpr bool kReachesLibraries = true;
+#endif
+
 struct CFakeCallback : CFake<IRkClipOutputCallback> {
   void OnPlayStart() override {}
   void OnPlaySample(IRkAVPlaySample*) override {}
@@ -62,10 +69,10 @@ TEST_F(factories, an_object_gives_back_all_it_was_given_also_when_its_creation_f
   const int ofOneSource = FailEachAllocation<IRkClipSourceChannel>("source channel", 1, 0);
   EXPECT_GT(FailEachAllocation<IRkClipOutputChannel>("output channel", 3, 1), 3 * ofOneSource)
       << "the third source channel was not reached";
-  EXPECT_GT(FailEachAllocation<IRkClipSourcePlayer>("source player", 1, 1), 1);
+  EXPECT_GE(FailEachAllocation<IRkClipSourcePlayer>("source player", 1, 1), kReachesLibraries ? 2 : 1);
   // With a sound system the device lives without a renderer.
   RkSelectAudioSystem(RkAudioSystem_None, nullptr);
-  EXPECT_GT(FailEachAllocation<IRkSoftwareOutputDevice>("output device", 0, 0), 10);
+  EXPECT_GT(FailEachAllocation<IRkSoftwareOutputDevice>("output device", 0, 0), kReachesLibraries ? 10 : 1);
 }
 
 TEST_F(factories, what_a_class_cannot_work_with_is_refused) {
