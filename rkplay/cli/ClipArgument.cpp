@@ -54,7 +54,7 @@ UINT ParsePattern(const std::string& text) {
 }
 
 bool IsPlaylistName(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension();
+  std::string extension = std::filesystem::path(path).extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   return extension == ".m3u" || extension == ".m3u8";

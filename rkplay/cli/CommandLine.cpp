@@ -31,7 +31,7 @@ void CheckFileName(const CLI::App& app, const std::string& option, const std::st
   if (app.count(option) == 0) return;
   if (path.empty()) throw UsageError(option + ": no file name");
   if (path == "-") throw UsageError(option + ": the standard output cannot be written; name a file");
-  std::string own = std::filesystem::path(path).extension();
+  std::string own = std::filesystem::path(path).extension().string();
   std::transform(own.begin(), own.end(), own.begin(),
                  [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   if (own.empty() || extension.empty() || own == extension) return;

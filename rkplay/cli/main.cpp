@@ -7,6 +7,7 @@
 #include "rkplay/cli/Messages.h"
 #include "rkplay/monitor/WindowLink.h"
 #include "rkplay/monitor/WindowProcess.h"
+#include "rkplay/system/Terminal.h"
 
 namespace {
 
@@ -32,5 +33,6 @@ int Run(int argumentCount, char** arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+  rkplay::SetUpTerminalOutput();
   return Run(argumentCount, arguments);
 }

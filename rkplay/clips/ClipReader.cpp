@@ -1,27 +1,17 @@
 #include "rkplay/clips/ClipReader.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <chrono>
-#include <ctime>
 #include <system_error>
 
 #include "base/CRkHandle.h"
+#include "rkplay/system/ProcessorTime.h"
 
 namespace rkplay {
 namespace {
 
 // A stopped or starved process loses one of these, not its patience.
 constexpr DWORD kSliceMs = 50;
-
-std::chrono::nanoseconds ProcessorTime(std::thread& thread) {
-  clockid_t clock{};
-  timespec used{};
-  if (pthread_getcpuclockid(thread.native_handle(), &clock) != 0) return {};
-  clock_gettime(clock, &used);
-  return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
-}
 
 std::string WhyNotOpened(const std::string& path) {
   SRkMediaDescription description{};

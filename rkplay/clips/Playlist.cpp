@@ -53,7 +53,7 @@ ClipArgument ParseEntry(std::string_view entry, const std::filesystem::path& fol
     if (!allowUrls) throw UsageError(clip.path + ": addresses in playlists are opened with --allow-urls");
     return clip;
   }
-  if (clip.kind == ClipKind::File) clip.path = folder / clip.path;
+  if (clip.kind == ClipKind::File) clip.path = (folder / clip.path).string();
   return clip;
 }
 

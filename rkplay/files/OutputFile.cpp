@@ -1,5 +1,6 @@
 #include "rkplay/files/OutputFile.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +14,12 @@ namespace {
 
 constexpr size_t kBufferBytes = size_t{1} << 20;
 
+#ifdef O_BINARY
+constexpr int kBinary = O_BINARY;
+#else
+constexpr int kBinary = 0;
+#endif
+
 namespace fs = std::filesystem;
 
 // A rename would put a file in the place of a device, and replace one that is protected.
@@ -21,7 +28,7 @@ bool MayBeReplaced(const fs::path& target, std::string& reason) {
   const bool isThere = fs::exists(target, error);
   if (isThere && !fs::is_regular_file(target, error)) {
     reason = "it is no regular file";
-  } else if (isThere && access(target.c_str(), W_OK) != 0) {
+  } else if (isThere && access(target.string().c_str(), W_OK) != 0) {
     reason = std::strerror(errno);
   } else {
     return true;
@@ -29,8 +36,14 @@ bool MayBeReplaced(const fs::path& target, std::string& reason) {
   return false;
 }
 
-bool WriteNewFile(const fs::path& path, const void* data, size_t bytes) {
-  std::FILE* file = std::fopen(path.c_str(), "wbx");
+// Windows' C library has no mode of fopen for a file that must not exist.
+std::FILE* NewFile(const std::string& path) {
+  const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | kBinary, 0666);
+  return descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
+}
+
+bool WriteNewFile(const std::string& path, const void* data, size_t bytes) {
+  std::FILE* file = NewFile(path);
   if (file == nullptr) return false;
   const bool written = bytes == 0 || std::fwrite(data, bytes, 1, file) == 1;
   const int writeError = errno;
@@ -78,10 +91,16 @@ bool WriteWholeFile(const std::string& path, const void* data, size_t bytes, std
   fs::path target = fs::canonical(path, error);  // a link keeps pointing to the file
   if (error) target = path;
   if (!MayBeReplaced(target, reason)) return false;
-  const fs::path draft = target.string() + "." + std::to_string(getpid()) + ".part";
-  if (WriteNewFile(draft, data, bytes) && std::rename(draft.c_str(), target.c_str()) == 0) return true;
-  reason = std::strerror(errno);
-  if (errno != EEXIST) fs::remove(draft, error);  // then the draft is somebody else's
+  const std::string draft = target.string() + "." + std::to_string(getpid()) + ".part";
+  if (!WriteNewFile(draft, data, bytes)) {
+    reason = std::strerror(errno);
+    if (errno != EEXIST) fs::remove(draft, error);  // otherwise the draft is somebody else's
+    return false;
+  }
+  fs::rename(draft, target, error);
+  if (!error) return true;
+  reason = error.message();
+  fs::remove(draft, error);
   return false;
 }
 

@@ -104,7 +104,7 @@ std::string NumberedPath(std::string path, UINT number, bool isOneOfSeveral) {
   if (!isOneOfSeveral) return path;
   std::filesystem::path numbered = path;
   const std::string name = numbered.stem().string() + "-" + digits + numbered.extension().string();
-  return numbered.replace_filename(name);
+  return numbered.replace_filename(name).string();
 }
 
 // One frame to write, or why there is none.

@@ -1,16 +1,11 @@
 #include "rkplay/monitor/TerminalKeys.h"
 
-#include <poll.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <string_view>
 #include <utility>
 
 namespace rkplay {
 namespace {
 
-constexpr int kPollMs = 50;
 constexpr char kEscape = '\x1b';
 constexpr size_t kLongestSequence = 8;
 
@@ -27,51 +22,31 @@ constexpr std::pair<std::string_view, Key> kSequences[] = {
 
 }  // namespace
 
-// A program in the background would be stopped for touching the terminal.
-bool TerminalKeys::IsTerminal() {
-  return isatty(STDIN_FILENO) != 0 && tcgetpgrp(STDIN_FILENO) == getpgrp();
-}
-
 TerminalKeys::TerminalKeys(KeyQueue& keys) : m_keys(keys) {
-  termios settings{};
-  if (IsTerminal() && tcgetattr(STDIN_FILENO, &settings) == 0) m_before = settings;
-  _SetTerminal();
   m_thread = std::thread([this] { _Read(); });
 }
 
 TerminalKeys::~TerminalKeys() {
   SetEvent(m_stop);
   m_thread.join();
-  Restore();
 }
 
 void TerminalKeys::Restore() {
   CRkScopedLock lock(m_lock);
-  if (m_before) tcsetattr(STDIN_FILENO, TCSANOW, &*m_before);
-  m_before.reset();
+  m_input.Restore();
 }
 
-// Changes nothing while the terminal is as it should be, or belongs to another program.
 void TerminalKeys::_SetTerminal() {
-  constexpr auto kLineMode = static_cast<tcflag_t>(ICANON | ECHO);
-  termios settings{};
   CRkScopedLock lock(m_lock);
-  if (!m_before || !IsTerminal() || tcgetattr(STDIN_FILENO, &settings) != 0) return;
-  if ((settings.c_lflag & kLineMode) == 0) return;
-  settings.c_lflag &= ~kLineMode;
-  tcsetattr(STDIN_FILENO, TCSANOW, &settings);
+  m_input.Set();
 }
 
 void TerminalKeys::_Read() {
-  pollfd input = {STDIN_FILENO, POLLIN, 0};
   while (!RkWait(m_stop, 0)) {
     _SetTerminal();
-    if (poll(&input, 1, kPollMs) <= 0) continue;
-    char letters[64];
-    const ssize_t count = read(STDIN_FILENO, letters, sizeof(letters));
-    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (count <= 0) break;
-    for (const char letter : std::string_view(letters, static_cast<size_t>(count))) _Translate(letter);
+    const std::optional<std::string> letters = ReadTerminal();
+    if (!letters) break;
+    for (const char letter : *letters) _Translate(letter);
   }
   m_inputEnded = true;
 }

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <termios.h>
-
 #include <atomic>
-#include <optional>
 #include <string>
 #include <thread>
 
 #include "rkplay/monitor/Keys.h"
+#include "rkplay/system/Terminal.h"
 
 namespace rkplay {
 
@@ -25,7 +23,7 @@ class TerminalKeys {
   TerminalKeys& operator=(const TerminalKeys&) = delete;
 
   // Whether the standard input is a terminal that this program may read.
-  static bool IsTerminal();
+  static bool IsTerminal() { return TerminalInput::IsTerminal(); }
 
   // Gives the terminal back as it was. Any time, from one thread.
   void Restore() RK_EXCLUDES(m_lock);
@@ -40,8 +38,8 @@ class TerminalKeys {
 
   KeyQueue& m_keys;
   CRkCriticalSection m_lock;
-  std::optional<termios> m_before RK_GUARDED_BY(m_lock);  // terminals only, until Restore
-  std::string m_sequence;                                 // an escape sequence that is not complete
+  TerminalInput m_input RK_GUARDED_BY(m_lock);
+  std::string m_sequence;  // an escape sequence that is not complete
   const CRkHandle m_stop = CRkHandle::ManualResetEvent();
   std::atomic<bool> m_inputEnded = false;
   std::thread m_thread;

@@ -6,7 +6,6 @@
 
 #include "base/CRkRef.h"
 #include "output_channel/IRkClipOutputChannel.h"
-#include "rkplay/cli/StopSignals.h"
 #include "rkplay/clips/ClipLoader.h"
 #include "rkplay/files/FrameOutput.h"
 #include "rkplay/monitor/Keys.h"
@@ -18,6 +17,7 @@
 #include "rkplay/play/Progress.h"
 #include "rkplay/play/Statistics.h"
 #include "rkplay/play/Transport.h"
+#include "rkplay/system/StopSignals.h"
 
 namespace rkplay {
 

@@ -1,12 +1,10 @@
 #include "rkplay/play/Progress.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "rkplay/cli/FrameRate.h"
 #include "rkplay/cli/Messages.h"
+#include "rkplay/system/Terminal.h"
 
 namespace rkplay {
 namespace {
@@ -16,11 +14,6 @@ constexpr std::chrono::seconds kPlainInterval(5);
 constexpr std::chrono::seconds kSpeedSpan(3);
 constexpr size_t kUsualColumns = 80;
 
-size_t TerminalColumns() {
-  winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualColumns;
-}
-
 std::string Frames(int frameRate, ULONGLONG frames) {
   return Timecode(frameRate, frames) + " (" + std::to_string(frames) + ")";
 }
@@ -28,10 +21,7 @@ std::string Frames(int frameRate, ULONGLONG frames) {
 }  // namespace
 
 Progress::Progress(int frameRate, const std::vector<ClipList>& lists)
-    : m_frameRate(frameRate),
-      m_lists(lists),
-      m_isTerminal(isatty(STDOUT_FILENO) != 0),
-      m_recent{{Clock::now(), 0}} {}
+    : m_frameRate(frameRate), m_lists(lists), m_isTerminal(IsOutputTerminal()), m_recent{{Clock::now(), 0}} {}
 
 void Progress::ListBegins(size_t list) {
   const auto announced = m_lists[list].AnnouncedFrames();
@@ -78,7 +68,7 @@ void Progress::_Show(const std::string& text) {
   m_nextShow = Clock::now() + (m_isTerminal ? Clock::duration(kTerminalInterval) : kPlainInterval);
   const std::string line = Printable(text);
   if (m_isTerminal) {
-    const std::string_view fitting = CutToBytes(line, TerminalColumns() - 1);
+    const std::string_view fitting = CutToBytes(line, TerminalColumns().value_or(kUsualColumns) - 1);
     std::printf("\r%.*s\x1b[K", static_cast<int>(fitting.size()), fitting.data());
     m_isLive = true;
   } else {

@@ -4,12 +4,12 @@
 #include <vector>
 
 #include "base/CRkRef.h"
-#include "rkplay/cli/StopSignals.h"
 #include "rkplay/cli/Values.h"
 #include "rkplay/clips/ClipLoader.h"
 #include "rkplay/monitor/Keys.h"
 #include "rkplay/monitor/Monitor.h"
 #include "rkplay/play/Progress.h"
+#include "rkplay/system/StopSignals.h"
 #include "source_player/IRkClipSourcePlayer.h"
 
 namespace rkplay {
