@@ -9,12 +9,15 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/libraries/kernel/AudioRendererFakes.h"
+#include "module/RkClipPlay.h"
+#include "tests/support/RkFakes.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr SRkVideoResolution kVideo = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
+constexpr SRkWaveFormatInfo kAudio = RkMakeWaveFormat(2, 48000, 16);
 constexpr double kFrameMs = 40.0;
 
 // From the first byte that is not silent to the last.
@@ -31,17 +34,15 @@ std::string Recorded(size_t from) {
     std::ifstream file(std::getenv("RK_SOUND_RECORDING"), std::ios::binary);
     stream.assign(std::istreambuf_iterator<char>(file.seekg(static_cast<std::streamoff>(from))), {});
     const size_t last = stream.find_last_not_of('\0');
-    return last != std::string::npos && stream.size() - last > kTestAudio.bytesPerSecond;
+    return last != std::string::npos && stream.size() - last > kAudio.bytesPerSecond;
   });
   return SoundIn(stream);
 }
 
 // Keeps the sound that renderers are given and counts their play position over its wraps.
-class CMonitor final : public CFake<IRkTestAudioMonitor> {
+class CMonitor final : public CFake<IRkAudioMonitor> {
  public:
-  void OnRenderer(IRkTestAudioDirectSound* renderer, const SRkWaveFormatInfo&) override {
-    m_renderer = renderer;
-  }
+  void OnRenderer(IRkAudioDirectSound* renderer, const SRkWaveFormatInfo&) override { m_renderer = renderer; }
   void OnSound(const BYTE* data, DWORD bytes) override {
     std::lock_guard lock(m_mutex);
     m_sound.append(reinterpret_cast<const char*>(data), bytes);
@@ -59,9 +60,11 @@ class CMonitor final : public CFake<IRkTestAudioMonitor> {
   }
 
  private:
-  IRkTestAudioDirectSound* m_renderer = nullptr;  // the device's
+  IRkAudioDirectSound* m_renderer = nullptr;  // the device's
   double m_position = 0.0;
   double m_wrappedMs = 0.0;
+  std::mutex m_mutex;
+  std::string m_sound;
 };
 
 // Notes how late each picture is against the sound.
@@ -69,8 +72,8 @@ class CLipSync final : public CFake<IRkSoftwareOutputCallback> {
  public:
   explicit CLipSync(CMonitor& monitor) : m_monitor(monitor) {}
   void OnPlay() override {}
-  void OnAudioSample(IRkTestAudioSample*, IRkUnknown*) override {}
-  void OnVideoSample(IRkTestVideoSample* video) override {
+  void OnAudioSample(IRkAudioSample*, IRkUnknown*) override {}
+  void OnVideoSample(IRkVideoSample* video) override {
     if (video != nullptr) m_lateMs.push_back(m_monitor.PositionMs() - video->GetFrameIndex() * kFrameMs);
   }
   void OnStop() override {}
@@ -87,18 +90,20 @@ class CLipSync final : public CFake<IRkSoftwareOutputCallback> {
 
 class DirectSound : public testing::Test {
  protected:
-  DirectSound() { RkSelectAudioSystem(RkTestAudioSystem_System, m_monitor.Get()); }
-  ~DirectSound() override { RkSelectAudioSystem(RkTestAudioSystem_System, nullptr); }
+  DirectSound() { RkSelectAudioSystem(RkAudioSystem_System, m_monitor.Get()); }
+  ~DirectSound() override { RkSelectAudioSystem(RkAudioSystem_System, nullptr); }
 
   void PlayTwoLists() {
     CRkRef<IRkClipOutputChannel> channel;
     CRkRef<IRkSoftwareOutputDevice> device;
-    ASSERT_EQ(RkCreateClipOutputChannel(2, 8, kTestVideo, kTestAudio, nullptr, nullptr, channel.Out()), 1);
-    ASSERT_EQ(RkCreateSoftwareOutputDevice(kTestVideo, kTestAudio, nullptr, 3, device.Out()), 1);
+    ASSERT_EQ(RkCreateClipOutputChannel(2, 8, kVideo, kAudio, nullptr, nullptr, channel.Out()), 1);
+    ASSERT_EQ(RkCreateSoftwareOutputDevice(kVideo, kAudio, nullptr, 3, device.Out()), 1);
     ASSERT_TRUE(device->SetOutputCallback(m_lipSync.Get()));
     device->Play();
     for (int list = 0; list < 2; ++list) {
-      ASSERT_TRUE(channel->InsertClipElement(MakePattern(50).Get(), 1, 0));
+      CRkRef<IRkClipElement> clip;
+      ASSERT_EQ(RkCreatePatternClipElement(50, clip.Out()), 1);
+      ASSERT_TRUE(channel->InsertClipElement(clip.Get(), 1, 0));
       ASSERT_TRUE(list == 1 || channel->Play());
     }
     for (UINT status = RkSwitchStatus_Playing; status != RkSwitchStatus_Ended;) {
@@ -109,7 +114,7 @@ class DirectSound : public testing::Test {
     device->Stop(FALSE);
   }
 
-  BOOL CreateRenderer() { return RkCreateAudioDirectSound(kTestAudio, nullptr, 1000.0, 0, m_renderer.Out()); }
+  BOOL CreateRenderer() { return RkCreateAudioDirectSound(kAudio, nullptr, 1000.0, 0, m_renderer.Out()); }
 
   // Has the script stop the sound server, or let it go on.
   void SwitchServer() {
@@ -120,7 +125,7 @@ class DirectSound : public testing::Test {
 
   CRkRef<CMonitor> m_monitor = MakeFake<CMonitor>();
   CRkRef<CLipSync> m_lipSync = MakeFake<CLipSync>(*m_monitor);
-  CRkRef<IRkTestAudioDirectSound> m_renderer;
+  CRkRef<IRkAudioDirectSound> m_renderer;
 };
 
 TEST_F(DirectSound, card_plays_two_lists_whole_and_pictures_keep_to_the_sound) {
@@ -128,9 +133,9 @@ TEST_F(DirectSound, card_plays_two_lists_whole_and_pictures_keep_to_the_sound) {
   PlayTwoLists();
   const std::string sound = m_monitor->Sound();
   const std::string recorded = Recorded(recordedBefore);
-  EXPECT_GT(sound.size(), 3 * kTestAudio.bytesPerSecond);
+  EXPECT_GT(sound.size(), 3 * kAudio.bytesPerSecond);
   // A machine too busy to serve the card in time puts silence into the sound, and then loses some.
-  const std::string gap(48 * kTestAudio.blockAlign, '\0');
+  const std::string gap(48 * kAudio.blockAlign, '\0');
   if (recorded.find(gap) != std::string::npos) GTEST_SKIP() << "The machine is too busy to play without gaps";
   EXPECT_TRUE(recorded == sound) << recorded.size() << " bytes recorded of " << sound.size() << " given";
   EXPECT_LT(std::abs(m_lipSync->MedianLateMs()), 20.0);
