@@ -45,15 +45,41 @@ class CHook final : public CCounted<IRkClipSampleProcessor> {
   LONG volatile seen = 0;
 };
 
-template <class Object>
-CRkRef<Object> Make() {
-  return CRkRef<Object>::Adopt(new Object);
-}
+class CClip final : public CCounted<IRkClipElement> {
+ public:
+  explicit CClip(UINT frameCount) : m_frameCount(frameCount) {}
 
-CRkRef<IRkClipElement> MakeClip(UINT frameCount) {
-  CRkRef<IRkClipElement> clip;
-  CHECK(RkCreatePatternClipElement(frameCount, clip.Out()) == 1);
-  return clip;
+  BOOL Open(IRkPlayBufferPool*, UINT, const SRkClipFormat* format) override {
+    m_next = 0;
+    return format->video.reserved == 36 && format->audio.blockAlign == 4;
+  }
+  BOOL ReadNextSample(IRkAVPlaySample** sample) override { return ReadSampleAt(m_next, sample); }
+  BOOL ReadSampleAt(UINT offset, IRkAVPlaySample** sample) override {
+    if (offset >= m_frameCount || RkCreateAVPlaySample(sample) == 0) return FALSE;
+    (*sample)->SetPosition(m_start + offset);
+    m_next = offset + 1;
+    return TRUE;
+  }
+  void SeekTo(UINT offset) override { m_next = offset; }
+  UINT GetLastPosition() override { return m_start + m_frameCount - 1; }
+  void Close() override {}
+  void SetTimelineStart(UINT position) override { m_start = position; }
+  UINT GetTimelineStart() override { return m_start; }
+  UINT GetFrameCount() override { return m_frameCount; }
+  void SetMode(UINT, BOOL*) override {}
+  UINT GetMode() override { return 0; }
+  void GetTrimInfo(IRkClipTrimInfo**) override {}
+  void SetTrimInfo(IRkClipTrimInfo*) override {}
+
+ private:
+  const UINT m_frameCount;
+  UINT m_start = 0;
+  UINT m_next = 0;
+};
+
+template <class Object, class... Arguments>
+CRkRef<Object> Make(Arguments... arguments) {
+  return CRkRef<Object>::Adopt(new Object(arguments...));
 }
 
 // Takes the sample that comes next, which must be at the position and have passed the hook.
@@ -67,7 +93,7 @@ void TakeSample(IRkClipOutputChannel& channel, UINT position, CHook& hook) {
 }
 
 void PlayTwoLists() {
-  SRkVideoResolution video = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 0};
+  SRkVideoResolution video = {64, 36, RkPixelFormat_I420, 0, RkFrameRate_25, 1, 1, 0, 36};
   auto sink = Make<CSink>();
   auto hook = Make<CHook>();
   CRkRef<IRkClipOutputChannel> channel;
@@ -76,11 +102,11 @@ void PlayTwoLists() {
                                   channel.Out()) == 1);
   CHECK(channel->SetSampleProcessor(hook.Get()) && channel->Reserved() == 0);
   CHECK(RkCreateClipElementList(list.Out()) == 1);
-  CHECK(list->InsertElement(0, MakeClip(3).Get()) && list->InsertElement(1, MakeClip(2).Get()));
+  CHECK(list->InsertElement(0, Make<CClip>(3u).Get()) && list->InsertElement(1, Make<CClip>(2u).Get()));
   CHECK(list->GetTotalFrameCount() == 5);
 
   CHECK(channel->InsertClipElement(list.Get(), 2, 1) && channel->Play() && sink->waitingIsFree);
-  CHECK(channel->InsertClipElement(MakeClip(4).Get(), 1, 2) && !sink->waitingIsFree);
+  CHECK(channel->InsertClipElement(Make<CClip>(4u).Get(), 1, 2) && !sink->waitingIsFree);
   const UINT positions[] = {1, 2, 3, 4, 0, 1, 2, 3, 4, 2, 3};
   UINT status = 0;
   for (const UINT position : positions) {
