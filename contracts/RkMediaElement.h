@@ -29,6 +29,9 @@ struct SRkMediaDescription {
   int pictureBits;          // of one component; more than 8 are dithered to 8. 0 without pictures
   BOOL isHighDynamicRange;  // is tone-mapped to standard dynamic range
   BOOL isInterlaced;        // as its first picture is marked
+  BOOL isStill;             // one picture, which an element shows for as long as its options say
+  BOOL isSequence;          // numbered pictures: one for each frame, whatever the rate
+  LONGLONG soundExcessMs;   // of sound after the end of the pictures; 0 or less where they last as long
 };
 
 // Whether pictures that hold two fields are made whole: by a deinterlacing filter, one picture for each of
@@ -48,24 +51,45 @@ enum ERkFit : int {
 
 // What a media element does beyond reading. Elements take a null pointer for the defaults, which are all 0.
 struct SRkMediaOptions {
-  DWORD size;       // sizeof(SRkMediaOptions): tells the fields that the caller knows
-  int fit;          // an ERkFit
-  int deinterlace;  // an ERkDeinterlace
+  DWORD size;        // sizeof(SRkMediaOptions): tells the fields that the caller knows
+  int fit;           // an ERkFit
+  int deinterlace;   // an ERkDeinterlace
+  UINT stillFrames;  // how long a still is shown; 0: kRkStillSeconds
+  BOOL holdPicture;  // sound that outlasts the pictures is played under the last one; else it is cut
 };
+
+inline constexpr UINT kRkStillSeconds = 10;
 
 // Why a file was refused, in a few words: UTF-8, ends with a zero, cut to fit.
 struct SRkMediaReason {
   char text[256];
 };
 
-// Both block while they read the file. 0 when it cannot be read or played: `reason` (may be null) then says
-// why, and the other out-parameter is as it was. Otherwise 1, and `reason` is as it was. Any thread may call.
+// A media file that has been examined: the elements that are made of it do not examine it again. It keeps no
+// file open and never changes. Any thread may call.
+class IRkMediaFile : public IRkUnknown {
+ public:
+  virtual void GetDescription(SRkMediaDescription* description) = 0;
+  // As RkCreateMediaClipElement. Does not read the file.
+  virtual BOOL CreateElement(int frameRate, const SRkMediaOptions* options, IRkMediaReadSink* sink,
+                             IRkClipElement** element, SRkMediaReason* reason) = 0;
+};
 
+// All block while they read the file. 0 when it cannot be read or played: `reason` (may be null) then says
+// why, and the other out-parameter is as it was. Otherwise 1, and `reason` is as it was. Any thread may call.
+// `path` names a file, or a sequence of pictures by a name with one %d or %0Nd where their numbers are.
+
+// Opens the file once and reads it through where it has no index. `options` (may be null) are those of the
+// elements to be made.
+RK_MEDIA_API int RkExamineMedia(const char* path, const SRkMediaOptions* options, IRkMediaFile** file,
+                                SRkMediaReason* reason);
+
+// RkExamineMedia for those who need nothing but the description.
 RK_MEDIA_API int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMediaReason* reason);
 
-// An element for the file at `frameRate` (an ERkFrameRate), which fixes its frame count: it is opened only
-// with formats of that rate. Options and sink may be null; the element
-// holds a reference to the sink.
+// RkExamineMedia for a single element of the file at `frameRate` (an ERkFrameRate), which fixes its frame
+// count: it is opened only with formats of that rate. Options and sink may be null; the element holds a
+// reference to the sink.
 RK_MEDIA_API int RkCreateMediaClipElement(const char* path, int frameRate, const SRkMediaOptions* options,
                                           IRkMediaReadSink* sink, IRkClipElement** element,
                                           SRkMediaReason* reason);

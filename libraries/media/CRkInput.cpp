@@ -8,6 +8,8 @@
 #include <string_view>
 #include <utility>
 
+#include "libraries/media/RkImageSequence.h"
+
 extern "C" {
 #include <libavutil/intreadwrite.h>
 }
@@ -225,9 +227,13 @@ bool CRkInput::Open(const std::string& name, const std::atomic<bool>* abort, std
   av_dict_set(&options, "protocol_whitelist", m_guard->Protocols(), 0);
   av_dict_set(&options, "enable_drefs", "1", 0);
   if (RkIsAddress(name)) av_dict_set(&options, "analyzeduration", kLive, 0);
+  const auto sequence = RkIsAddress(name) ? std::nullopt : RkFindImageSequence(name);
+  av_dict_set(&options, "pattern_type", sequence ? "sequence" : "none", 0);
+  if (sequence) av_dict_set_int(&options, "start_number", sequence->first, 0);
   // The scheme keeps a name with a colon in it from being taken for an address.
   const std::string url = RkIsAddress(name) ? name : "file:" + name;
-  int result = avformat_open_input(&format, url.c_str(), nullptr, &options);
+  int result = avformat_open_input(&format, url.c_str(), sequence ? av_find_input_format("image2") : nullptr,
+                                   &options);
   av_dict_free(&options);
   m_format.reset(format);
   if (result >= 0) result = avformat_find_stream_info(format, nullptr);

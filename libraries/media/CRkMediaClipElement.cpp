@@ -1,12 +1,10 @@
 #include "libraries/media/CRkMediaClipElement.h"
 
-#include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include "base/CRkAudioLock.h"
-#include "base/RkCreateObject.h"
 #include "base/RkSampleFormat.h"
+#include "base/RkWithinMemory.h"
 #include "contracts/RkAVUtils.h"
 
 namespace {
@@ -24,19 +22,11 @@ bool IsSupported(const SRkWaveFormatInfo& audio) {
          audio.samplesPerSecond <= INT32_MAX;
 }
 
-// The fields that the caller knows; the others keep their defaults.
-SRkMediaOptions KnownOptions(const SRkMediaOptions* options) {
-  SRkMediaOptions known{};
-  if (options != nullptr) std::memcpy(&known, options, std::min<size_t>(options->size, sizeof(known)));
-  known.size = sizeof(known);
-  return known;
-}
-
 }  // namespace
 
 CRkMediaClipElement::CRkMediaClipElement(std::shared_ptr<const SRkMediaSource> source, int frameRate,
                                          const SRkMediaOptions& options, IRkMediaReadSink* sink)
-    : CRkClipElementBase(source->FrameCount(frameRate)),
+    : CRkClipElementBase(source->FrameCount(frameRate, options)),
       m_source(std::move(source)),
       m_frameRate(frameRate),
       m_options(options),
@@ -56,6 +46,7 @@ bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
   m_scaler.emplace(m_format.video, m_options.fit, pool);
   m_lastVideo = m_scaler->Black();
   if (!m_lastVideo) return false;
+  if (m_source->hasCover) _ShowCover();
   if (m_source->hasVideo) {
     m_pictures.emplace(m_options.deinterlace, _IsPerField(), m_source->isInterlaced);
     if (!m_pictures->Open(*m_source, reason)) return false;
@@ -63,6 +54,14 @@ bool CRkMediaClipElement::_OpenReaders(IRkPlayBufferPool* pool) {
   if (!m_source->hasAudio || m_format.audio.channels <= 0) return true;
   m_sound.emplace(m_format.audio);
   return m_sound->Open(*m_source, reason);
+}
+
+// Leaves black where the cover cannot be shown.
+void CRkMediaClipElement::_ShowCover() {
+  const CRkAv<AVFrame> cover = RkReadCover(m_source->path);
+  if (cover == nullptr) return;
+  CRkRef<IRkVideoSample> video = m_scaler->Scale(*cover);
+  if (video) m_lastVideo = std::move(video);
 }
 
 void CRkMediaClipElement::_Close() {
@@ -101,7 +100,7 @@ BOOL CRkMediaClipElement::_Read(const SRkPresentedFrame& frame, UINT position, I
 // Null only without memory. `damage` stays empty when the picture is the one that belongs there.
 CRkRef<IRkVideoSample> CRkMediaClipElement::_ReadPicture(UINT sourceFrame, std::string* damage) {
   if (!m_pictures) return CRkPictureScaler::Share(*m_lastVideo.Get());
-  const int64_t number = m_source->pictures.PictureAt(sourceFrame, RkAvFrameRate(m_frameRate));
+  const int64_t number = m_source->pictures.PictureAt(sourceFrame, m_source->PictureClock(m_frameRate));
   const CRkPictureReader::SRkPicture picture =
       m_pictures->Read(number, _IsPerField() && sourceFrame % 2 != 0);
   if (picture.damage != nullptr) *damage = picture.damage;
@@ -119,6 +118,7 @@ CRkRef<IRkVideoSample> CRkMediaClipElement::_ReadPicture(UINT sourceFrame, std::
 
 // At twice the pictures' rate, every frame shows a field of its own.
 bool CRkMediaClipElement::_IsPerField() const {
+  if (m_source->isStill || m_source->isSequence) return false;
   const AVRational doubled = av_mul_q(m_source->pictures.Rate(), {2, 1});
   return doubled.num > 0 && av_cmp_q(doubled, RkAvFrameRate(m_frameRate)) == 0;
 }
@@ -148,25 +148,4 @@ CRkRef<IRkAudioSample> CRkMediaClipElement::_ReadSound(const SRkPresentedFrame& 
 ULONGLONG CRkMediaClipElement::_SamplesBefore(UINT frame) const {
   return RkAudioUtils::GetAudioSampleCounts(m_format.audio.samplesPerSecond,
                                             static_cast<ERkFrameRate>(m_frameRate), 0, frame);
-}
-
-int RkCreateMediaClipElement(const char* path, int frameRate, const SRkMediaOptions* options,
-                             IRkMediaReadSink* sink, IRkClipElement** element, SRkMediaReason* reason) {
-  std::string why;
-  CRkRef<CRkMediaClipElement> created;
-  const bool within = RkWithinMemory([&] {
-    why = "no path, no element or no frame rate";
-    if (path == nullptr || element == nullptr || !RkIsFrameRate(frameRate)) return;
-    auto source = std::make_shared<SRkMediaSource>();
-    if (!RkProbeMedia(path, source.get(), nullptr, why)) return;
-    if (source->FrameCount(frameRate) == 0) {
-      why = "it is empty";
-      return;
-    }
-    created = CRkRef<CRkMediaClipElement>::Adopt(
-        new CRkMediaClipElement(std::move(source), frameRate, KnownOptions(options), sink));
-  });
-  if (!within) why = "out of memory";  // needs none
-  if (!created) RkSetReason(why, reason);
-  return RkHandOut(std::move(created), element);
 }

@@ -24,6 +24,7 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   bool _Open(IRkPlayBufferPool* pool, const SRkClipFormat& format) override;
   void _Close() override;
   bool _OpenReaders(IRkPlayBufferPool* pool);
+  void _ShowCover();
   BOOL _ReadFrame(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample) override;
   BOOL _Read(const SRkPresentedFrame& frame, UINT position, IRkAVPlaySample** sample);
   CRkRef<IRkVideoSample> _ReadPicture(UINT sourceFrame, std::string* damage);
@@ -41,7 +42,7 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   std::optional<CRkPictureScaler> m_scaler;
   std::optional<CRkProgressiveReader> m_pictures;  // none without pictures in the file
   std::optional<CRkSoundReader> m_sound;           // none without sound in the file or in the format
-  // The picture read last, black before the first: it is shared by all the frames that show it.
+  // The picture read last, black or the cover before the first: it is shared by all the frames that show it.
   CRkRef<IRkVideoSample> m_lastVideo;
   int64_t m_lastNumber = -1;
 };

@@ -11,6 +11,24 @@ constexpr int kMaxDecodeErrors = 4096;
 
 }  // namespace
 
+CRkAv<AVCodecContext> RkOpenDecoder(const AVStream& stream, std::string& reason) {
+  const AVCodecParameters* parameters = stream.codecpar;
+  const AVCodec* decoder = avcodec_find_decoder(parameters->codec_id);
+  CRkAv<AVCodecContext> codec(avcodec_alloc_context3(decoder));
+  int result = codec == nullptr ? AVERROR(ENOMEM) : avcodec_parameters_to_context(codec.get(), parameters);
+  if (result >= 0) {
+    codec->thread_count = 1;
+    codec->pkt_timebase = stream.time_base;
+    codec->max_pixels = kMaxPixels;
+    // Damaged pictures are shown as the decoder completes them. Damaged sound is noise and is dropped.
+    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) codec->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
+    result = avcodec_open2(codec.get(), decoder, nullptr);
+  }
+  if (result >= 0) return codec;
+  reason = RkAvErrorText(result);
+  return nullptr;
+}
+
 bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type,
                             std::shared_ptr<const CRkSplices> splices, std::string& reason) {
   if (!m_source.Open(path, reason)) return false;
@@ -22,28 +40,8 @@ bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type,
   m_source.Select(stream);
   m_source.SetSplices(std::move(splices));
   m_packetHeld = m_ended = false;
-  return m_packet != nullptr && _OpenCodec(reason);
-}
-
-bool CRkStreamDecoder::_OpenCodec(std::string& reason) {
-  const AVCodecParameters* parameters = m_source.Stream()->codecpar;
-  const AVCodec* decoder = avcodec_find_decoder(parameters->codec_id);
-  m_codec.reset(avcodec_alloc_context3(decoder));
-  int result =
-      m_codec == nullptr ? AVERROR(ENOMEM) : avcodec_parameters_to_context(m_codec.get(), parameters);
-  if (result >= 0) {
-    m_codec->thread_count = 1;
-    m_codec->pkt_timebase = m_source.Stream()->time_base;
-    m_codec->max_pixels = kMaxPixels;
-    // Damaged pictures are shown as the decoder completes them. Damaged sound is noise and is dropped.
-    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO)
-      m_codec->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
-    result = avcodec_open2(m_codec.get(), decoder, nullptr);
-  }
-  if (result >= 0) return true;
-  reason = RkAvErrorText(result);
-  m_codec.reset();
-  return false;
+  m_codec = RkOpenDecoder(*m_source.Stream(), reason);
+  return m_packet != nullptr && m_codec != nullptr;
 }
 
 bool CRkStreamDecoder::NextFrame(AVFrame* frame) {
@@ -94,6 +92,7 @@ bool CRkStreamDecoder::Restart() {
   // Some decoders keep state over a flush that shifts or alters the first frames, so this one is replaced.
   std::string reason;
   m_packetHeld = false;
-  m_ended = !m_source.Restart() || !_OpenCodec(reason);
+  m_codec = m_source.Restart() ? RkOpenDecoder(*m_source.Stream(), reason) : nullptr;
+  m_ended = m_codec == nullptr;
   return !m_ended;
 }

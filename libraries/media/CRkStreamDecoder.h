@@ -4,6 +4,9 @@
 
 #include "libraries/media/CRkPacketSource.h"
 
+// A decoder for the stream, without threads of its own. Null on failure; `reason` then says why.
+CRkAv<AVCodecContext> RkOpenDecoder(const AVStream& stream, std::string& reason);
+
 // The decoded frames of one stream of a file, in the order they are shown. One thread at a time; the
 // decoder uses no threads of its own, for hundreds of them run beside each other.
 class CRkStreamDecoder {
@@ -36,7 +39,6 @@ class CRkStreamDecoder {
   CRkPacketSource& Source() { return m_source; }
 
  private:
-  bool _OpenCodec(std::string& reason);
   bool _Feed();
 
   CRkPacketSource m_source;

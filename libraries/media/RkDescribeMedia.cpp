@@ -1,7 +1,6 @@
 #include <cmath>
 #include <limits>
 
-#include "base/RkWithinMemory.h"
 #include "contracts/RkMediaElement.h"
 #include "libraries/media/SRkMediaSource.h"
 
@@ -61,31 +60,21 @@ SRkVideoResolution DescribeBlack() {
 
 }  // namespace
 
-int RkDescribeMedia(const char* path, SRkMediaDescription* description, SRkMediaReason* reason) {
-  std::string why;
-  SRkMediaSource source;
-  SRkMediaLook look;
-  bool probed = false;
-  const bool within = RkWithinMemory([&] {
-    why = "no path or no description";
-    if (path != nullptr && description != nullptr) probed = RkProbeMedia(path, &source, &look, why);
-  });
-  if (!within) why = "out of memory";  // needs none
-  if (!probed) {
-    RkSetReason(why, reason);
-    return 0;
-  }
+void RkDescribe(const SRkMediaSource& source, const SRkMediaLook& look, SRkMediaDescription* description) {
   *description = {};
   description->format.video = source.hasVideo ? DescribePictures(look) : DescribeBlack();
   if (source.hasAudio) {
     description->format.audio =
         RkMakeWaveFormat(look.channels, static_cast<DWORD>(look.sampleRate), NearestBits(look));
   }
+  const int frameRate = description->format.video.frameRate;
   description->pictureBits = RkBitDepth(look.picture.pixelFormat);
   description->isInterlaced = source.isInterlaced;
   description->isHighDynamicRange = look.picture.light == ERkLight::Pq || look.picture.light == ERkLight::Hlg;
-  description->frameCount = source.FrameCount(description->format.video.frameRate);
+  description->frameCount = source.FrameCount(frameRate, {});
   description->hasVideo = source.hasVideo;
   description->hasAudio = source.hasAudio;
-  return 1;
+  description->isStill = source.isStill;
+  description->isSequence = source.isSequence;
+  description->soundExcessMs = source.SoundExcessMs(frameRate);
 }

@@ -4,8 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "libraries/media/CRkFieldPairs.h"
-#include "libraries/media/CRkPacketSource.h"
+#include "libraries/media/CRkFileSurvey.h"
 #include "libraries/media/SRkMediaSource.h"
 
 namespace {
@@ -21,30 +20,6 @@ struct SRkPacketTimes {
   UINT count = 0;
   bool untimed = false;  // some packets had no time
 };
-
-bool OpenPictures(const std::string& path, CRkPacketSource* source, std::string& reason) {
-  if (!source->Open(path, reason)) return false;
-  const int stream = source->FindStream(AVMEDIA_TYPE_VIDEO);
-  if (stream >= 0) {
-    source->Select(stream);
-    return true;
-  }
-  reason = RkAvErrorText(stream);
-  return false;
-}
-
-// The pictures in file order. Those that are decoded for others' sake but never shown are left out.
-std::vector<SRkStoredPicture> ReadPictures(CRkPacketSource& source, size_t limit) {
-  std::vector<SRkStoredPicture> pictures;
-  CRkFieldPairs fields(*source.Stream()->codecpar);
-  CRkAv<AVPacket> packet(av_packet_alloc());
-  while (pictures.size() < limit && source.Read(packet.get())) {
-    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || fields.CompletesPicture(*packet)) continue;
-    const bool isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
-    pictures.push_back({packet->pts, packet->dts, packet->duration, packet->pos, isKey});
-  }
-  return pictures;
-}
 
 SRkPacketTimes TimesOf(const std::vector<SRkStoredPicture>& pictures, const CRkSplices* splices,
                        AVRational timeBase) {
@@ -167,11 +142,17 @@ bool IsIndexComplete(CRkPacketSource& source) {
   return avformat_index_get_entries_count(source.Stream()) == entries;
 }
 
-// Finds a constant rate from the index alone. False when the whole file must be read.
-bool TimelineFromIndex(CRkPacketSource& source, int64_t firstDecoded, CRkPictureTimeline* timeline) {
-  if (!IsMovFamily(source)) return false;
-  const SRkPacketTimes head = TimesOf(ReadPictures(source, kMaxReorder), nullptr, source.Stream()->time_base);
-  if (head.untimed || head.times.empty() || !IsIndexComplete(source)) return false;
+// Finds a constant rate from the index alone. False when the whole file must be read; `hasMoved` then tells
+// whether the survey has to begin again for that.
+bool TimelineFromIndex(CRkFileSurvey& survey, CRkPictureTimeline* timeline, bool* hasMoved) {
+  CRkPacketSource& source = survey.Source();
+  *hasMoved = false;
+  // Files in fragments state no count.
+  if (!IsMovFamily(source) || source.Stream()->nb_frames == 0) return false;
+  while (survey.Pictures().size() < kMaxReorder && survey.ReadOn()) {
+  }
+  const SRkPacketTimes head = TimesOf(survey.Pictures(), nullptr, source.Stream()->time_base);
+  if (head.untimed || head.times.empty()) return false;
   std::vector<int64_t> decodeTimes;
   const int entries = avformat_index_get_entries_count(source.Stream());
   decodeTimes.reserve(static_cast<size_t>(entries));
@@ -180,7 +161,9 @@ bool TimelineFromIndex(CRkPacketSource& source, int64_t firstDecoded, CRkPicture
   }
   const AVRational rate = FindConstantRate(decodeTimes, source.Stream());
   if (rate.num == 0 || !IsConstant(head.times, source.Stream()->time_base, rate)) return false;
-  const int64_t origin = OriginOf(head, firstDecoded);
+  *hasMoved = !survey.HasEnded();
+  if (!survey.HasEnded() && !IsIndexComplete(source)) return false;
+  const int64_t origin = OriginOf(head, survey.FirstPicture()->best_effort_timestamp);
   const auto leading = std::lower_bound(head.times.begin(), head.times.end(), origin) - head.times.begin();
   const UINT count = StatedCount(source, origin, rate, head.times.size());
   *timeline = CRkPictureTimeline::Constant(source.Stream()->time_base, origin, rate,
@@ -218,22 +201,32 @@ CRkPictureTimeline TimelineFromCount(CRkPacketSource& source, UINT count) {
                                      count);
 }
 
-}  // namespace
-
-bool RkScanPictures(int64_t firstDecoded, SRkMediaSource* media, std::string& reason) {
-  CRkPacketSource source;
-  if (!OpenPictures(media->path, &source, reason)) return false;
-  if (TimelineFromIndex(source, firstDecoded, &media->pictures)) return true;
-  if (!OpenPictures(media->path, &source, reason)) return false;
-  const std::vector<SRkStoredPicture> pictures = ReadPictures(source, SIZE_MAX);
-  if (pictures.empty() || !source.Refusal().empty()) {
-    reason = source.Refusal().empty() ? "no picture in it" : source.Refusal();
+// Reads on to the end of the file.
+bool ScanAll(CRkFileSurvey& survey, SRkMediaSource* media, std::string& reason) {
+  while (survey.ReadOn()) {
+  }
+  const AVFrame* first = survey.FirstPicture();
+  const std::vector<SRkStoredPicture>& pictures = survey.Pictures();
+  const std::string& refusal = survey.Source().Refusal();
+  if (first == nullptr || pictures.empty() || !refusal.empty()) {
+    reason = refusal.empty() ? "no picture in it" : refusal;
     return false;
   }
+  CRkPacketSource& source = survey.Source();
   media->splices = FindSplices(source, pictures);
   SRkPacketTimes packets = TimesOf(pictures, media->splices.get(), source.Stream()->time_base);
   media->pictures = packets.untimed || packets.times.empty()
                         ? TimelineFromCount(source, packets.count)
-                        : TimelineFromTimes(source, std::move(packets), firstDecoded);
+                        : TimelineFromTimes(source, std::move(packets), first->best_effort_timestamp);
   return true;
+}
+
+}  // namespace
+
+bool RkScanPictures(CRkFileSurvey& survey, SRkMediaSource* media, std::string& reason) {
+  bool hasMoved = false;
+  if (TimelineFromIndex(survey, &media->pictures, &hasMoved)) return true;
+  if (!hasMoved) return ScanAll(survey, media, reason);
+  CRkFileSurvey again;
+  return again.Open(media->path, reason) && ScanAll(again, media, reason);
 }

@@ -13,18 +13,26 @@ struct SRkMediaSource {
   std::string path;
   bool hasVideo = false;
   bool hasAudio = false;
+  bool hasCover = false;                      // a picture beside the sound of a file without pictures
+  bool isStill = false;                       // one picture without a time
+  bool isSequence = false;                    // one picture for each frame of any rate
   CRkPictureTimeline pictures;                // of files with pictures
   bool isInterlaced = false;                  // as the first picture is marked
   std::shared_ptr<const CRkSplices> splices;  // null where timestamps never jump
   // Time 0 of the element: the first picture, or the first sound of a file without pictures.
   AVRational originTimeBase{0, 1};
   int64_t origin = 0;
-  int64_t soundEnd = 0;  // of files without pictures, in the same ticks
+  AVRational soundTimeBase{0, 1};
+  int64_t soundEnd = AV_NOPTS_VALUE;  // where it is known
 
-  UINT FrameCount(int frameRate) const {
-    const AVRational rate = RkAvFrameRate(frameRate);
-    return hasVideo ? pictures.FrameCount(rate) : RkFramesInTicks(soundEnd - origin, originTimeBase, rate);
+  AVRational PictureClock(int frameRate) const {
+    return isSequence ? pictures.Rate() : RkAvFrameRate(frameRate);
   }
+  UINT FrameCount(int frameRate, const SRkMediaOptions& options) const;
+  // From the element's time 0 to the end of the sound; 0 where it is not known.
+  UINT SoundFrameCount(int frameRate) const;
+  // 0 or less where the pictures last as long.
+  int64_t SoundExcessMs(int frameRate) const;
 };
 
 // The properties of the media itself; those of missing streams are 0.
@@ -37,15 +45,21 @@ struct SRkMediaLook {
   int sampleBits = 0;  // that carry sound, 0 where the codec does not say
 };
 
+void RkDescribe(const SRkMediaSource& source, const SRkMediaLook& look, SRkMediaDescription* description);
+
 // Hands a reason out in whole characters; `out` may be null.
 void RkSetReason(const std::string& reason, SRkMediaReason* out);
 
-// False when the file cannot be played; `reason` then says why. `look` may be null.
+// False when the file cannot be played; `reason` then says why.
 bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason);
 
+// The picture that goes with the sound of a file. Null where there is none that can be shown.
+CRkAv<AVFrame> RkReadCover(const std::string& path);
+
+class CRkFileSurvey;
+
 // Finds the times of a file's pictures and how many it states; pictures that a truncated file has lost
-// count too. Fills in the timeline, its origin and the splices. `firstDecoded` is the timestamp of
-// the first picture that a decoder gave.
+// count too. Fills in the timeline, its origin and the splices. The survey has decoded the first picture.
 //
-// Containers of the mov family have an index of every picture at hand; other files are read through once.
-bool RkScanPictures(int64_t firstDecoded, SRkMediaSource* source, std::string& reason);
+// Containers of the mov family have an index of every picture at hand; other files are read through.
+bool RkScanPictures(CRkFileSurvey& survey, SRkMediaSource* source, std::string& reason);

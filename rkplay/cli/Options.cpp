@@ -28,7 +28,9 @@ constexpr char kFooter[] =
     R"(rkplay preview plays one clip, rkplay frame writes single frames of one: each has a --help of its own.
 
 Clip lists, NAME[@IN-OUT][*N]:
-  NAME      a media file;
+  NAME      a media file; a still (PNG, JPEG, TIFF...) is shown for 10 seconds, or as long as its
+            range says: slate.png@0-250; sound without pictures has its cover or black;
+            numbered pictures, frame_%04d.png: one for each frame, whatever the frame rate;
             pattern:[FRAMES], colour bars and a tone (250 frames when no count is given);
             or an .m3u or .m3u8 playlist, whose clips play as one list: a file or pattern:[FRAMES]
             a line, relative to the playlist's folder, # begins a comment;
@@ -38,9 +40,9 @@ Clip lists, NAME[@IN-OUT][*N]:
   *N        the list N times; * alone without end
 An existing file whose own name has an @ or * in it is that file.
 
-Every clip is opened before anything goes on air, and the next list is always cued while one plays.
-What is not given of the output format comes from the clips: size and frame rate from the first with a
-picture, sound from the first with sound. Pictures are 4:2:0 in limited range, whatever the clips are;
+Every clip is examined before anything goes on air, and the next list is always cued while one plays.
+What is not given of the output format comes from the clips: size and frame rate from the first with
+moving pictures (else from the first still, at 25), sound from the first with sound. Pictures are 4:2:0 in limited range, whatever the clips are;
 --pixel-format chooses another. Another --size than the first clip's has square pixels; 720x576, 720x480,
 704x576 and 704x480 are 4:3 or 16:9, whichever is nearer to that clip.
 
@@ -139,6 +141,12 @@ void AddPlayOptions(CLI::App& app, Options& options) {
       ->type_name("FRAME")
       ->group(group);
   app.add_flag("--allow-urls", options.format.allowUrls, "Open the addresses that playlists name")
+      ->group(group);
+  app.add_flag("--hold-picture", options.format.holdPicture,
+               "Play sound that is longer than its pictures under the last one, instead of cutting it")
+      ->group(group);
+  app.add_flag("--skip-missing", options.format.skipMissing,
+               "Leave out clips that cannot be opened, by name, instead of refusing to play")
       ->group(group);
   app.add_flag("--realtime", options.realtime, "Pace by the frame rate instead of as fast as it goes")
       ->group(group);

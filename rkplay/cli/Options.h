@@ -22,6 +22,12 @@ struct FormatOptions {
   int fit = RkFit_Bars;                  // an ERkFit
   int deinterlace = RkDeinterlace_Auto;  // an ERkDeinterlace
   bool allowUrls = false;                // in playlists
+  bool holdPicture = false;              // under sound that outlasts the pictures
+  bool skipMissing = false;              // clips that cannot be played are left out
+
+  SRkMediaOptions Media() const {
+    return {sizeof(SRkMediaOptions), fit, deinterlace, 0, holdPicture ? TRUE : FALSE};
+  }
 };
 
 // Empty names: not written.

@@ -5,6 +5,8 @@
 
 #include "contracts/RkMediaElement.h"
 #include "rkplay/cli/Messages.h"
+#include "rkplay/clips/MediaFiles.h"
+#include "rkplay/clips/Notes.h"
 #include "rkplay/clips/OutputFormat.h"
 #include "rkplay/clips/Playlist.h"
 #include "rkplay/clips/SlotElement.h"
@@ -54,19 +56,46 @@ Plan MakePlan(const std::string& text, bool allowUrls) {
   return plan;
 }
 
-ClipNature NatureOf(const Source& source) {
-  if (!source.IsFile()) return {DefaultFormat(), true, true};
-  SRkMediaDescription description{};
-  SRkMediaReason reason{};
-  if (!RkDescribeMedia(source.clip.path.c_str(), &description, &reason)) source.Refuse(reason.text);
-  return {description.format, description.hasVideo != FALSE, description.hasAudio != FALSE};
+MediaFiles ExamineFiles(const std::vector<Plan>& plans, const SRkMediaOptions& options) {
+  std::vector<std::string> paths;
+  for (const Plan& plan : plans) {
+    for (const Source& source : plan.sources) {
+      if (source.IsFile()) paths.push_back(source.clip.path);
+    }
+  }
+  MediaFiles files;
+  files.Examine(paths, options);
+  return files;
 }
 
-OutputFormat ChooseFormat(const std::vector<Plan>& plans) {
+// Leaves out what cannot be played, or refuses it.
+void CheckFiles(std::vector<Plan>& plans, const MediaFiles& files, bool skipMissing, Notes& notes) {
+  for (Plan& plan : plans) {
+    std::erase_if(plan.sources, [&](const Source& source) {
+      if (!source.IsFile() || files.Of(source.clip.path).file) return false;
+      const std::string& reason = files.Of(source.clip.path).refusal;
+      if (!skipMissing) source.Refuse(reason);
+      PrintError("left out: " + source.Name() + ": " + reason);
+      notes.Add("left out", source.Name() + ": " + reason);
+      return true;
+    });
+  }
+  std::erase_if(plans, [](const Plan& plan) { return plan.sources.empty(); });
+  if (plans.empty()) throw UsageError("none of the clips can be played");
+}
+
+ClipNature NatureOf(const Source& source, const MediaFiles& files) {
+  if (!source.IsFile()) return {DefaultFormat(), true, true};
+  const SRkMediaDescription& file = files.Of(source.clip.path).description;
+  return {file.format, file.hasVideo != FALSE, file.hasAudio != FALSE, file.isStill != FALSE,
+          file.isSequence != FALSE};
+}
+
+OutputFormat ChooseFormat(const std::vector<Plan>& plans, const MediaFiles& files) {
   OutputFormat format;
   for (const Plan& plan : plans) {
     for (const Source& source : plan.sources) {
-      if (format.WantsMore()) format.Consider(NatureOf(source));
+      if (format.WantsMore()) format.Consider(NatureOf(source, files));
     }
   }
   return format;
@@ -82,8 +111,13 @@ void Trim(IRkClipElement& element, const FrameRange& range) {
 class ListBuilder {
  public:
   ListBuilder(const ClipArgument& argument, const SRkClipFormat& format, const SRkMediaOptions& options,
-              DWORD patienceMs)
-      : m_argument(argument), m_format(format), m_options(options), m_patienceMs(patienceMs) {
+              const MediaFiles& files, Notes& notes, DWORD patienceMs)
+      : m_argument(argument),
+        m_format(format),
+        m_options(options),
+        m_files(files),
+        m_notes(notes),
+        m_patienceMs(patienceMs) {
     if (argument.range) m_range = argument.range->At(format.video.frameRate, argument.text);
     m_list.title = argument.text;
     m_list.repeatCount = argument.repeatCount;
@@ -91,7 +125,7 @@ class ListBuilder {
   }
 
   void Add(const Source& source) {
-    for (int i = 0; i < source.clip.repeatCount; ++i) _AddElement(source, i == 0);
+    for (int i = 0; i < source.clip.repeatCount; ++i) _AddElement(source);
   }
 
   ClipList Finish() {
@@ -105,8 +139,8 @@ class ListBuilder {
     throw UsageError(clip + ": the range ends past the last of " + std::to_string(frameCount) + " frames");
   }
 
-  void _AddElement(const Source& source, bool isFirst) {
-    const CRkRef<IRkClipElement> element = _Create(source, isFirst);
+  void _AddElement(const Source& source) {
+    const CRkRef<IRkClipElement> element = source.IsFile() ? _CreateFile(source) : _CreatePattern(source);
     FrameRange shown = {0, element->GetFrameCount()};
     if (source.clip.range) {
       const FrameRange own = source.clip.range->At(m_format.video.frameRate, source.Name());
@@ -120,6 +154,7 @@ class ListBuilder {
       if (in >= out) return;
       shown = {shown.in + in - begin, shown.in + out - begin};
     }
+    if (source.IsFile()) _Note(source, shown.out == element->GetFrameCount());
     if (shown.in != 0 || shown.out != element->GetFrameCount()) Trim(*element, shown);
     const auto index = static_cast<UINT>(m_list.elements->GetCount());
     if (!m_list.elements->InsertElement(index, element.Get())) {
@@ -128,29 +163,45 @@ class ListBuilder {
     m_list.frameCount = m_list.elements->GetTotalFrameCount();
   }
 
-  // An element that has been opened once, unless a twin of it was.
-  CRkRef<IRkClipElement> _Create(const Source& source, bool isFirst) const {
+  CRkRef<IRkClipElement> _CreatePattern(const Source& source) const {
+    CRkRef<IRkClipElement> element;
+    if (!RkCreatePatternClipElement(source.clip.patternFrames, element.Out())) source.Refuse("out of memory");
+    if (!element->Open(nullptr, 0, &m_format)) source.Refuse("cannot be played as " + Describe(m_format));
+    element->Close();
+    return element;
+  }
+
+  CRkRef<IRkClipElement> _CreateFile(const Source& source) const {
+    const MediaFiles::Entry& entry = m_files.Of(source.clip.path);
+    SRkMediaOptions options = m_options;
+    if (entry.description.isStill) options.stillFrames = _StillFrames(source);
     CRkRef<IRkClipElement> element;
     SRkMediaReason reason{};
     const auto report = CRkRef<ReadReport>::Adopt(new ReadReport);
-    if (!source.IsFile()) {
-      if (!RkCreatePatternClipElement(source.clip.patternFrames, element.Out()))
-        source.Refuse("out of memory");
-    } else if (!RkCreateMediaClipElement(source.clip.path.c_str(), m_format.video.frameRate, &m_options,
-                                         report.Get(), element.Out(), &reason)) {
+    if (!entry.file->CreateElement(m_format.video.frameRate, &options, report.Get(), element.Out(), &reason))
       source.Refuse(reason.text);
-    }
-    if (isFirst) {
-      if (!element->Open(nullptr, 0, &m_format)) source.Refuse("cannot be played as " + Describe(m_format));
-      element->Close();
-    }
-    if (!source.IsFile()) return element;
     return CRkRef<IRkClipElement>::Adopt(new SlotElement(source.clip.path, element, report, m_patienceMs));
+  }
+
+  // As long as the range wants it that cuts the still out; 0 without one.
+  UINT _StillFrames(const Source& source) const {
+    const auto& range = m_argument.kind == ClipKind::Playlist ? source.clip.range : m_argument.range;
+    if (!range) return 0;
+    const ULONGLONG out = range->At(m_format.video.frameRate, source.Name()).out;
+    return out < kRkNoPosition ? static_cast<UINT>(out) : 0;
+  }
+
+  void _Note(const Source& source, bool toItsEnd) {
+    const SRkMediaDescription& file = m_files.Of(source.clip.path).description;
+    m_notes.AddPictures(file, source.clip.path, m_options.deinterlace);
+    if (toItsEnd) m_notes.AddSoundExcess(file, source.clip.path, m_options.holdPicture != FALSE);
   }
 
   const ClipArgument& m_argument;
   const SRkClipFormat& m_format;
   const SRkMediaOptions& m_options;
+  const MediaFiles& m_files;
+  Notes& m_notes;
   const DWORD m_patienceMs;
   std::optional<FrameRange> m_range;
   ClipList m_list;
@@ -165,11 +216,14 @@ Programme LoadProgramme(const std::vector<std::string>& clips, const FormatOptio
   plans.reserve(clips.size());
   for (const std::string& text : clips) plans.push_back(MakePlan(text, format.allowUrls));
 
-  const OutputFormat chosen = ChooseFormat(plans);
-  const SRkMediaOptions media = {sizeof(SRkMediaOptions), format.fit, format.deinterlace};
-  Programme programme{chosen.Chosen(format), chosen.HasPictures(), {}, {}};
+  const SRkMediaOptions media = format.Media();
+  const MediaFiles files = ExamineFiles(plans, media);
+  Notes notes;
+  CheckFiles(plans, files, format.skipMissing, notes);
+  const OutputFormat chosen = ChooseFormat(plans, files);
+  Programme programme{chosen.Chosen(format), chosen.HasPictures(), {}, {}, {}};
   for (const Plan& plan : plans) {
-    ListBuilder builder(plan.argument, programme.format, media, patienceMs);
+    ListBuilder builder(plan.argument, programme.format, media, files, notes, patienceMs);
     if (plan.argument.kind == ClipKind::Playlist) programme.inputPaths.push_back(plan.argument.path);
     for (const Source& source : plan.sources) {
       builder.Add(source);
@@ -177,6 +231,7 @@ Programme LoadProgramme(const std::vector<std::string>& clips, const FormatOptio
     }
     programme.lists.push_back(builder.Finish());
   }
+  programme.notes = notes.Lines();
   return programme;
 }
 

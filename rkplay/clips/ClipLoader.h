@@ -9,12 +9,13 @@
 
 namespace rkplay {
 
-// What is to be played, checked to the end: every clip has been opened once.
+// What is to be played, checked to the end: every file has been examined once.
 struct Programme {
   SRkClipFormat format;
   bool hasPictures;  // in any clip
   std::vector<ClipList> lists;
   std::vector<std::string> inputPaths;  // every file that is read
+  std::vector<std::string> notes;       // on the clips, a line each
 };
 
 // For how long a clip may use no processor time before its slot goes on without it: on air, the frames read

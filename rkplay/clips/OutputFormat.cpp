@@ -42,7 +42,16 @@ SRkClipFormat DefaultFormat() {
 }
 
 void OutputFormat::Consider(const ClipNature& clip) {
-  if (clip.hasVideo && !m_hasVideo) m_format.video = clip.format.video;
+  const int rate = clip.format.video.frameRate;
+  const bool hasRate = clip.hasVideo && !clip.isStill && !clip.isSequence;
+  if (clip.hasVideo && (!m_hasVideo || (!m_moves && !clip.isStill))) {
+    const int known = m_format.video.frameRate;
+    m_format.video = clip.format.video;
+    m_format.video.frameRate = known;
+    m_moves = !clip.isStill;
+  }
+  if (hasRate && !m_hasRate) m_format.video.frameRate = rate;
+  m_hasRate = m_hasRate || hasRate;
   if (clip.hasAudio && !m_hasAudio) m_format.audio = clip.format.audio;
   m_hasVideo = m_hasVideo || clip.hasVideo;
   m_hasAudio = m_hasAudio || clip.hasAudio;

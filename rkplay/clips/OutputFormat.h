@@ -12,19 +12,22 @@ struct ClipNature {
   SRkClipFormat format;
   bool hasVideo;
   bool hasAudio;
+  bool isStill = false;
+  bool isSequence = false;
 };
 
 // The format of pattern clips when nothing else is asked for: 640x360, 25 frames, 48 kHz stereo.
 SRkClipFormat DefaultFormat();
 
-// Chooses the format that everything is converted to: pictures as in the first clip with a picture,
-// sound as in the first clip with sound (none without such a clip), then what the options say. Pixel format
-// and range never come from a clip, unless the options keep them. Another size than the clip's has square
-// pixels; sizes of standard definition have those that make the whole 4:3 or 16:9, as the clip is.
+// Chooses the format that everything is converted to: the size of the first clip with moving pictures, else
+// of the first still; the frame rate of the first clip that has one, which stills and sequences lack; sound
+// as in the first clip with sound (none without such a clip), then what the options say. Pixel format and
+// range never come from a clip, unless the options keep them. Another size than the clip's has square pixels;
+// sizes of standard definition have those that make the whole 4:3 or 16:9, as the clip is.
 class OutputFormat {
  public:
   // True while a further clip could still matter.
-  bool WantsMore() const { return !m_hasVideo || !m_hasAudio; }
+  bool WantsMore() const { return !m_hasRate || !m_hasAudio; }
   void Consider(const ClipNature& clip);
   // Whether any clip considered has pictures.
   bool HasPictures() const { return m_hasVideo; }
@@ -33,6 +36,8 @@ class OutputFormat {
  private:
   SRkClipFormat m_format = DefaultFormat();
   bool m_hasVideo = false;
+  bool m_moves = false;    // the clip whose size was taken
+  bool m_hasRate = false;  // of a clip
   bool m_hasAudio = false;
 };
 

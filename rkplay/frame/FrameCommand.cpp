@@ -23,7 +23,7 @@ Names of the files:
   name for a single position; for several, -POSITION comes before the extension: still.png becomes
   still-0.png, still-249.png. Files that exist are replaced, each one once its picture is complete.
 
-A frame that is not in the clip, cannot be read or cannot be written fails alone: the others are written.
+A frame that is not in the clip, is damaged or cannot be written fails alone: the others are written.
 
 Exit status:
   0    every frame was written
@@ -42,6 +42,7 @@ struct FrameOptions {
   std::string clip;
   std::vector<Position> positions;
   std::string pngPath;
+  bool force = false;
   FormatOptions format;
 };
 
@@ -64,6 +65,8 @@ std::optional<FrameOptions> ParseArguments(int argumentCount, char** arguments) 
   app.add_option("--png", options.pngPath, "The picture to write, or the name to number: see below")
       ->required()
       ->type_name("FILE");
+  app.add_flag("--force", options.force,
+               "Write pictures that are damaged or missing as well, as they go on air");
   app.add_option_function<std::string>(
          "--size", [&options](const std::string& text) { options.format.size = ParsePictureSize(text); },
          "Picture size, instead of the clip's own")
@@ -107,6 +110,14 @@ std::string NumberedPath(std::string path, UINT number, bool isOneOfSeveral) {
   return numbered.replace_filename(name).string();
 }
 
+// A sequence's own pictures are no place for the frames that are taken from it.
+void RefusePictureOf(const std::string& clip, const std::string& path) {
+  const auto place = FindNumberPlace(clip);
+  if (place && path.starts_with(clip.substr(0, place->at)) &&
+      path.ends_with(clip.substr(place->at + place->length)))
+    throw UsageError(path + ": would overwrite a picture of " + clip);
+}
+
 // One frame to write, or why there is none.
 struct Task {
   UINT position;
@@ -129,6 +140,7 @@ std::vector<Task> MakeTasks(const FrameOptions& options, const Programme& progra
     const auto number = static_cast<UINT>(position);
     const std::string path = NumberedPath(options.pngPath, number, options.positions.size() > 1);
     RefuseOverwriting({path}, programme.inputPaths);
+    RefusePictureOf(options.clip, path);
     tasks.push_back({number, path, ""});
   }
   return tasks;
@@ -146,12 +158,10 @@ int RunFrame(int argumentCount, char** arguments) {
   int status = 0;
   for (const Task& task : tasks) {
     std::string error = task.refusal;
-    if (error.empty() && grabber.Grab(task.position, task.path, error)) {
-      std::printf("frame %u  %s\n", task.position, Printable(task.path).c_str());
-    } else {
-      PrintError(error);
-      status = 1;
-    }
+    const bool written = error.empty() && grabber.Grab(task.position, task.path, options->force, error);
+    if (written) std::printf("frame %u  %s\n", task.position, Printable(task.path).c_str());
+    if (!error.empty()) PrintError(error);
+    if (!written) status = 1;
   }
   return status;
 }

@@ -47,7 +47,7 @@ FrameGrabber::FrameGrabber(const Programme& programme)
 
 FrameGrabber::~FrameGrabber() = default;
 
-bool FrameGrabber::Grab(UINT position, const std::string& path, std::string& error) {
+bool FrameGrabber::Grab(UINT position, const std::string& path, bool force, std::string& error) {
   const std::string frame = m_clip.title + ": frame " + std::to_string(position);
   const bool read = m_player->Seek(position) != FALSE;
   const CRkRef<IRkAVPlaySample> sample = m_sink->Take();
@@ -56,8 +56,9 @@ bool FrameGrabber::Grab(UINT position, const std::string& path, std::string& err
     return false;
   }
   if (const auto fault = FrameFault::Of(*sample)) {
-    error = frame + " cannot be read: " + fault->reason;
-    return false;
+    error =
+        frame + (force ? " is not as it should be: " : " is not written without --force: ") + fault->reason;
+    if (!force) return false;
   }
   std::string reason;
   if (m_writer.Write(*sample, path, reason)) return true;

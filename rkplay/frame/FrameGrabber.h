@@ -20,8 +20,9 @@ class FrameGrabber {
   FrameGrabber(const FrameGrabber&) = delete;
   FrameGrabber& operator=(const FrameGrabber&) = delete;
 
-  // False, with one line that names what failed, when the file was not written.
-  bool Grab(UINT position, const std::string& path, std::string& error);
+  // False, with one line that names what failed, when the file was not written. A picture that is damaged
+  // or missing is written with `force` only, as it goes on air: then true, and the line says what it is.
+  bool Grab(UINT position, const std::string& path, bool force, std::string& error);
 
  private:
   class Sink;

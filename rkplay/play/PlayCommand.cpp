@@ -48,6 +48,7 @@ int RunPlay(int argumentCount, char** arguments) {
     throw UsageError(files.logPath + ": cannot be written");
   }
   Statistics statistics = Play(programme, *options, output);
+  statistics.notes = programme.notes;
   if (!files.logPath.empty()) RkLog_SetFile(nullptr);
 
   PrintSummary(statistics, stdout);

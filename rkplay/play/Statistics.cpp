@@ -175,6 +175,8 @@ void PrintSummary(const Statistics& statistics, std::FILE* out) {
   }
   if (statistics.seen) PrintSeen(*statistics.seen, out);
   std::fprintf(out, "worst stop    %.2f ms\n", statistics.worstStopMs);
+  for (const std::string& note : statistics.notes)
+    std::fprintf(out, "note          %s\n", Printable(note).c_str());
   std::fflush(out);
 }
 
@@ -192,6 +194,7 @@ std::string ToJson(const Statistics& statistics) {
                {"worstStopMs", statistics.worstStopMs},
                {"wallSeconds", statistics.wallSeconds},
                {"speed", statistics.Speed()},
+               {"notes", statistics.notes},
                {"errors", statistics.errors}};
   if (statistics.realtime) {
     json["lateFrames"] = statistics.lateFrames;

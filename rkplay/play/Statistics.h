@@ -47,6 +47,7 @@ struct Statistics {
   std::optional<Presentation> seen;  // with a monitor
   int stopSignal = 0;
   std::vector<std::string> errors;  // one line each
+  std::vector<std::string> notes;   // on the clips, one line each
 
   ULONGLONG DeliveredFrames() const;
   ULONGLONG ReadErrorCount() const;

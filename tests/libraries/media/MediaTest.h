@@ -150,7 +150,7 @@ class CMediaTest : public testing::Test {
   CTempFolder folder;
   CReadSink sink;
   SRkClipFormat format{};
-  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars, RkDeinterlace_Auto};
+  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars, RkDeinterlace_Auto, 0, FALSE};
 
  private:
   SFrame Unpack(const CRkRef<IRkAVPlaySample>& sample) {
