@@ -56,8 +56,8 @@ bool FrameGrabber::Grab(UINT position, const std::string& path, bool force, std:
     return false;
   }
   if (const auto fault = FrameFault::Of(*sample)) {
-    error =
-        frame + (force ? " is not as it should be: " : " is not written without --force: ") + fault->reason;
+    error = frame + (force ? " is not the clip's own: " : " cannot be read: ") + fault->reason +
+            (force ? "" : " (--force writes the picture that goes on air)");
     if (!force) return false;
   }
   std::string reason;

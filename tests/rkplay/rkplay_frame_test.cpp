@@ -64,12 +64,18 @@ TEST_F(RkplayFrame, a_frame_that_cannot_be_had_fails_alone) {
       Frame({"cut.mp4", "100", "last", "3", "2", "99999999999", "first", "--png", "still.png"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "frame 3  still-3.png\nframe 0  still-0.png\n");
-  EXPECT_EQ(result.errors,
-            "rkplay: cut.mp4: there is no frame 100: it has 100, counted from 0\n"
-            "rkplay: cut.mp4: frame 99 cannot be read: unexpected end of file\n"
-            "rkplay: still-2.png: cannot be written: it is no regular file\n"
-            "rkplay: cut.mp4: there is no frame 99999999999: it has 100, counted from 0\n");
+  EXPECT_EQ(
+      result.errors,
+      "rkplay: cut.mp4: there is no frame 100: it has 100, counted from 0\n"
+      "rkplay: cut.mp4: frame 99 cannot be read: unexpected end of file (--force writes the picture that "
+      "goes on air)\n"
+      "rkplay: still-2.png: cannot be written: it is no regular file\n"
+      "rkplay: cut.mp4: there is no frame 99999999999: it has 100, counted from 0\n");
   EXPECT_EQ(FileCount(), 5) << "the clips, still-0, still-2 and still-3";
+  const Result forced = Frame({"cut.mp4", "last", "--force", "--png", "forced.png"});
+  EXPECT_EQ(forced.status, 0);
+  EXPECT_EQ(forced.output, "frame 99  forced.png\n");
+  EXPECT_EQ(forced.errors, "rkplay: cut.mp4: frame 99 is not the clip's own: unexpected end of file\n");
   const std::string reference = Reference("whole.mp4", "bt601");
   ExpectPicture("still-0.png", reference, 0);
   ExpectPicture("still-3.png", reference, 3);
@@ -93,7 +99,9 @@ TEST_F(RkplayFrame, what_makes_no_sense_is_refused_before_anything_is_written) {
   ExpectRefused({"frame", "clip-3.png", "1", "3", "--png", "clip.png"},
                 "clip-3.png: is played and cannot be written");
   ExpectRefused({"frame", "pattern:5", "1", "--png", "clip.mov"}, "would be no mov file");
-  EXPECT_EQ(FileCount(), 2) << "the clips";
+  Ffmpeg("-f lavfi -i testsrc2=size=16x16 -frames:v 1", "0.png");
+  ExpectRefused({"frame", "%d.png", "0", "--png", "%d.png"}, "0.png: would overwrite a picture of %d.png");
+  EXPECT_EQ(FileCount(), 3) << "the clips";
 }
 
 }  // namespace

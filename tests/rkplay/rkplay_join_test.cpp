@@ -130,4 +130,21 @@ TEST_F(RkplayJoin, the_output_is_420_limited_with_pixels_that_keep_the_shape) {
   }
 }
 
+TEST_F(RkplayJoin, a_programme_takes_stills_leaves_out_what_is_missing_and_says_so) {
+  Ffmpeg("-f lavfi -i testsrc2=size=400x300 -frames:v 1", "slate.png");
+  MakeClip("ten.mov", "50", "0.2", "-c:v ffv1 -pix_fmt yuv420p10le -an");
+  WriteFile("show.m3u", "gone.mov\nslate.png@10-15\nten.mov\n");
+  ExpectRefused({"show.m3u"}, "show.m3u: line 1: gone.mov: No such file or directory");
+  ExpectRefused({"slate.png@5-5"}, "holds no frame");
+  const Result result = Rkplay({"slate.png@0-400", "gone.mov", "show.m3u", "slate.png", "--skip-missing",
+                                "--video", "out.y4m", "--stats", "stats.json"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.errors,
+            "rkplay: left out: gone.mov: No such file or directory\n"
+            "rkplay: left out: show.m3u: line 1: gone.mov: No such file or directory\n");
+  EXPECT_EQ(Stats()["deliveredFrames"], 400 + 5 + 10 + 500);
+  EXPECT_NE(result.output.find("note          10-bit pictures dithered to 8: ten.mov\n"), std::string::npos);
+  EXPECT_TRUE(ReadFile("out.y4m").starts_with("YUV4MPEG2 W100 H62 F50:1 Ip A1:1 C420jpeg"));
+}
+
 }  // namespace
