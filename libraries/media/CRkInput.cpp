@@ -101,7 +101,8 @@ std::string FormatsFor(AVIOContext* io) {
   avio_seek(io, 0, SEEK_SET);
   const std::string_view start(reinterpret_cast<char*>(head), static_cast<size_t>(std::max(got, 0)));
   if (start == "ffconcat version 1.0") return "concat," + PlainFormats();
-  return start.starts_with("#EXTM3U") ? "hls," + PlainFormats() : PlainFormats();
+  // A picture's own name is no pattern for others: see Open.
+  return start.starts_with("#EXTM3U") ? "hls," + PlainFormats() : "image2," + PlainFormats();
 }
 
 // Whether the file lies below the folder, with all links followed.
