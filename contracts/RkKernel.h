@@ -196,7 +196,8 @@ class IRkAudioDirectSound : public IRkUnknown {
   // no sound in half a second. The position follows the clock meanwhile. The renderer looks for the
   // machine's device by itself, about once a second, and goes on with it where the clock has come to.
   virtual BOOL IsLost() { return 0; }
-  // How often the sound system was lost since the creation.
+  // How often the sound system was lost since the creation. One outage counts once, however often the
+  // renderer plays meanwhile.
   virtual UINT GetLossCount() { return 0; }
   virtual void Operation9() {}
   virtual void Operation10() {}

@@ -159,6 +159,8 @@ void CRkAudioDirectSound::Pull(BYTE* data, DWORD bytes) {
     }
     const LONGLONG now = m_clock();
     _DropLost(now);
+    m_isCardLost = false;
+    if (m_position.IsLost()) m_position.SetLatency(m_output->LatencyFrames());  // of the card that is back
     m_ring.Read(data, bytes);
     m_position.HandOver(bytes / m_format.blockAlign, now);
     if (m_ring.Rest() == 0) SetEvent(m_playedOut);
@@ -179,8 +181,10 @@ void CRkAudioDirectSound::_Follow() {
     const LONGLONG now = m_clock();
     if (!m_position.IsLost() && (gone || m_position.MissesPulls(now))) {
       m_position.Lose(now);
-      ++m_losses;
-      isNew = !std::exchange(m_lossLogged, true);
+      if (!std::exchange(m_isCardLost, true)) {
+        ++m_losses;
+        isNew = !std::exchange(m_lossLogged, true);
+      }
     }
     _DropLost(now);
   }

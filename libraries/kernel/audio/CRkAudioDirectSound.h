@@ -82,6 +82,7 @@ class CRkAudioDirectSound final : public CRkUnknown<IRkAudioDirectSound>, privat
   bool m_lossLogged RK_GUARDED_BY(m_lock) = false;
   ULONGLONG m_droppedBytes RK_GUARDED_BY(m_lock) = 0;
   UINT m_losses RK_GUARDED_BY(m_lock) = 0;
+  bool m_isCardLost RK_GUARDED_BY(m_lock) = false;  // until the next pull, over any number of plays
   std::vector<BYTE> m_restPart RK_GUARDED_BY(m_control);
 
   std::unique_ptr<IRkSoundOutput> m_output;

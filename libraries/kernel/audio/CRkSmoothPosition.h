@@ -17,6 +17,8 @@ class CRkSmoothPosition {
   // From position 0, nothing handed over. `latencyFrames`: samples between those handed over and those
   // heard at the moment of a pull.
   void Start(LONGLONG now, DWORD latencyFrames);
+  // From the next HandOver on.
+  void SetLatency(DWORD frames) { m_latency = frames; }
   // The sound system has taken samples.
   void HandOver(DWORD frames, LONGLONG now);
   double Frames(LONGLONG now);

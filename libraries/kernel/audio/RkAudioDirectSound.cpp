@@ -19,7 +19,11 @@ constexpr DWORD kRetryMs = 1000;
 
 template <class Output, class... Arguments>
 std::unique_ptr<IRkSoundOutput> Make(Arguments... arguments) {
-  return std::unique_ptr<IRkSoundOutput>(new (std::nothrow) Output(arguments...));
+  try {
+    return std::make_unique<Output>(arguments...);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 // DirectSound plays on behalf of a window; SDL needs none.

@@ -76,6 +76,35 @@ TEST(recovering_sound_output, opens_another_device_in_place_of_a_lost_one_and_st
   EXPECT_TRUE(output.IsLost());
 }
 
+TEST(recovering_sound_output, is_given_up_while_a_system_holds_its_thread) {
+  struct CNoSource : IRkSoundSource {
+    void Pull(BYTE*, DWORD) override {}
+  } source;
+  struct SShared {
+    SScript device;
+    CRkHandle letGo = CRkHandle::ManualResetEvent();
+    std::atomic<int> made = 0;
+  };
+  const auto shared = std::make_shared<SShared>();
+  {
+    CRkRecoveringSoundOutput output(
+        [shared] {
+          if (shared->made++ > 0) RkWait(shared->letGo, INFINITE);
+          return std::make_unique<CScriptedOutput>(shared->device);
+        },
+        1, 1);
+    ASSERT_TRUE(output.Open(kTestAudio, source));
+    output.Start();
+    shared->device.lost = true;
+    EXPECT_TRUE(output.IsLost());
+    EXPECT_TRUE(WaitUntil([&] { return shared->made == 2; }));
+  }
+  EXPECT_EQ(shared->device.running, 1);
+  SetEvent(shared->letGo);  // what it opens now is never started
+  EXPECT_TRUE(WaitUntil([&] { return shared.use_count() == 1; }));
+  EXPECT_EQ(shared->device.running, 1);
+}
+
 class audio_renderer : public testing::Test {
  protected:
   void Create(DWORD startBytes = kStartBytes) {
@@ -278,6 +307,12 @@ TEST_F(audio_renderer, follows_the_clock_while_the_card_takes_no_sound_and_count
   m_renderer->Stop();  // waits for nobody
   EXPECT_EQ(m_script.running, 0);
   EXPECT_EQ(m_renderer->GetDroppedSampleCount(), 8u * 480);  // with what the stop left unplayed
+  m_renderer->Reset();                                       // the outage goes on
+  m_written = 0;
+  Write(kStartBytes);
+  ASSERT_TRUE(m_renderer->Play());
+  EXPECT_TRUE(m_renderer->IsLost());
+  EXPECT_EQ(m_renderer->GetLossCount(), 2u);
   EXPECT_EQ(log.Lines().size(), 1u);
 }
 
