@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
@@ -12,10 +13,8 @@
 namespace rkplay {
 namespace {
 
-using std::chrono_literals::operator""ms;
-
-constexpr auto kQuietTime = 1000ms;
-constexpr auto kProgressInterval = 200ms;
+constexpr std::chrono::milliseconds kQuietTime(1000);
+constexpr std::chrono::milliseconds kProgressInterval(200);
 // So few files get a line on a terminal only, where it vanishes again.
 constexpr size_t kFewFiles = 20;
 
