@@ -140,7 +140,7 @@ class ListBuilder {
   }
 
   void _AddElement(const Source& source) {
-    const CRkRef<IRkClipElement> element = source.IsFile() ? _CreateFile(source) : _CreatePattern(source);
+    const CRkRef<IRkClipElement> element = _Create(source);
     FrameRange shown = {0, element->GetFrameCount()};
     if (source.clip.range) {
       const FrameRange own = source.clip.range->At(m_format.video.frameRate, source.Name());
@@ -163,24 +163,26 @@ class ListBuilder {
     m_list.frameCount = m_list.elements->GetTotalFrameCount();
   }
 
-  CRkRef<IRkClipElement> _CreatePattern(const Source& source) const {
+  CRkRef<IRkClipElement> _Create(const Source& source) const {
     CRkRef<IRkClipElement> element;
+    const auto report = CRkRef<ReadReport>::Adopt(new ReadReport);
+    if (source.IsFile()) {
+      _CreateFile(source, *report, &element);
+      return CRkRef<IRkClipElement>::Adopt(new SlotElement(source.clip.path, element, report, m_patienceMs));
+    }
     if (!RkCreatePatternClipElement(source.clip.patternFrames, element.Out())) source.Refuse("out of memory");
     if (!element->Open(nullptr, 0, &m_format)) source.Refuse("cannot be played as " + Describe(m_format));
     element->Close();
     return element;
   }
 
-  CRkRef<IRkClipElement> _CreateFile(const Source& source) const {
+  void _CreateFile(const Source& source, ReadReport& report, CRkRef<IRkClipElement>* element) const {
     const MediaFiles::Entry& entry = m_files.Of(source.clip.path);
     SRkMediaOptions options = m_options;
     if (entry.description.isStill) options.stillFrames = _StillFrames(source);
-    CRkRef<IRkClipElement> element;
     SRkMediaReason reason{};
-    const auto report = CRkRef<ReadReport>::Adopt(new ReadReport);
-    if (!entry.file->CreateElement(m_format.video.frameRate, &options, report.Get(), element.Out(), &reason))
+    if (!entry.file->CreateElement(m_format.video.frameRate, &options, &report, element->Out(), &reason))
       source.Refuse(reason.text);
-    return CRkRef<IRkClipElement>::Adopt(new SlotElement(source.clip.path, element, report, m_patienceMs));
   }
 
   // As long as the range wants it that cuts the still out; 0 without one.
