@@ -30,11 +30,6 @@ struct SRkScheme {
 constexpr SRkScheme kSchemes[] = {
     {"http", "http,https,tcp,tls,httpproxy,crypto"},
     {"https", "http,https,tcp,tls,httpproxy,crypto"},
-    {"tcp", "tcp"},
-    {"udp", "udp"},
-    {"rtmp", "rtmp,tcp"},
-    {"rtmps", "rtmps,rtmp,tls,tcp"},
-    {"srt", "srt"},
 };
 
 std::string_view SchemeOf(std::string_view name) {

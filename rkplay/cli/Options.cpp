@@ -34,7 +34,7 @@ Clip lists, NAME[@IN-OUT][*N]:
             pattern:[FRAMES], colour bars and a tone (250 frames when no count is given);
             or an .m3u or .m3u8 playlist, whose clips play as one list: a file or pattern:[FRAMES]
             a line, relative to the playlist's folder, # begins a comment;
-            an address, as it is: http, https, tcp, udp, rtmp, rtmps or srt, followed by ://
+            an address, as it is: http://... or https://...
   @IN-OUT   only the frames from IN up to, but not with, OUT, counted from 0 at the output's frame
             rate; on a playlist over all its clips
   *N        the list N times; * alone without end
