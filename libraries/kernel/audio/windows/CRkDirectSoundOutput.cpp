@@ -7,6 +7,7 @@ namespace {
 constexpr int kTimeCritical = 15;
 constexpr DWORD kOpenMs = 3000;
 constexpr DWORD kCloseMs = 1000;
+constexpr DWORD kHearOutMs = 300;
 constexpr DWORD kLookMs = 20;  // for a device that notifies of nothing
 
 }  // namespace
@@ -77,7 +78,7 @@ void CRkDirectSoundOutput::_Run(SShared& shared, HANDLE stopEvent) {
   if (!shared.isOpen) return;
 
   std::vector<BYTE> period(stream.PeriodBytes());
-  ULONGLONG soundEnd = 0;  // the stream's position behind the last sound pulled
+  ULONGLONG soundEnd = 0;  // the stream's position at which the last sound pulled has been heard
   const HANDLE objects[] = {stopEvent, shared.changed};
   DWORD lookMs = INFINITE;
   while (WaitForMultipleObjects(2, objects, FALSE, lookMs) != WAIT_OBJECT_0) {
@@ -89,9 +90,15 @@ void CRkDirectSoundOutput::_Run(SShared& shared, HANDLE stopEvent) {
     while (stream.IsPeriodDue()) {
       const bool sound = shared.Pull(period);
       stream.WritePeriod(sound ? period.data() : nullptr);
-      if (sound) soundEnd = stream.Written();
+      // A buffer that stops loses what lies between its play cursor and the card.
+      if (sound) soundEnd = stream.Written() + 2 * stream.LatencyBytes();
     }
     if (!pulling && stream.IsPlaying() && stream.Played() >= soundEnd) stream.Stop();
     lookMs = pulling || stream.IsPlaying() ? kLookMs : INFINITE;
+  }
+  const ULONGLONG deadline = GetTickCount64() + kHearOutMs;
+  while (stream.IsPlaying() && stream.Played() < soundEnd && GetTickCount64() < deadline) {
+    RkWait(shared.changed, kLookMs);
+    if (!stream.Follow()) return;
   }
 }

@@ -59,7 +59,7 @@ class CRkDirectSoundStream {
 
  private:
   static constexpr DWORD kPeriodsPerSecond = 100;
-  static constexpr DWORD kLeadPeriods = 8;
+  static constexpr DWORD kLeadPeriods = 5;
   static constexpr DWORD kBufferPeriods = 100;
 
   DWORD _LeadBytes() const { return kLeadPeriods * m_periodBytes; }
