@@ -93,7 +93,7 @@ TEST(on_air_sound, a_day_of_short_lists_gives_every_sample_but_one) {
           most = std::max(most, excess);
         }
         std::printf("%llu lists of %u frames at rate %d, %u Hz: error %lld\n", frames / length, length, rate,
-                    samplesPerSecond, excess);
+                    static_cast<UINT>(samplesPerSecond), excess);
         EXPECT_EQ(least, 0);
         EXPECT_LE(most, 1);
         blocks.ExpectUnchanged();
