@@ -17,7 +17,7 @@ constexpr DWORD kSwitchPollMs = 5;
 constexpr DWORD kKeyPollMs = 50;
 
 // Read ahead per channel: enough to ride out a slow open, within a bound on memory for large pictures.
-constexpr size_t kReadAheadBytes = size_t{256} << 20;
+constexpr size_t kReadAheadBytes = size_t{20} << 20;
 constexpr size_t kMinimumReadAhead = 4;
 constexpr size_t kMaximumReadAhead = 25;
 constexpr UINT kPreRoll = 8;
