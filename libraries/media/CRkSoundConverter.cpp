@@ -13,7 +13,6 @@ extern "C" {
 namespace {
 
 constexpr int kSilenceSamples = 4096;
-// Damaged headers may claim rates whose conversion would exhaust memory.
 constexpr int kMinSourceRate = 1000;
 constexpr int kMaxSourceRate = 1000000;
 
@@ -49,9 +48,13 @@ void RkFadeSound(const SRkWaveFormatInfo& format, BYTE* data, int64_t samples, b
   }
 }
 
+bool CRkSoundConverter::TakesRate(int rate) {
+  return rate >= kMinSourceRate && rate <= kMaxSourceRate;
+}
+
 bool CRkSoundConverter::Begin(const AVFrame& like) {
   m_sourceRate = like.sample_rate;
-  if (m_sourceRate < kMinSourceRate || m_sourceRate > kMaxSourceRate) return false;
+  if (!TakesRate(m_sourceRate)) return false;
   const int64_t outputRate = m_format.samplesPerSecond;
   const int64_t common = av_gcd(m_sourceRate, outputRate);
   m_sourceStep = m_sourceRate / common;

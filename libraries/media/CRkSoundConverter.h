@@ -18,6 +18,8 @@ class CRkSoundConverter {
 
   explicit CRkSoundConverter(const SRkWaveFormatInfo& format) : m_format(format) {}
 
+  // Damaged headers may claim rates whose conversion would exhaust memory.
+  static bool TakesRate(int rate);
   // Prepares a new conversion of sound like the frame's. False when it cannot be converted.
   bool Begin(const AVFrame& like);
   // Continues with sound of another kind at the same rate.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <utility>
 
 #include "contracts/RkAVUtils.h"
@@ -32,6 +33,20 @@ bool HasEqualFrames(const AVCodecParameters& codec) {
     default:
       return codec.frame_size > 0 || av_get_exact_bits_per_sample(codec.codec_id) != 0;
   }
+}
+
+// The step of the places where Vorbis frames begin: the halves and quarters of its two block lengths, which
+// the first of its headers states. 0 where there is no such header.
+int64_t VorbisStep(const AVCodecParameters& codec) {
+  constexpr char kName[] = "\1vorbis";
+  constexpr std::ptrdiff_t kLengthsAt = 28;
+  const uint8_t* begin = codec.extradata;
+  const uint8_t* end = begin + codec.extradata_size;
+  const uint8_t* header = std::search(begin, end, kName, kName + sizeof(kName) - 1);
+  if (codec.codec_id != AV_CODEC_ID_VORBIS || end - header <= kLengthsAt) return 0;
+  const int64_t shorter = int64_t{1} << (header[kLengthsAt] & 15);
+  const int64_t longer = int64_t{1} << (header[kLengthsAt] >> 4);
+  return std::gcd(std::gcd(shorter / 2, longer / 2), (shorter + longer) / 4);
 }
 
 int64_t RoundDown(int64_t value, int64_t step) {
@@ -118,7 +133,7 @@ void CRkSoundReader::_Locate(int64_t first) {
 bool CRkSoundReader::_Begin(bool fromStart) {
   m_ready.clear();
   m_frameHeld = m_ended = false;
-  m_silence = m_skip = 0;
+  m_silence = m_skip = m_doubled = 0;
   m_damaged.clear();
   m_fadesIn = false;
   m_framesFromStart = 0;
@@ -152,12 +167,16 @@ bool CRkSoundReader::_FindPlace(int64_t* place) const {
   }
   *place = stated;
   if (m_fromStart || !_IsCoarse()) return true;
-  if (m_gridStep <= 0 || m_frame->nb_samples != m_gridStep) return false;
+  if (m_gridStep <= 0 || m_frame->nb_samples % m_gridStep != 0) return false;
   *place = m_gridPlace + RoundDown(stated - m_gridPlace + m_gridStep / 2, m_gridStep);
-  return std::abs(*place - stated) <= _Tolerance();
+  // A grid as fine as the timestamps names no sample.
+  const AVRational timeBase = m_decoder.TimeBase();
+  const bool isWide = m_gridStep * timeBase.den > int64_t{m_converter.SourceRate()} * timeBase.num;
+  return isWide && std::abs(*place - stated) <= _Tolerance();
 }
 
 void CRkSoundReader::_Pump() {
+  const auto before = static_cast<std::ptrdiff_t>(m_ready.size());
   if (m_silence > 0) {
     const int64_t now = std::min(m_silence, kSilenceSamples);
     if (!m_converter.ConvertSilence(now, &m_ready)) m_ended = true;
@@ -168,6 +187,11 @@ void CRkSoundReader::_Pump() {
     m_converter.Flush(&m_ready);
     m_ended = true;
   }
+  if (m_doubled <= 0 || m_ended) return;
+  const int64_t added = (static_cast<std::ptrdiff_t>(m_ready.size()) - before) / m_format.blockAlign;
+  const int64_t dropped = std::min(m_doubled, added);
+  m_doubled -= dropped;
+  m_ready.erase(m_ready.begin() + before, m_ready.begin() + before + dropped * m_format.blockAlign);
 }
 
 void CRkSoundReader::_PumpFrame() {
@@ -207,8 +231,9 @@ bool CRkSoundReader::_NextFrame() {
     failed = failed || m_decoder.HasFailed() || (decoded && m_frame->decode_error_flags != 0);
     if (!decoded) return false;
   } while (m_frame->decode_error_flags != 0 || m_frame->nb_samples <= 0 ||
-           m_frame->sample_rate != m_converter.SourceRate());
+           !CRkSoundConverter::TakesRate(m_frame->sample_rate));
   m_frameHeld = true;
+  if (m_frame->sample_rate != m_converter.SourceRate()) return _ChangeRate();
   const int64_t expected = m_nextPlace - m_skip;
   _LearnGrid(expected);
   const int64_t stated = _StatedPlace();
@@ -228,13 +253,38 @@ bool CRkSoundReader::_NextFrame() {
   return true;
 }
 
+// Continues with sound of another rate: places count its samples from here on.
+bool CRkSoundReader::_ChangeRate() {
+  m_converter.Flush(&m_ready);
+  int64_t place = av_rescale(m_nextPlace - m_skip, m_frame->sample_rate, m_converter.SourceRate());
+  if (!m_converter.Begin(*m_frame)) return false;
+  const int64_t stated = _StatedPlace();
+  if (stated != AV_NOPTS_VALUE && !_IsCoarse() && place - stated <= kMaxOverlapSeconds * m_frame->sample_rate)
+    place = stated;
+  m_shift = m_decoder.Source().Shift();
+  m_gridStep = -1;
+  m_skip = 0;
+  m_nextPlace = place;
+  const int64_t begin = RoundDown(place, m_converter.SourceStep());
+  m_silence = place - begin;
+  // The new conversion begins where both rates have a sample: before or after the end of the last one.
+  m_doubled = _ReadyEnd() - begin / m_converter.SourceStep() * m_converter.OutputStep();
+  if (m_doubled >= 0) return true;
+  const size_t before = m_ready.size();
+  m_ready.resize(before + static_cast<size_t>(-m_doubled) * m_format.blockAlign);
+  RkAudioUtils::SilientAudioBuffer(m_format, m_ready.data() + before, static_cast<DWORD>(-m_doubled));
+  return true;
+}
+
 void CRkSoundReader::_LearnGrid(int64_t place) {
   if (m_framesFromStart == 0) return;
   ++m_framesFromStart;
-  if (!HasEqualFrames(*m_decoder.Stream()->codecpar)) return;
+  const AVCodecParameters& codec = *m_decoder.Stream()->codecpar;
+  const int64_t step = HasEqualFrames(codec) ? m_frame->nb_samples : VorbisStep(codec);
+  if (step == 0) return;
   if (m_framesFromStart == 2 && m_gridStep == 0) {
     m_gridPlace = place;
-    m_gridStep = m_frame->nb_samples;
+    m_gridStep = step;
   } else if (m_framesFromStart > 2 && m_gridStep > 0 && (place - m_gridPlace) % m_gridStep != 0) {
     m_gridStep = -1;  // frames of many lengths
   }

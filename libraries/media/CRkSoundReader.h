@@ -35,6 +35,7 @@ class CRkSoundReader {
   void _Pump();
   void _PumpFrame();
   bool _NextFrame();
+  bool _ChangeRate();
   int64_t _StatedPlace() const;
   bool _IsCoarse() const;
   int64_t _Tolerance() const;
@@ -63,9 +64,10 @@ class CRkSoundReader {
   int64_t m_silence = 0;           // source samples of silence to convert before the held frame
   int64_t m_shift = 0;             // of the source's timestamps at the last frame
   int64_t m_skip = 0;              // source samples to leave out first
+  int64_t m_doubled = 0;           // output samples to leave out of what is converted next
 
-  // Where timestamps are coarser than samples, frames of equal length lie on a grid: m_gridPlace plus
-  // a multiple of m_gridStep, which is 0 while unknown and -1 when frames differ in length.
+  // Where timestamps are coarser than samples, frames of equal length, and those of Vorbis, lie on a grid:
+  // m_gridPlace plus a multiple of m_gridStep, which is 0 while unknown and -1 when frames leave the grid.
   int64_t m_gridPlace = 0;
   int64_t m_gridStep = 0;
   int m_framesFromStart = 0;  // 0 after a seek

@@ -78,4 +78,31 @@ TEST_F(CSpliceTest, every_picture_of_joined_recordings_is_shown_once_beside_its_
   }
 }
 
+TEST_F(CSpliceTest, sound_of_another_rate_or_layout_goes_on_converted) {
+  const std::string coding = "-c:v mpeg2video -ac 2 ";
+  const std::string first = Record("first.ts", "testsrc2", 440, 0, coding);
+  const SRkClipFormat as = Describe(first).format;
+  const std::vector<SFrame> before = Rest(OpenAs(first, as));
+  for (const char* kind : {"-ar 44100", "-ac 1", "-ar 32000 -ac 1"}) {
+    SCOPED_TRACE(kind);
+    const std::string second = Record("second.ts", "testsrc2", 550, 2, coding + kind);
+    const std::vector<SFrame> after = Rest(OpenAs(second, as));
+    const auto element = OpenAs(Save("both.ts", Load(first) + Load(second)), as);
+    const std::vector<SFrame> frames = Rest(element);
+    const auto join = static_cast<UINT>(frames.size()) - 50;  // 49: one picture of each at the same time
+    ASSERT_GE(join, 49u);
+    const auto expect = [&](UINT i, const SFrame& frame) {
+      const SFrame& own = i < join ? before[i] : after[i - join];
+      // Decoders round by what they decoded before, and the conversion doubles that at worst.
+      EXPECT_LE(MaxDifference(frame.sound, own.sound), 2) << i;
+    };
+    for (UINT i = 0; i < frames.size() - 1; ++i) {
+      // Until the parser knows the new rate, it times some frames by the old one.
+      if (i < 47 || i > join + 5) expect(i, frames[i]);
+    }
+    for (const UINT i : {96u, 20u, 75u}) expect(i, At(element, i));
+    EXPECT_TRUE(sink.substituted.empty());
+  }
+}
+
 }  // namespace
