@@ -31,7 +31,9 @@ struct SRkMediaDescription {
   BOOL isInterlaced;        // as its first picture is marked
   BOOL isStill;             // one picture, which an element shows for as long as its options say
   BOOL isSequence;          // numbered pictures: one for each frame, whatever the rate
-  LONGLONG soundExcessMs;   // of sound after the end of the pictures; 0 or less where they last as long
+  // "2 sound tracks not used: 2 (deu), 3": by number and language, cut to fit. Empty where all are used.
+  char unusedSound[128];
+  LONGLONG soundExcessMs;  // of sound after the end of the pictures; 0 or less where they last as long
 };
 
 // Whether pictures that hold two fields are made whole: by a deinterlacing filter, one picture for each of
@@ -55,6 +57,11 @@ struct SRkMediaOptions {
   int fit;           // an ERkFit
   int deinterlace;   // an ERkDeinterlace
   UINT stillFrames;  // how long a still is shown; 0: kRkStillSeconds
+  // The sound tracks to play: "all", numbers from 1 on ("1", "1+2"), or a language tag ("eng"). Their
+  // channels lie side by side in this order. Null or empty: mono tracks of the same codec, rate and language
+  // are the channels of one clip; of others the best is played. Counts when a file is examined, and is
+  // borrowed for the call.
+  const char* audioTracks;
   BOOL holdPicture;  // sound that outlasts the pictures is played under the last one; else it is cut
 };
 

@@ -26,10 +26,12 @@ void CutPadding(const AVPacket& packet, int sampleRate, AVRational timeBase, int
 
 }  // namespace
 
-bool CRkFileSurvey::Open(const std::string& path, std::string& reason) {
+bool CRkFileSurvey::Open(const std::string& path, const char* audioTracks, SRkSoundTracks* sound,
+                         std::string& reason) {
   if (m_packet == nullptr || !m_source.Open(path, reason)) return false;
-  if (!_OpenLead(AVMEDIA_TYPE_VIDEO, &m_pictures, reason)) return false;
-  if (!_OpenLead(AVMEDIA_TYPE_AUDIO, &m_sound, reason)) return false;
+  if (!_OpenLead(m_source.FindStream(AVMEDIA_TYPE_VIDEO), &m_pictures, reason)) return false;
+  if (!RkChooseSoundTracks(m_source.Format(), audioTracks, sound, reason)) return false;
+  if (!sound->used.empty() && !_OpenLead(sound->used.front().stream, &m_sound, reason)) return false;
   if (!HasPictures() && !HasSound()) {
     reason = "no picture or sound in it";
     return false;
@@ -40,8 +42,7 @@ bool CRkFileSurvey::Open(const std::string& path, std::string& reason) {
   return true;
 }
 
-bool CRkFileSurvey::_OpenLead(AVMediaType type, SRkLead* lead, std::string& reason) {
-  const int stream = m_source.FindStream(type);
+bool CRkFileSurvey::_OpenLead(int stream, SRkLead* lead, std::string& reason) {
   if (stream < 0) {
     reason = RkAvErrorText(stream);
     return stream != AVERROR_DECODER_NOT_FOUND;

@@ -6,13 +6,15 @@
 
 #include "libraries/media/CRkFieldPairs.h"
 #include "libraries/media/CRkPacketSource.h"
+#include "libraries/media/RkSoundTracks.h"
 
 // A file read once from its beginning, picture and sound together: the first frame of each that can be
 // decoded, and the times of all packets that have been read. One thread at a time.
 class CRkFileSurvey {
  public:
-  // Opens the file. False when that fails or when a stream that is there cannot be decoded.
-  bool Open(const std::string& path, std::string& reason);
+  // Opens the file and chooses its sound tracks, of which the first is surveyed. False when that fails or
+  // when a stream that is there cannot be decoded. `audioTracks` is that of SRkMediaOptions.
+  bool Open(const std::string& path, const char* audioTracks, SRkSoundTracks* sound, std::string& reason);
 
   bool HasPictures() const { return m_pictures.stream != nullptr; }
   bool HasCover() const;  // a picture that goes with the sound
@@ -54,7 +56,7 @@ class CRkFileSurvey {
     void Feed(const AVPacket* packet);
   };
 
-  bool _OpenLead(AVMediaType type, SRkLead* lead, std::string& reason);
+  bool _OpenLead(int stream, SRkLead* lead, std::string& reason);
   void _KeepPicture(const AVPacket& packet);
   void _KeepSound(const AVPacket& packet);
 

@@ -9,7 +9,7 @@
 #include "contracts/RkMediaElement.h"
 #include "libraries/media/CRkPictureScaler.h"
 #include "libraries/media/CRkProgressiveReader.h"
-#include "libraries/media/CRkSoundReader.h"
+#include "libraries/media/CRkSoundTracks.h"
 #include "libraries/media/SRkMediaSource.h"
 
 // A media file as a clip element. What it presents is settled when it is created; opening it opens the
@@ -41,7 +41,7 @@ class CRkMediaClipElement final : public CRkClipElementBase {
   SRkClipFormat m_format{};
   std::optional<CRkPictureScaler> m_scaler;
   std::optional<CRkProgressiveReader> m_pictures;  // none without pictures in the file
-  std::optional<CRkSoundReader> m_sound;           // none without sound in the file or in the format
+  std::optional<CRkSoundTracks> m_sound;           // none without sound in the file or in the format
   // The picture read last, black or the cover before the first: it is shared by all the frames that show it.
   CRkRef<IRkVideoSample> m_lastVideo;
   int64_t m_lastNumber = -1;

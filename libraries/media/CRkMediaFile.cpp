@@ -32,7 +32,8 @@ void RkSetReason(const std::string& reason, SRkMediaReason* out) {
 
 BOOL CRkMediaFile::CreateElement(int frameRate, const SRkMediaOptions* options, IRkMediaReadSink* sink,
                                  IRkClipElement** element, SRkMediaReason* reason) {
-  const SRkMediaOptions known = KnownOptions(options);
+  SRkMediaOptions known = KnownOptions(options);
+  known.audioTracks = nullptr;  // is borrowed, and the tracks are chosen
   const char* why = nullptr;
   if (element == nullptr || !RkIsFrameRate(frameRate)) {
     why = "no element or no frame rate";
@@ -47,7 +48,6 @@ BOOL CRkMediaFile::CreateElement(int frameRate, const SRkMediaOptions* options, 
 
 int RkExamineMedia(const char* path, const SRkMediaOptions* options, IRkMediaFile** file,
                    SRkMediaReason* reason) {
-  (void)options;
   std::string why;
   CRkRef<CRkMediaFile> examined;
   const bool within = RkWithinMemory([&] {
@@ -55,7 +55,7 @@ int RkExamineMedia(const char* path, const SRkMediaOptions* options, IRkMediaFil
     if (path == nullptr || file == nullptr) return;
     auto source = std::make_shared<SRkMediaSource>();
     SRkMediaLook look;
-    if (!RkProbeMedia(path, source.get(), &look, why)) return;
+    if (!RkProbeMedia(path, KnownOptions(options), source.get(), &look, why)) return;
     examined = CRkRef<CRkMediaFile>::Adopt(new CRkMediaFile(std::move(source), look));
   });
   if (!within) why = "out of memory";  // needs none

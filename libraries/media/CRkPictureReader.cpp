@@ -17,7 +17,7 @@ constexpr int kMaxStepsBack = 8;
 bool CRkPictureReader::Open(const SRkMediaSource& source, std::string& reason) {
   m_timeline = &source.pictures;
   return m_shown != nullptr && m_ahead != nullptr &&
-         m_decoder.Open(source.path, AVMEDIA_TYPE_VIDEO, source.splices, reason);
+         m_decoder.Open(source.path, AVMEDIA_TYPE_VIDEO, -1, source.splices, reason);
 }
 
 CRkPictureReader::SRkPicture CRkPictureReader::Read(int64_t number) {

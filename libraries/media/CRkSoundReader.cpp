@@ -60,10 +60,10 @@ int64_t RoundUp(int64_t value, int64_t step) {
 
 }  // namespace
 
-bool CRkSoundReader::Open(const SRkMediaSource& source, std::string& reason) {
+bool CRkSoundReader::Open(const SRkMediaSource& source, int stream, std::string& reason) {
   m_originTimeBase = source.originTimeBase;
   m_origin = source.origin;
-  if (m_frame == nullptr || !m_decoder.Open(source.path, AVMEDIA_TYPE_AUDIO, source.splices, reason))
+  if (m_frame == nullptr || !m_decoder.Open(source.path, AVMEDIA_TYPE_AUDIO, stream, source.splices, reason))
     return false;
   if (!_Begin(true)) {
     reason = "its sound cannot be converted";

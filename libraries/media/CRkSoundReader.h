@@ -17,7 +17,8 @@ class CRkSoundReader {
  public:
   explicit CRkSoundReader(const SRkWaveFormatInfo& format) : m_format(format), m_converter(format) {}
 
-  bool Open(const SRkMediaSource& source, std::string& reason);
+  // Starts at the first frame of the stream of the index.
+  bool Open(const SRkMediaSource& source, int stream, std::string& reason);
   // Fills in `count` samples from number `first` on; first is not below 0. False when silence stands for
   // damaged sound in some of them.
   bool Read(int64_t first, DWORD count, BYTE* data);

@@ -29,10 +29,12 @@ CRkAv<AVCodecContext> RkOpenDecoder(const AVStream& stream, std::string& reason)
   return nullptr;
 }
 
-bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type,
+bool CRkStreamDecoder::Open(const std::string& path, AVMediaType type, int stream,
                             std::shared_ptr<const CRkSplices> splices, std::string& reason) {
   if (!m_source.Open(path, reason)) return false;
-  const int stream = m_source.FindStream(type);
+  if (stream < 0) stream = m_source.FindStream(type);
+  // The file may have been replaced by another meanwhile.
+  if (stream >= static_cast<int>(m_source.Format()->nb_streams)) stream = AVERROR_STREAM_NOT_FOUND;
   if (stream < 0) {
     reason = RkAvErrorText(stream);
     return false;

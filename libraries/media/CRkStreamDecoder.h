@@ -17,8 +17,9 @@ class CRkStreamDecoder {
     int64_t dts;
   };
 
-  // Starts at the first frame of the best stream of the type. `splices` may be null.
-  bool Open(const std::string& path, AVMediaType type, std::shared_ptr<const CRkSplices> splices,
+  // Starts at the first frame of the stream of the index or, below 0, of the best stream of the type.
+  // `splices` may be null.
+  bool Open(const std::string& path, AVMediaType type, int stream, std::shared_ptr<const CRkSplices> splices,
             std::string& reason);
 
   // False at the end of what can be decoded. Packets that cannot are passed over.

@@ -74,6 +74,7 @@ void RkDescribe(const SRkMediaSource& source, const SRkMediaLook& look, SRkMedia
   description->frameCount = source.FrameCount(frameRate, {});
   description->hasVideo = source.hasVideo;
   description->hasAudio = source.hasAudio;
+  source.sound.unused.copy(description->unusedSound, sizeof(description->unusedSound) - 1);
   description->isStill = source.isStill;
   description->isSequence = source.isSequence;
   description->soundExcessMs = source.SoundExcessMs(frameRate);

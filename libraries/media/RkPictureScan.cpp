@@ -228,5 +228,6 @@ bool RkScanPictures(CRkFileSurvey& survey, SRkMediaSource* media, std::string& r
   if (TimelineFromIndex(survey, &media->pictures, &hasMoved)) return true;
   if (!hasMoved) return ScanAll(survey, media, reason);
   CRkFileSurvey again;
-  return again.Open(media->path, reason) && ScanAll(again, media, reason);
+  SRkSoundTracks unneeded;
+  return again.Open(media->path, nullptr, &unneeded, reason) && ScanAll(again, media, reason);
 }

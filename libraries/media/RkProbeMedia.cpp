@@ -58,7 +58,7 @@ bool ProbeSound(CRkFileSurvey& survey, SRkMediaSource* source, SRkMediaLook* loo
     reason = "none of its sound can be decoded";
     return source->hasVideo;
   }
-  look->channels = frame->ch_layout.nb_channels;
+  look->channels = source->sound.used.size() == 1 ? frame->ch_layout.nb_channels : source->sound.Channels();
   look->sampleRate = frame->sample_rate;
   look->sampleFormat = static_cast<AVSampleFormat>(frame->format);
   look->sampleBits = survey.SoundStream()->codecpar->bits_per_raw_sample;
@@ -120,10 +120,11 @@ int64_t SRkMediaSource::SoundExcessMs(int frameRate) const {
   return sound - av_rescale(pictures.FrameCount(PictureClock(frameRate)), int64_t{1000} * rate.den, rate.num);
 }
 
-bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason) {
+bool RkProbeMedia(const std::string& path, const SRkMediaOptions& options, SRkMediaSource* source,
+                  SRkMediaLook* look, std::string& reason) {
   source->path = path;
   CRkFileSurvey survey;
-  if (!survey.Open(path, reason)) return false;
+  if (!survey.Open(path, options.audioTracks, &source->sound, reason)) return false;
   survey.ReadFirstFrames();
   source->hasVideo = survey.HasPictures();
   source->hasAudio = survey.HasSound();

@@ -7,15 +7,17 @@
 #include "libraries/media/CRkPictureTimeline.h"
 #include "libraries/media/CRkSplices.h"
 #include "libraries/media/RkPictureKind.h"
+#include "libraries/media/RkSoundTracks.h"
 
 // The facts about a media file that playing it needs. Shared, and unchanged once probed.
 struct SRkMediaSource {
   std::string path;
   bool hasVideo = false;
   bool hasAudio = false;
-  bool hasCover = false;                      // a picture beside the sound of a file without pictures
-  bool isStill = false;                       // one picture without a time
-  bool isSequence = false;                    // one picture for each frame of any rate
+  bool hasCover = false;    // a picture beside the sound of a file without pictures
+  bool isStill = false;     // one picture without a time
+  bool isSequence = false;  // one picture for each frame of any rate
+  SRkSoundTracks sound;
   CRkPictureTimeline pictures;                // of files with pictures
   bool isInterlaced = false;                  // as the first picture is marked
   std::shared_ptr<const CRkSplices> splices;  // null where timestamps never jump
@@ -51,7 +53,8 @@ void RkDescribe(const SRkMediaSource& source, const SRkMediaLook& look, SRkMedia
 void RkSetReason(const std::string& reason, SRkMediaReason* out);
 
 // False when the file cannot be played; `reason` then says why.
-bool RkProbeMedia(const std::string& path, SRkMediaSource* source, SRkMediaLook* look, std::string& reason);
+bool RkProbeMedia(const std::string& path, const SRkMediaOptions& options, SRkMediaSource* source,
+                  SRkMediaLook* look, std::string& reason);
 
 // The picture that goes with the sound of a file. Null where there is none that can be shown.
 CRkAv<AVFrame> RkReadCover(const std::string& path);

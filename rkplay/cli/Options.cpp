@@ -121,6 +121,8 @@ void AddFormatOptions(CLI::App& app, FormatOptions& format) {
       [&format](const std::string& text) {
         format.deinterlace = ParseChoice("--deinterlace", text, {"auto", "off", "on"});
       });
+  add("--audio-tracks", "WHICH", "Sound tracks of each file: all, numbers as in 1+2, or a language tag (eng)",
+      [&format](const std::string& text) { format.audioTracks = text; });
   add("--audio-rate", "HZ", "Samples per second", [&format](const std::string& text) {
     format.audioRate = ParseCount<DWORD>("--audio-rate", text, kMinimumAudioRate, kMaximumAudioRate);
   });

@@ -22,11 +22,13 @@ struct FormatOptions {
   int fit = RkFit_Bars;                  // an ERkFit
   int deinterlace = RkDeinterlace_Auto;  // an ERkDeinterlace
   bool allowUrls = false;                // in playlists
+  std::string audioTracks;               // as in SRkMediaOptions
   bool holdPicture = false;              // under sound that outlasts the pictures
   bool skipMissing = false;              // clips that cannot be played are left out
 
+  // Borrows from this object.
   SRkMediaOptions Media() const {
-    return {sizeof(SRkMediaOptions), fit, deinterlace, 0, holdPicture ? TRUE : FALSE};
+    return {sizeof(SRkMediaOptions), fit, deinterlace, 0, audioTracks.c_str(), holdPicture ? TRUE : FALSE};
   }
 };
 

@@ -196,6 +196,7 @@ class ListBuilder {
   void _Note(const Source& source, bool toItsEnd) {
     const SRkMediaDescription& file = m_files.Of(source.clip.path).description;
     m_notes.AddPictures(file, source.clip.path, m_options.deinterlace);
+    if (file.unusedSound[0] != 0) m_notes.Add(file.unusedSound, source.clip.path);
     if (toItsEnd) m_notes.AddSoundExcess(file, source.clip.path, m_options.holdPicture != FALSE);
   }
 

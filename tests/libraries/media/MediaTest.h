@@ -48,7 +48,9 @@ class CMediaTest : public testing::Test {
   SRkMediaDescription Describe(const std::string& path) {
     SRkMediaDescription description{};
     SRkMediaReason reason{};
-    EXPECT_EQ(RkDescribeMedia(path.c_str(), &description, &reason), 1) << reason.text;
+    CRkRef<IRkMediaFile> file;
+    EXPECT_EQ(RkExamineMedia(path.c_str(), &options, file.Out(), &reason), 1) << reason.text;
+    if (file) file->GetDescription(&description);
     return description;
   }
 
@@ -150,7 +152,7 @@ class CMediaTest : public testing::Test {
   CTempFolder folder;
   CReadSink sink;
   SRkClipFormat format{};
-  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars, RkDeinterlace_Auto, 0, FALSE};
+  SRkMediaOptions options{sizeof(SRkMediaOptions), RkFit_Bars, RkDeinterlace_Auto, 0, nullptr, FALSE};
 
  private:
   SFrame Unpack(const CRkRef<IRkAVPlaySample>& sample) {

@@ -67,6 +67,52 @@ TEST_F(CSoundTest, a_seek_meets_the_same_sample_where_times_are_rounded_to_milli
   }
 }
 
+TEST_F(CSoundTest, mono_tracks_are_channels_and_other_tracks_are_chosen_by_name) {
+  // Sound tracks: 1 and 2 mono, 3 mono German, 4 stereo.
+  std::string sources = kPicture;
+  for (const char* colour : {"white", "brown", "pink", "blue"})
+    sources += "-f lavfi -i anoisesrc=seed=1:r=48000:d=2:a=0.5:c=" + std::string(colour) + " ";
+  const std::string all = sources + "-map 0 -map 1 -map 2 -map 3 -map 4 -c:a pcm_s16le ";
+  const std::string mov = Make(
+      "tracks.mov", all + "-c:v mjpeg -ac:a:3 2 -metadata:s:a:2 language=ger -metadata:s:a:1 language=und");
+  const std::string mxf =
+      Make("tracks.mxf", all + "-c:v mpeg2video -pix_fmt yuv422p -map 1 -map 2 -map 3 -map 1");
+  const auto tracks = [](const std::string& path, const std::string& filter) {
+    return RkRunFfmpeg("-i '" + path + "' -filter_complex '" + filter + "' -f s16le -");
+  };
+  const struct {
+    const std::string& path;
+    const char* choice;
+    int channels;
+    const char* filter;
+    const char* unused;
+  } cases[] = {{mov, nullptr, 2, "[0:a:0][0:a:1]amerge", "2 sound tracks not used: 3 (ger), 4"},
+               {mov, "all", 5, "[0:a:0][0:a:1][0:a:2][0:a:3]amerge=4", ""},
+               {mov, "3", 1, "[0:a:2]anull", "3 sound tracks not used: 1, 2, 4"},
+               {mov, "4+1", 3, "[0:a:3][0:a:0]amerge", "2 sound tracks not used: 2, 3 (ger)"},
+               {mov, "GER", 1, "[0:a:2]anull", "3 sound tracks not used: 1, 2, 4"},
+               {mxf, "", 8, "[0:a:0][0:a:1][0:a:2][0:a:3][0:a:4][0:a:5][0:a:6][0:a:7]amerge=8", ""}};
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.path + " " + (one.choice == nullptr ? "" : one.choice));
+    options.audioTracks = one.choice;
+    const auto element = OpenAsItIs(one.path);
+    EXPECT_EQ(format.audio.channels, one.channels);
+    EXPECT_STREQ(Describe(one.path).unusedSound, one.unused);
+    ExpectSound(element, tracks(one.path, one.filter));
+  }
+  options.audioTracks = "all";
+  format.audio = RkMakeWaveFormat(2, 48000, 16);
+  ExpectSound(OpenAs(mov, format), tracks(mov, "[0:a:0][0:a:1]amerge"));
+  for (const auto& [choice, why] :
+       {std::pair("6", "it has no sound track 6"), {"fra", "it has no sound track of the language 'fra'"}}) {
+    SRkMediaReason reason{};
+    CRkRef<IRkMediaFile> file;
+    options.audioTracks = choice;
+    EXPECT_EQ(RkExamineMedia(mov.c_str(), &options, file.Out(), &reason), 0);
+    EXPECT_STREQ(reason.text, why);
+  }
+}
+
 TEST_F(CSoundTest, rate_and_layout_are_converted_as_the_program_does) {
   const std::string path = Make(
       "convert.mov", kPicture + "-f lavfi -i anoisesrc=seed=1:r=44100:d=2 -c:v mjpeg -c:a pcm_s16le -ac 6");
