@@ -39,23 +39,9 @@ TEST_F(video_presenter, drops_late_frames_but_the_newest_and_repeats_an_early_on
   EXPECT_EQ(Pass(14), Events{"v14"});
 }
 
-TEST_F(video_presenter, the_marker_blanks_the_picture_whatever_is_due) {
-  Queue({7, 8});
-  Push(m_queue, m_marker.Get());
-  Queue({20});
-  EXPECT_EQ(Pass(10), Events{"blank"});
-  EXPECT_EQ(m_queue.Count(), 1);
-  EXPECT_EQ(References(*m_marker.Get()), 1U);
-  EXPECT_EQ(Pass(10), Events{"v20"});
-}
-
-TEST_F(video_presenter, an_exit_ends_it_without_a_sign_that_it_is_done) {
+TEST_F(video_presenter, ends_when_the_events_are_gone) {
   const SPacingEvents events;
-  Queue({26});
-  SetEvent(events.exit);
-  m_presenter.Run(events.exit, events.stop, events.videoDone);
-  EXPECT_FALSE(RkWait(events.videoDone, 0));
-  m_presenter.Run(events.exit, nullptr, events.videoDone);  // the events are gone: ends as well
+  m_presenter.Run(events.exit, nullptr, events.videoDone);
 }
 
 TEST_F(video_presenter, a_stop_repeats_an_early_frame_at_most_once_a_millisecond_and_ends_with_the_last) {
