@@ -20,13 +20,13 @@ TEST(memory, that_runs_out_in_the_clip_core_is_a_refusal) {
     return inserted;
   });
   FailEach("trim information", [&] {
-    const auto info = Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
+    const auto info = MakeTrim(ranges);
     const auto clone = CRkRef<IRkClipTrimInfo>::Adopt(info ? info->Clone() : nullptr);
     return static_cast<bool>(clone);
   });
   FailEach("pattern", [&] {
     const auto element = MakePattern(10);
-    const auto info = Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
+    const auto info = MakeTrim(ranges);
     if (!element || !info) return false;
     element->SetTrimInfo(info.Get());
     const bool trimmed = element->GetFrameCount() == 5;

@@ -13,23 +13,17 @@
 
 using Events = std::vector<std::string>;
 
-class CNamedElement : public CFakeElement {
- public:
-  CNamedElement(char name, UINT frames) : CFakeElement(frames), name(name) {}
-  const char name;
-};
-
-using Element = CRkRef<CNamedElement>;
+using Element = CRkRef<CFakeElement>;
 
 inline Element MakeElement(char name, UINT frames) {
-  return MakeFake<CNamedElement>(name, frames);
+  return MakeFake<CFakeElement>(frames, name);
 }
 
 // "B7": position 7, read from element B.
 inline std::string NameOf(IRkAVPlaySample& sample) {
   CRkRef<IRkUnknown> source;
   if (!sample.GetAttachment(0, source.Out())) return "?";
-  return dynamic_cast<CNamedElement&>(*source).name + std::to_string(sample.GetPosition());
+  return dynamic_cast<CFakeElement&>(*source).name + std::to_string(sample.GetPosition());
 }
 
 // A host's list that hands out whatever it was given, in order; it can be held up half-way.

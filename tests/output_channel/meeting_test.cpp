@@ -115,9 +115,8 @@ TEST_F(Meeting, the_next_load_of_either_channel_opens_with_the_new_settings) {
     ASSERT_TRUE(Cue({element}));
     ASSERT_TRUE(m_channel->SwitchChannelAtOnce());
     EXPECT_EQ(element->poolAtOpen, pool.Get());
-    const SRkClipFormat format = element->FormatAtOpen();
-    EXPECT_EQ(std::memcmp(&format.video, &video, sizeof(video)), 0);
-    EXPECT_EQ(std::memcmp(&format.audio, &audio, sizeof(audio)), 0);
+    EXPECT_EQ(std::memcmp(&element->formatAtOpen.video, &video, sizeof(video)), 0);
+    EXPECT_EQ(std::memcmp(&element->formatAtOpen.audio, &audio, sizeof(audio)), 0);
   }
   m_channel->SetPlayBufferPool(nullptr);
   EXPECT_EQ(References(*pool), 1u);

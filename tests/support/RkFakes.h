@@ -111,7 +111,8 @@ class CFakePool : public CFake<IRkPlayBufferPool> {};
 // to its samples, so that a test can tell which element delivered them.
 class CFakeElement : public CFake<IRkClipElement> {
  public:
-  explicit CFakeElement(UINT frames) : m_frames(frames) {}
+  explicit CFakeElement(UINT frames, char name = '?') : name(name), m_frames(frames) {}
+  const char name;
 
   // Script.
   std::atomic<bool> canOpen = true;
@@ -126,14 +127,10 @@ class CFakeElement : public CFake<IRkClipElement> {
   std::atomic<int> closes = 0, reads = 0;
   std::atomic<int> readers = 0;       // threads inside a read now
   std::atomic<bool> misused = false;  // moved or closed during a read, or read while closed
-  SRkClipFormat formatAtOpen = {};    // guarded by m_mutex
+  SRkClipFormat formatAtOpen = {};    // read once the open has returned
   std::atomic<IRkPlayBufferPool*> poolAtOpen = nullptr;
 
   std::vector<UINT> Seeks() { return m_seeks.All(); }
-  SRkClipFormat FormatAtOpen() {
-    std::lock_guard lock(m_mutex);
-    return formatAtOpen;
-  }
 
   BOOL Open(IRkPlayBufferPool* pool, UINT, const SRkClipFormat* format) override {
     openGate.Pass();
@@ -141,7 +138,6 @@ class CFakeElement : public CFake<IRkClipElement> {
     if (!canOpen) return FALSE;
     ++opens;
     m_start.Take();
-    std::lock_guard lock(m_mutex);
     formatAtOpen = *format;
     poolAtOpen = pool;
     m_open = true;
@@ -196,7 +192,6 @@ class CFakeElement : public CFake<IRkClipElement> {
 
   const UINT m_frames;
   CRecord<UINT> m_seeks;
-  std::mutex m_mutex;
   std::atomic<bool> m_open = false;
   std::atomic<UINT> m_next = 0;
   CRkTimelineStart m_start;

@@ -22,6 +22,10 @@ inline CRkRef<IRkClipElement> MakePattern(UINT frames) {
   return Made<IRkClipElement>([&](auto** out) { return RkCreatePatternClipElement(frames, out); });
 }
 
+inline CRkRef<IRkClipTrimInfo> MakeTrim(const IRkClipTrimInfo::Ranges& ranges) {
+  return Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
+}
+
 inline CRkRef<IRkVideoSample> VideoOf(IRkAVPlaySample& sample) {
   return Made<IRkVideoSample>([&](auto** out) { sample.GetVideoSample(out); });
 }

@@ -13,7 +13,3 @@ inline SRkClipFormat MakeFormat(int width, int height, int pixelFormat, int rate
   return {RkMakeWaveFormat(channels, 48000, static_cast<WORD>(bits)),
           {width, height, pixelFormat, 0, rate, 1, 1, RkColorRange_Limited, 0}};
 }
-
-inline Trim MakeTrim(const Ranges& ranges) {
-  return Made<IRkClipTrimInfo>([&](auto** out) { return RkCreateClipTrimInfo(ranges, out); });
-}

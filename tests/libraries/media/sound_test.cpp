@@ -178,9 +178,7 @@ TEST_F(CSoundTest, shares_at_29_97_lose_and_double_no_sample_and_trim_ranges_bri
   ASSERT_EQ(element->GetFrameCount(), 60u);
   ExpectSound(element, sound);  // which is longer than the pictures
 
-  CRkRef<IRkClipTrimInfo> trim;
-  ASSERT_EQ(RkCreateClipTrimInfo({{5, 10}, {31, 34}, {58, 60}}, trim.Out()), 1);
-  element->SetTrimInfo(trim.Get());
+  element->SetTrimInfo(MakeTrim({{5, 10}, {31, 34}, {58, 60}}).Get());
   element->SetTimelineStart(7);
   ASSERT_TRUE(element->Open(nullptr, 0, &format));
   const std::vector<SFrame> frames = Rest(element);
