@@ -72,10 +72,16 @@ bool CRkPacketSource::SeekBefore(int64_t timestamp) {
   return av_seek_frame(m_format.get(), m_indexStream, target, AVSEEK_FLAG_BACKWARD) >= 0;
 }
 
+// The time of the stream's first packet, or before it.
+int64_t CRkPacketSource::_Earliest() const {
+  return Stream()->start_time != AV_NOPTS_VALUE ? Stream()->start_time : 0;
+}
+
 bool CRkPacketSource::Restart() {
   CRkPacketSource again;
   std::string reason;
-  if (!again.Open(m_path, reason)) return false;
+  // A file without a name any longer is still open here.
+  if (!again.Open(m_path, reason)) return SeekBefore(_Earliest());
   // The file may have been replaced by another meanwhile.
   if (m_stream >= static_cast<int>(again.m_format->nb_streams)) return false;
   again.Select(m_stream);

@@ -40,6 +40,7 @@ class CRkPacketSource {
 
  private:
   void _Shift(AVPacket* packet);
+  int64_t _Earliest() const;
 
   std::string m_path;
   CRkInput m_format;

@@ -89,8 +89,9 @@ bool CRkSoundReader::Read(int64_t first, DWORD count, BYTE* data) {
                 m_ready.data() + (from - m_readyFrom) * m_format.blockAlign,
                 static_cast<size_t>(to - from) * m_format.blockAlign);
   }
-  const bool whole = std::none_of(m_damaged.begin(), m_damaged.end(),
-                                  [&](const SRkSpan& span) { return span.begin < end && span.end > first; });
+  const bool whole = !m_isLost && std::none_of(m_damaged.begin(), m_damaged.end(), [&](const SRkSpan& span) {
+    return span.begin < end && span.end > first;
+  });
   // Samples before this stretch are read again only after a seek.
   const int64_t passed = std::min(first, _ReadyEnd()) - m_readyFrom;
   if (passed > 0) {
@@ -103,6 +104,7 @@ bool CRkSoundReader::Read(int64_t first, DWORD count, BYTE* data) {
 }
 
 void CRkSoundReader::_Locate(int64_t first) {
+  m_isLost = false;
   const int rate = m_converter.SourceRate();
   const int64_t target = av_rescale(first, rate, m_format.samplesPerSecond);
   const AVRational timeBase = m_decoder.TimeBase();
@@ -126,7 +128,8 @@ void CRkSoundReader::_Locate(int64_t first) {
     }
     if (_Begin(false) && m_readyFrom <= first) return;
   }
-  if (!m_decoder.Restart() || !_Begin(true)) m_ended = true;
+  m_isLost = !m_decoder.Restart() || !_Begin(true);
+  if (m_isLost) m_ended = true;
 }
 
 // Starts at the decoder's next frame.

@@ -61,6 +61,7 @@ class CRkSoundReader {
     int64_t end;
   };
   std::vector<SRkSpan> m_damaged;  // in output samples, ascending
+  bool m_isLost = false;           // the sound could not be started again
   bool m_fadesIn = false;          // the held frame is the first after damage
   int64_t m_silence = 0;           // source samples of silence to convert before the held frame
   int64_t m_shift = 0;             // of the source's timestamps at the last frame

@@ -94,7 +94,11 @@ bool CRkStreamDecoder::Restart() {
   // Some decoders keep state over a flush that shifts or alters the first frames, so this one is replaced.
   std::string reason;
   m_packetHeld = false;
-  m_codec = m_source.Restart() ? RkOpenDecoder(*m_source.Stream(), reason) : nullptr;
-  m_ended = m_codec == nullptr;
-  return !m_ended;
+  m_ended = true;
+  if (!m_source.Restart()) return false;
+  CRkAv<AVCodecContext> codec = RkOpenDecoder(*m_source.Stream(), reason);
+  if (codec == nullptr) return false;
+  m_codec = std::move(codec);
+  m_ended = false;
+  return true;
 }

@@ -32,7 +32,8 @@ class CRkStreamDecoder {
   // Decoding continues at a key packet, normally at or before `timestamp`; `landing` receives its times.
   // After a failure there is nothing to decode.
   ERkSeek Seek(int64_t timestamp, SRkLanding* landing);
-  // Back to the first frame.
+  // Back to the first frame. False when that cannot be read; then there is nothing to decode before the next
+  // seek.
   bool Restart();
 
   AVStream* Stream() const { return m_source.Stream(); }

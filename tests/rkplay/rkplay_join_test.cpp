@@ -94,6 +94,16 @@ TEST_F(RkplayJoin, a_file_that_vanishes_keeps_its_slot_and_costs_nothing_else) {
   EXPECT_EQ(Stats()["lists"][2]["faults"][0]["frames"], 10);
 }
 
+TEST_F(RkplayJoin, a_file_that_loses_its_name_on_air_plays_on) {
+  MakeClip("a.mov", "25", "2", kLongGop);
+  EXPECT_EQ(Rkplay({"a.mov*3", "--audio", "whole.wav"}).status, 0);
+  Process process(Command({"a.mov*3", "--realtime", "--audio", "out.wav"}));
+  ASSERT_TRUE(process.WaitForOutput("begins"));
+  std::filesystem::remove(Path("a.mov"));
+  EXPECT_EQ(process.Wait(), 0) << process.Errors();
+  EXPECT_TRUE(ReadFile("out.wav") == ReadFile("whole.wav"));
+}
+
 TEST_F(RkplayJoin, lines_of_a_playlist_take_ranges_repeats_and_urls) {
   MakeClip("a.mov", "25", "1.2", kLongGop);
   const std::string pictures = ReferencePictures({"a.mov"});
