@@ -75,7 +75,8 @@ BOOL CRkAudioFrameBuilder::Build(IRkAVPlaySample* sample, UINT frameIndex, IRkAu
     if (!block) break;
     SRkAudioSampleInfo info = {};
     block->GetInfo(&info);
-    if (i == 0 && info.dataLength > 0 && RkIsSameFormat(info.format, m_output)) {
+    if (i == 0 && CRkAudioLock(*block).SampleCount() == 0) break;
+    if (i == 0 && RkIsSameFormat(info.format, m_output)) {
       *audio = block.Detach();
       return TRUE;
     }

@@ -3,7 +3,9 @@
 #include "contracts/RkHost.h"
 #include "contracts/RkKernel.h"
 
-// The sink of the software output device. Samples are borrowed for the call.
+// The sink of the software output device. Samples are borrowed for the call. No lock of the device is held.
+//   may       keep references to pictures; block, which makes later pictures late;
+//   must not  call the device, nor release its last reference.
 class IRkSoftwareOutputCallback : public IRkUnknown {
  public:
   // By Play, on the caller's thread, before the clock starts.

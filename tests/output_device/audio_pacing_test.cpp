@@ -96,12 +96,25 @@ TEST_F(audio_pacing, a_short_lead_leaves_room_for_queued_frames_after_silence) {
   EXPECT_EQ(m_queue.Count(), 0);
 }
 
+TEST_F(audio_pacing, frames_that_cannot_be_built_leave_a_gap_of_their_exact_length) {
+  SRkWaveFormatInfo format = kTestAudio;
+  format.blockAlign = 8;  // no sample is made for it, but a block of sound still passes through
+  Begin(3, format, RkFrameRate_29_97);
+  EXPECT_EQ(PassAt(0.0), 0U);
+  EXPECT_EQ(PassAt(70.0), 0U);
+  Submit(1, nullptr, 1602);  // behind five frames
+  EXPECT_EQ(PassAt(70.0), 1U);
+  EXPECT_EQ(m_renderer->Writes()[0].first, 8008U * 8);
+}
+
 TEST_F(audio_pacing, keeps_every_frame_at_its_time_whatever_its_block_holds) {
   Begin(1, kTestAudio, RkFrameRate_59_94);
-  // Shorter and longer by little and by much, none, at another rate, and with another layout.
+  const auto empty = MakeBlock(2, 16, 1, 100, 1);
+  empty->SetSampleCount(0);  // its memory stays
+  // Shorter and longer by little and by much, none, empty, at another rate, and with another layout.
   for (const auto& block :
        {MakeBlock(2, 16, 800, 100, 1), MakeBlock(2, 16, 802, 100, 1), MakeBlock(2, 16, 1, 100, 1),
-        MakeBlock(2, 16, 5000, 100, 1), CRkRef<IRkAudioSample>(), MakeBlock(2, 16, 735, 100, 1, 44100),
+        MakeBlock(2, 16, 5000, 100, 1), CRkRef<IRkAudioSample>(), empty, MakeBlock(2, 16, 735, 100, 1, 44100),
         MakeBlock(2, 24, 9999, 100, 1), MakeBlock(1, 32, 1, 100, 1)}) {
     Restart(1, RkFrameRate_59_94);
     for (UINT frame = 0; frame < 1000; ++frame) {
