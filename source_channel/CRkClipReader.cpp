@@ -96,16 +96,15 @@ bool CRkClipReader::_MoveOn() {
   const bool isInList = m_parts.list.IndexOf(m_element.Get()) >= 0;
   CRkRef<IRkClipElement> next;
   m_parts.list.GetNextElement(m_element.Get(), next.Out());
-  bool passWasEmpty = false;
   if (!next) {
     m_parts.list.GetFirstElement(next.Out());
-    passWasEmpty = !m_pass.hasFrame;
+    m_isFruitless = !m_pass.hasFrame;
     if (next && isInList) _EndPass();
   }
   m_element = std::move(next);
   m_offset = 0;
-  // A list that gives nothing is tried no faster than one that gives frames.
-  return !_StopRequested(passWasEmpty ? m_parts.waits.frameMs.load() : 0);
+  // Elements of a list that gives nothing are tried no faster than frames are read.
+  return !_StopRequested(m_isFruitless ? m_parts.waits.frameMs.load() : 0);
 }
 
 // The list starts over. A pass that a request moved and that gave no frame since is not counted.
@@ -198,6 +197,7 @@ void CRkClipReader::_Queue(IRkAVPlaySample& sample, bool whilePaused) {
   if (heldMs > 0) m_freeFrames = static_cast<UINT>(std::min(heldMs, kMostFreeFrames));
   if (whilePaused) return;
   m_pass.hasFrame = true;
+  m_isFruitless = false;
   if (tag.endOfList) m_pass.hasEnded = true;
 }
 

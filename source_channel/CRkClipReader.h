@@ -76,6 +76,7 @@ class CRkClipReader {
   UINT m_freeFrames = 0;             // to read without a wait before each
   SPass m_pass;
   bool m_isOddPass = false;
+  bool m_isFruitless = false;  // the last pass gave no frame, nor has this one yet
   bool m_hasLoggedNothing = false;
   std::optional<LONGLONG> m_lastPositioned;  // when the last requested sample was queued
 };
