@@ -63,8 +63,9 @@ class IRkClipOutputChannel : public IRkUnknown {
   virtual UINT Reserved() = 0;  // does nothing; 0
 
   // Cues a list, or one element, in place of what was cued, and starts reading it at startPosition; waits
-  // up to 1000 ms for the pre-roll. The elements must not be in use elsewhere. FALSE for nothing to load
-  // (a cued clip stays) or a start past the end (the Waiting channel is then empty).
+  // up to 1000 ms for the pre-roll. The elements must not be in use elsewhere; those of a list that
+  // has ended are in use until its channel is loaded again, DeleteClip or Stop. FALSE for nothing to load (a
+  // cued clip stays) or a start past the end (the Waiting channel is then empty).
 #ifdef _MSC_VER
   // This compiler lays adjacent overloads in reverse; the list's comes first in the table.
   virtual BOOL InsertClipElement(IRkClipElement* element, int repeatCount, UINT startPosition) = 0;
