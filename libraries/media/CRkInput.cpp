@@ -183,9 +183,8 @@ void CRkInput::Close() {
   m_guard.reset();
 }
 
-const std::string& CRkInput::Refusal() const {
-  static const std::string none;
-  return m_guard != nullptr ? m_guard->refusal : none;
+std::string CRkInput::Refusal() const {
+  return m_guard != nullptr ? m_guard->refusal : std::string();
 }
 
 int CRkInput::_OpenNamed(AVFormatContext* format, AVIOContext** io, const char* url, int flags,

@@ -27,7 +27,7 @@ class CRkInput {
   void Close();
 
   // Empty, or the reason for which something that the file names was refused.
-  const std::string& Refusal() const;
+  std::string Refusal() const;
 
   AVFormatContext* get() const { return m_format.get(); }
   AVFormatContext* operator->() const { return m_format.get(); }

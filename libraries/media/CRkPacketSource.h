@@ -28,7 +28,7 @@ class CRkPacketSource {
   AVStream* Stream() const { return m_format->streams[m_stream]; }
   AVFormatContext* Format() const { return m_format.get(); }
   // As CRkInput's.
-  const std::string& Refusal() const { return m_format.Refusal(); }
+  std::string Refusal() const { return m_format.Refusal(); }
 
   // False at the end.
   bool Read(AVPacket* packet);

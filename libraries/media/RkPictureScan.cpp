@@ -207,7 +207,7 @@ bool ScanAll(CRkFileSurvey& survey, SRkMediaSource* media, std::string& reason) 
   }
   const AVFrame* first = survey.FirstPicture();
   const std::vector<SRkStoredPicture>& pictures = survey.Pictures();
-  const std::string& refusal = survey.Source().Refusal();
+  const std::string refusal = survey.Source().Refusal();
   if (first == nullptr || pictures.empty() || !refusal.empty()) {
     reason = refusal.empty() ? "no picture in it" : refusal;
     return false;

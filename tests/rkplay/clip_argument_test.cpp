@@ -12,18 +12,6 @@ ClipArgument Parse(const std::string& text, const std::string& existing = "clip.
   return ParseClipArgument(text, [&existing](const std::string& path) { return path == existing; });
 }
 
-TEST(ClipArgument, range_and_repeat_count_are_cut_off_the_name) {
-  const ClipArgument clip = Parse("dir@x/clip.mp4@10-250*3", "dir@x/clip.mp4");
-  EXPECT_EQ(clip.path, "dir@x/clip.mp4");
-  ASSERT_TRUE(clip.range);
-  EXPECT_EQ(clip.range->Text(), "10-250");
-  EXPECT_EQ(clip.repeatCount, 3);
-  EXPECT_EQ(Parse("clip.mp4*").repeatCount, kRkRepeatEndless);
-  EXPECT_EQ(Parse("clip.mp4").repeatCount, 1);
-  EXPECT_FALSE(Parse("clip.mp4").range);
-  EXPECT_EQ(Parse("show.M3U8*2", "show.M3U8").kind, ClipKind::Playlist);
-}
-
 TEST(ClipArgument, an_existing_file_keeps_the_marks_in_its_name) {
   EXPECT_EQ(Parse("a@1-2*3", "a@1-2*3").path, "a@1-2*3");
   const ClipArgument repeated = Parse("a@1-2*3", "a@1-2");

@@ -84,15 +84,11 @@ TEST_F(RkplayFrame, a_frame_that_cannot_be_had_fails_alone) {
 TEST_F(RkplayFrame, what_makes_no_sense_is_refused_before_anything_is_written) {
   ExpectRefused({"frame", "pattern:5", "1"}, "--png");
   ExpectRefused({"frame", "pattern:5", "--png", "a.png"}, "POSITION");
-  ExpectRefused({"frame", "pattern:5", "1", "--png", ""}, "--png: no file name");
-  for (const char* position : {"middle", "-1", "1.5", ""}) {
+  for (const char* position : {"middle", "-1", "1.5", ""})
     ExpectRefused({"frame", "pattern:5", "0", position, "--png", "a.png"}, "' is not a position");
-  }
-  ExpectRefused({"frame", "pattern:5", "1", "--png", "a.png", "--size", "16x"}, "--size: '16x'");
   ExpectRefused({"frame", "gone.mp4", "1", "--png", "a.png"}, "gone.mp4: No such file or directory");
-  for (const char* clip : {"pattern:5@1-3", "pattern:5*2", "list.m3u"}) {
+  for (const char* clip : {"pattern:5@1-3", "pattern:5*2", "list.m3u"})
     ExpectRefused({"frame", clip, "1", "--png", "a.png"}, "one clip, whole");
-  }
   Ffmpeg("-f lavfi -i sine -t 1", "sound.wav");
   ExpectRefused({"frame", "sound.wav", "1", "--png", "a.png"}, "sound.wav: has no pictures");
   std::filesystem::copy_file(Path("sound.wav"), Path("clip-3.png"));

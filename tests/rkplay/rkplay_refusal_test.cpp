@@ -14,14 +14,14 @@ TEST_F(RkplayRefusal, arguments_that_make_no_sense_are_refused_in_one_line) {
   ExpectRefused({"--fit", "big", "pattern:5"}, "--fit: 'big' is none of bars, fill, stretch");
   ExpectRefused({"--video", "out.mp4", "pattern:5"}, "out.mp4 would be no mp4 file");
   ExpectRefused({"pattern:5", "--size"}, "--size");
-  for (const char* size : {"640", "640x", "x360", "0x360", "640x-1", "99999999999x1", "640x360x2"}) {
+  for (const char* size : {"640", "640x", "x360", "0x360", "640x-1", "99999999999x1", "640x360x2"})
     ExpectRefused({"--size", size, "pattern:5"}, "--size: '" + std::string(size) + "'");
-  }
   ExpectRefused({"--rate", "26", "pattern:5"}, "29.97");
-  ExpectRefused({"--audio-rate", "0", "pattern:5"}, "--audio-rate");
-  ExpectRefused({"--audio-channels", "-2", "pattern:5"}, "--audio-channels");
-  ExpectRefused({"--start", "-1", "pattern:5"}, "--start");
-  ExpectRefused({"--start", "4294967296", "pattern:5"}, "--start");
+  for (const auto& [option, value] : {std::pair("--audio-rate", "0"),
+                                      {"--audio-channels", "-2"},
+                                      {"--start", "-1"},
+                                      {"--start", "4294967296"}})
+    ExpectRefused({option, value, "pattern:5"}, option);
   ExpectRefused({"--start", "5", "pattern:5*2"}, "--start: 5 is past the last frame");
   ExpectRefused({"pattern:5@2-6"}, "pattern:5@2-6: the range ends past the last of 5 frames");
 }

@@ -47,20 +47,6 @@ class TransportTest : public testing::Test {
 
 using Positions = std::vector<UINT>;
 
-TEST_F(TransportTest, goes_on_from_any_frame_whether_held_or_playing) {
-  EXPECT_EQ(Take(3), Positions({0, 1, 2}));
-  EXPECT_TRUE(m_transport->GoOnFrom(6));
-  EXPECT_EQ(Take(1), Positions({6}));
-  for (const UINT position : {1u, 7u, 0u, 5u, 4u, 2u}) EXPECT_EQ(Hold(position), position);
-  EXPECT_EQ(Hold(8), kRkNoPosition);
-  EXPECT_TRUE(m_transport->IsPaused());
-  EXPECT_TRUE(m_transport->GoOnFrom(4));
-  EXPECT_FALSE(m_transport->IsPaused());
-  EXPECT_EQ(Take(2), Positions({4, 5}));
-  EXPECT_TRUE(m_transport->GoOnFrom(0));
-  EXPECT_EQ(Take(3), Positions({0, 1, 2}));
-}
-
 TEST_F(TransportTest, goes_on_within_a_list_without_an_end) {
   ASSERT_TRUE(m_channel->InsertClipElement(MakePattern(kRkNoPosition).Get(), 1, 0));
   ASSERT_TRUE(m_channel->SwitchChannelAtOnce());

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "contracts/RkAVUtils.h"
+#include "tests/support/RkLevel.h"
 
 namespace {
 
@@ -21,12 +22,8 @@ std::vector<BYTE> Noise(size_t bytes) {
   return noise;
 }
 
-// As a 16-bit sample with a fraction.
 double Level(const BYTE* data, int bits) {
-  if (bits == 8) return (*data - 128) * 256.0;
-  int value = 0;
-  std::memcpy(reinterpret_cast<BYTE*>(&value) + 4 - bits / 8, data, bits / 8);
-  return value / 65536.0;
+  return 32768 * LevelOf(data, bits);
 }
 
 struct SMixed {

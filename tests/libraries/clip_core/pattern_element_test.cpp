@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "base/CRkHeapPlayBuffer.h"
 #include "contracts/RkPictureLayout.h"
 #include "libraries/clip_core/RkPatternNumber.h"
 #include "tests/libraries/clip_core/ClipCoreTest.h"
+#include "tests/support/RkLevel.h"
 
 namespace {
 
@@ -43,13 +43,6 @@ std::vector<BYTE> SoundOfElements(const std::vector<UINT>& frameCounts, const SR
     }
   }
   return sound;
-}
-
-double SampleAt(const std::vector<BYTE>& sound, size_t index, int bits) {
-  if (bits == 8) return (sound[index] - 128) / 128.0;
-  int value = 0;
-  std::memcpy(reinterpret_cast<BYTE*>(&value) + 4 - bits / 8, &sound[index * (bits / 8)], bits / 8);
-  return value / 2147483648.0;
 }
 
 // Gives buffers of one size, even when they are too small.
@@ -125,7 +118,8 @@ TEST(pattern_element, sounds_without_a_seam_from_element_to_element) {
     for (size_t index = 0; index < sound.size() / format.audio.blockAlign; ++index) {
       const double wave = 0.12589 * std::sin(2 * 3.14159265358979 * (index % 48) / 48);
       for (size_t channel = 0; channel < 3; ++channel)
-        ASSERT_NEAR(SampleAt(sound, index * 3 + channel, bits), wave, bits == 8 ? 1.0 / 128 : 1e-4);
+        ASSERT_NEAR(LevelOf(&sound[(index * 3 + channel) * bits / 8], bits), wave,
+                    bits == 8 ? 1.0 / 128 : 1e-4);
     }
   }
 }
