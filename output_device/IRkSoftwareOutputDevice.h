@@ -4,8 +4,8 @@
 #include "contracts/RkKernel.h"
 
 // The sink of the software output device. Samples are borrowed for the call. No lock of the device is held.
-//   may       keep references to pictures; block, which makes later pictures late;
-//   must not  call the device, nor release its last reference.
+//   may       keep references to pictures; block, which makes later pictures late; set or remove the
+//   callback; must not  call the device's other operations, nor release its last reference.
 class IRkSoftwareOutputCallback : public IRkUnknown {
  public:
   // By Play, on the caller's thread, before the clock starts.
