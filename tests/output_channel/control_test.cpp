@@ -1,16 +1,10 @@
+#include "output_channel/RkOutputChannelLog.h"
 #include "tests/output_channel/OutputChannelTest.h"
 #include "tests/support/RkBlockedCall.h"
 
 namespace {
 
-constexpr wchar_t kInsertFailed[] =
-    L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to insert the element!\n";
-constexpr wchar_t kPlayFailed[] =
-    L"CRkClipOutputChannel::InsertClipElement failed. The Waiting channel failed to play!\n";
-
-constexpr wchar_t kUnanswered[] =
-    L"CRkClipOutputChannel::SwitchPlay failed: maybe the play channel stopped at it happens!\n";
-
+using namespace RkOutputChannelLog;
 using Control = OutputChannelTest;
 
 TEST_F(Control, without_a_sink_the_waiting_list_follows_at_once) {
@@ -109,10 +103,11 @@ TEST_F(Control, banners_frame_what_an_operation_logs) {
     const std::wstring banner = L" ------>CRkClipOutputChannel::" + name + L"<------\n";
     return L"enter" + banner + message + L"leave" + banner;
   };
-  EXPECT_EQ(told, framed(L"GetSample", L"0") + framed(L"InsertClipElement", kPlayFailed) +
-                      framed(L"InsertClipElement", kInsertFailed) + framed(L"InsertClipElement") +
-                      framed(L"DeleteClip") + framed(L"SwitchPlay", kUnanswered) + framed(L"Seek") +
-                      framed(L"SwitchPlay", L"CRkClipOutputChannel::SwitchPlay Successed!\n"));
+  EXPECT_EQ(told, framed(L"GetSample", L"0") + framed(L"InsertClipElement", kInsertPlayFailed.message) +
+                      framed(L"InsertClipElement", kInsertInsertFailed.message) +
+                      framed(L"InsertClipElement") + framed(L"DeleteClip") +
+                      framed(L"SwitchPlay", kSwitchPlayFailed.message) + framed(L"Seek") +
+                      framed(L"SwitchPlay", kSwitchPlayDone.message));
 }
 
 }  // namespace

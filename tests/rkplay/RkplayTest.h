@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -25,15 +23,8 @@ class RkplayTest : public testing::Test {
 
   std::string Path(const std::string& name) const { return m_folder.Path(name); }
 
-  void WriteFile(const std::string& name, const std::string& text) const {
-    std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
-    std::ofstream(Path(name), std::ios::binary) << text;
-  }
-  std::string ReadFile(const std::string& name) const {
-    std::ifstream file(Path(name), std::ios::binary);
-    EXPECT_TRUE(file.is_open()) << name;
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  void WriteFile(const std::string& name, const std::string& text) const { m_folder.Write(name, text); }
+  std::string ReadFile(const std::string& name) const { return RkReadFile(Path(name)); }
 
   // In the folder, so that clips and files are named without it.
   Words Command(const Words& arguments) const {

@@ -65,16 +65,13 @@ TEST_F(RkplayPreview, keys_hold_move_repeat_and_end) {
 }
 
 TEST_F(RkplayPreview, ranges_that_make_no_sense_are_refused_by_name) {
-  ExpectRefused({"preview", "pattern:50", "--trim", "10"}, "--trim: '10'");
   ExpectRefused({"preview", "pattern:50", "--trim", "10-10"}, "--trim: the range 10-10 holds no frame");
   ExpectRefused({"preview", "pattern:50", "--trim", "10-20", "--trim", "15-30"},
                 "--trim: 15-30 begins before");
-  ExpectRefused({"preview", "pattern:50", "--trim", "20-30", "--trim", "5-10"}, "--trim: 5-10 begins before");
   ExpectRefused({"preview", "pattern:50", "--trim", "40-51"}, "--trim: 40-51 ends past the last of 50");
   ExpectRefused({"preview", "pattern:50", "--start", "50"}, "--start: 50 is past the last of 50");
   ExpectRefused({"preview", "pattern:50@2-6"}, "pattern:50@2-6: a preview is of one clip");
   ExpectRefused({"preview", "pattern:50", "--monitor=none"}, "a preview needs one");
-  ExpectRefused({"preview", "gone.mov"}, "gone.mov: No such file");
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ TEST_F(NothingTest, a_list_that_gives_no_frame_stops_and_an_endless_one_takes_no
   CLogRecorder log;
   ASSERT_TRUE(channel->Play(1, 1000000));
   EXPECT_TRUE(WaitUntil([this] { return Status() == RkSourceChannel_Stopped; }));
-  EXPECT_TRUE(log.Heard(L"no element of the list gives a frame"));
+  EXPECT_TRUE(log.Heard(L"no element of the list gives a frame\n"));
 
   const ULONGLONG begin = GetTickCount64();
   const int tries = elements[0]->openTries;

@@ -155,10 +155,8 @@ TEST_F(source_player, takes_the_clips_own_ranges_over_and_lends_them_back_only_f
 
 TEST_F(source_player, a_clip_that_cannot_be_read_ends_the_run_and_one_that_cannot_be_opened_leaves_none) {
   const auto clip = OpenFake(10);
-
   clip->unreadableFrom = 0;
   EXPECT_EQ(LogOfRun(m_player->Play(0, TRUE)), "start end");
-
   clip->unreadableFrom = 4;
   EXPECT_EQ(LogOfRun(m_player->Play(1, FALSE)), "start 1 2 3 end");
 

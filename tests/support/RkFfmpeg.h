@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -23,10 +24,22 @@ class CTempFolder {
   CTempFolder& operator=(const CTempFolder&) = delete;
 
   std::string Path(const std::string& name) const { return m_path + "/" + name; }
+  // Gives the file's path. Makes the folders that the name has.
+  std::string Write(const std::string& name, const std::string& bytes) const {
+    std::filesystem::create_directories(std::filesystem::path(Path(name)).parent_path());
+    std::ofstream(Path(name), std::ios::binary) << bytes;
+    return Path(name);
+  }
 
  private:
   std::string m_path;
 };
+
+inline std::string RkReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.is_open()) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 // The standard output of a shell command. A command that fails fails the test.
 inline std::string RkRun(const std::string& command) {

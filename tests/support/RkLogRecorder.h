@@ -18,7 +18,6 @@ class CLogRecorder {
   CLogRecorder& operator=(const CLogRecorder&) = delete;
 
   std::vector<SLine> Lines() { return m_lines.All(); }
-  void Clear() { m_lines.Take(); }
 
   // The messages that this thread traced under a function's name. Skips lines without exactly the trace
   // prefix (banners).
@@ -36,10 +35,9 @@ class CLogRecorder {
   }
 
   bool Heard(const std::wstring& text) {
-    for (const SLine& line : Lines()) {
-      if (line.text.find(text) != std::wstring::npos) return true;
-    }
-    return false;
+    const auto lines = Lines();
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const SLine& line) { return line.text.ends_with(text); });
   }
 
  private:

@@ -156,17 +156,15 @@ TEST(user_audio_sample, counts_in_bytes_what_is_valid_and_cuts_it_to_the_capacit
   for (BYTE* data : {static_cast<BYTE*>(nullptr), memory}) {
     CRkRef<IRkAudioSample> audio;
     ASSERT_EQ(RkCreateUserAudioSample(RkMakeWaveFormat(6, 48000, 24), data, 4, audio.Out()), 1);
-    SRkLockAudioSample lock{};
     SRkAudioSampleInfo info{};
     audio->SetSampleCount(3);
     audio->GetInfo(&info);
     EXPECT_EQ(info.dataLength, 54u);
     audio->SetSampleCount(5);
-    audio->Lock(&lock);
-    EXPECT_EQ(lock.sampleCount, 4u);
-    EXPECT_TRUE(data == nullptr || lock.data == data);
-    std::fill_n(lock.data, sizeof(memory), BYTE{1});
-    audio->Unlock();
+    const CRkAudioLock lock(*audio);
+    EXPECT_EQ(lock.SampleCount(), 4u);
+    EXPECT_TRUE(data == nullptr || lock.Data() == data);
+    std::fill_n(lock.Data(), sizeof(memory), BYTE{1});
   }
 }
 

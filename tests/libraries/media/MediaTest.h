@@ -1,7 +1,5 @@
 #pragma once
 
-#include <fstream>
-
 #include "contracts/RkAVUtils.h"
 #include "contracts/RkMediaElement.h"
 #include "contracts/RkPictureLayout.h"
@@ -32,16 +30,6 @@ class CMediaTest : public testing::Test {
   std::string Make(const std::string& name, const std::string& arguments) {
     const std::string path = folder.Path(name);
     RkRunFfmpeg(arguments + " '" + path + "'");
-    return path;
-  }
-
-  static std::string Load(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  std::string Save(const std::string& name, const std::string& bytes) const {
-    const std::string path = folder.Path(name);
-    std::ofstream(path, std::ios::binary) << bytes;
     return path;
   }
 

@@ -20,11 +20,12 @@ class CDamageTest : public CMediaTest {
 TEST_F(CDamageTest, a_file_that_cannot_be_played_is_refused_with_the_reason) {
   EXPECT_EQ(WhyNot(folder.Path("absent.mp4")), "No such file or directory");
   EXPECT_EQ(WhyNot(folder.Path(".")), "Is a directory");
-  EXPECT_FALSE(WhyNot(Save("empty.mp4", "")).empty());
-  const std::string whole = Load(Make("whole.mp4", "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -c:v libx264"));
-  EXPECT_EQ(WhyNot(Save("unfinished.mp4", whole.substr(0, whole.find("moov") - 4))),
+  EXPECT_FALSE(WhyNot(folder.Write("empty.mp4", "")).empty());
+  const std::string whole =
+      RkReadFile(Make("whole.mp4", "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -c:v libx264"));
+  EXPECT_EQ(WhyNot(folder.Write("unfinished.mp4", whole.substr(0, whole.find("moov") - 4))),
             "its index (moov) is missing: the recording was not finished, or the file is cut");
-  EXPECT_FALSE(WhyNot(Save("text.srt", "1\n00:00:00,000 --> 00:00:01,000\nNo picture\n")).empty());
+  EXPECT_FALSE(WhyNot(folder.Write("text.srt", "1\n00:00:00,000 --> 00:00:01,000\nNo picture\n")).empty());
 }
 
 TEST_F(CDamageTest, a_truncated_file_delivers_what_it_announced) {
@@ -35,8 +36,8 @@ TEST_F(CDamageTest, a_truncated_file_delivers_what_it_announced) {
              "-f lavfi -i testsrc2=s=160x120:r=25:d=4 -f lavfi -i anoisesrc=seed=1:r=48000:d=4:c=pink "
              "-c:v libx264 -preset veryfast -g 25 -bf 2 -c:a aac -movflags faststart");
     const std::string reference = RkReferencePictures(whole);
-    const std::string bytes = Load(whole);
-    const auto element = OpenAsItIs(Save("truncated", bytes.substr(0, bytes.size() * 6 / 10)));
+    const std::string bytes = RkReadFile(whole);
+    const auto element = OpenAsItIs(folder.Write("truncated", bytes.substr(0, bytes.size() * 6 / 10)));
     EXPECT_EQ(element->GetFrameCount(), 100u);
     // The far end first, then in order: both find the same last good picture.
     const SFrame end = At(element, 99);
@@ -71,10 +72,10 @@ TEST_F(CDamageTest, pictures_that_the_decoder_completes_are_shown_and_reported) 
            "-f lavfi -i testsrc2=s=320x240:r=25:d=2 -c:v libx264 -preset veryfast -g 10 "
            "-crf 8 -x264-params slices=4");
   const std::string reference = RkReferencePictures(whole);
-  std::string bytes = Load(whole);
+  std::string bytes = RkReadFile(whole);
   for (size_t at = bytes.size() / 2; at < bytes.size() / 2 + 50; at += 7)
     bytes[at] = static_cast<char>(at * 31);
-  const auto element = OpenAsItIs(Save("damaged.mp4", bytes));
+  const auto element = OpenAsItIs(folder.Write("damaged.mp4", bytes));
   const std::vector<SFrame> frames = Rest(element);
   ASSERT_EQ(frames.size(), 50u);
   ASSERT_FALSE(sink.substituted.empty());
@@ -94,13 +95,13 @@ TEST_F(CDamageTest, sound_that_the_decoder_refuses_is_silence_between_fades) {
                                        std::string(coding));
     const SRkClipFormat as = Describe(whole).format;
     const std::string good = Sound(Rest(OpenAs(whole, as)));
-    std::string bytes = Load(whole);
+    std::string bytes = RkReadFile(whole);
     // Inside one packet of sound in the middle of the file: pictures of this kind are 3000 bytes and more.
     const std::string sound = RkRunFfmpeg("-i '" + whole + "' -map 0:a -c copy -f data -");
     const size_t at = bytes.find(sound.substr(sound.size() / 2, 24));
     ASSERT_NE(at, std::string::npos);
     for (size_t i = 0; i < 24; ++i) bytes[at + i] ^= 0x55;
-    const auto element = OpenAs(Save("damaged.mkv", bytes), as);
+    const auto element = OpenAs(folder.Write("damaged.mkv", bytes), as);
     const std::string damaged = Sound(Rest(element));
     ASSERT_EQ(damaged.size(), good.size());
     ASSERT_FALSE(sink.substituted.empty());

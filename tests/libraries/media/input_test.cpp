@@ -6,10 +6,6 @@ namespace {
 
 class CInputTest : public CMediaTest {
  protected:
-  void Write(const std::string& name, const std::string& text) const {
-    std::filesystem::create_directories(std::filesystem::path(folder.Path(name)).parent_path());
-    std::ofstream(folder.Path(name), std::ios::binary) << text;
-  }
   // Empty when the file is played.
   std::string WhyRefused(const std::string& name) const {
     SRkMediaDescription description{};
@@ -27,8 +23,8 @@ TEST_F(CInputTest, a_file_names_others_only_below_its_own_folder) {
            segment + "\n#EXT-X-ENDLIST\n";
   };
   const std::string concat = "ffconcat version 1.0\nfile part/a.ts\nfile ";
-  Write("clip/good.hls", hls("part/a.ts"));
-  Write("clip/good.txt", concat + "part/a.ts\n");
+  folder.Write("clip/good.hls", hls("part/a.ts"));
+  folder.Write("clip/good.txt", concat + "part/a.ts\n");
   EXPECT_EQ(WhyRefused("clip/good.hls"), "");
   EXPECT_EQ(Describe(folder.Path("clip/good.txt")).frameCount, 50u);
 
@@ -37,19 +33,19 @@ TEST_F(CInputTest, a_file_names_others_only_below_its_own_folder) {
        {std::string("../secret.ts"), folder.Path("secret.ts"), "file://" + folder.Path("secret.ts"),
         std::string("part/../../secret.ts"), std::string("link.ts"), std::string("http://127.0.0.1:1/a.ts"),
         std::string("crypto:file:/etc/passwd.ts")}) {
-    Write("clip/bad.hls", hls(segment));
+    folder.Write("clip/bad.hls", hls(segment));
     const std::string why = WhyRefused("clip/bad.hls");
     EXPECT_TRUE(why.starts_with("it names ") && why.ends_with("not below its own folder")) << segment << why;
-    Write("clip/bad.txt", concat + segment + "\n");
+    folder.Write("clip/bad.txt", concat + segment + "\n");
     EXPECT_EQ(WhyRefused("clip/bad.txt").empty(), segment == "link.ts") << segment;
   }
   // What a script names leads no further, and neither does a tag in front of a script.
-  Write("clip/bad.hls", hls("../secret.ts"));
+  folder.Write("clip/bad.hls", hls("../secret.ts"));
   for (const std::string& script : {std::string("ffconcat version 1.0\nfile bad.hls\n"),
                                     std::string("ID3\x04\0\0\0\0\0\0", 10) + concat + "/etc/passwd\n",
                                     std::string("ffconcat version 1.0\nfile own.txt\n"),
                                     std::string("v=0\nc=IN IP4 127.0.0.1\nm=video 9 RTP/AVP 33\n")}) {
-    Write("clip/own.txt", script);
+    folder.Write("clip/own.txt", script);
     EXPECT_NE(WhyRefused("clip/own.txt"), "") << script;
   }
 }

@@ -113,7 +113,7 @@ TEST_F(CInterlacedTest, progressive_pictures_stay_untouched_unless_all_are_to_be
   const std::string second = Make(
       "second.mpg",
       "-f lavfi -i testsrc2=s=720x576:r=50:d=0.4 -vf interlace -flags +ilme+ildct -f mpeg2video " + coding);
-  const std::string both = Save("both.mpg", Load(first) + Load(second));
+  const std::string both = folder.Write("both.mpg", RkReadFile(first) + RkReadFile(second));
   const std::string reference = RkReferencePictures(both, "-vf bwdif=send_frame:deint=interlaced");
   const auto element = OpenAsItIs(both);
   ExpectAllPictures(element, reference);
@@ -121,7 +121,7 @@ TEST_F(CInterlacedTest, progressive_pictures_stay_untouched_unless_all_are_to_be
 }
 
 TEST_F(CInterlacedTest, pictures_stored_as_two_fields_are_counted_once) {
-  const std::string raw = Save("fields.h264", CFieldStream::Pictures(24));
+  const std::string raw = folder.Write("fields.h264", CFieldStream::Pictures(24));
   const std::string copy = "-f h264 -i '" + raw + "' -c copy -bsf:v ";
   options.deinterlace = RkDeinterlace_Off;
   for (const std::string& path : {

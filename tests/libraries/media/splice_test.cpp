@@ -54,9 +54,9 @@ TEST_F(CSpliceTest, every_picture_of_joined_recordings_is_shown_once_beside_its_
       std::string reference, joined;
       for (const std::string& part : parts) {
         reference += RkReferencePictures(part);
-        joined += Load(part);
+        joined += RkReadFile(part);
       }
-      const auto element = OpenAsItIs(Save("joined.ts", joined));
+      const auto element = OpenAsItIs(folder.Write("joined.ts", joined));
       EXPECT_EQ(format.video.frameRate, RkFrameRate_25);
       ASSERT_EQ(element->GetFrameCount(), parts.size() * 50);
       const std::vector<SFrame> frames = Rest(element);
@@ -87,7 +87,7 @@ TEST_F(CSpliceTest, sound_of_another_rate_or_layout_goes_on_converted) {
     SCOPED_TRACE(kind);
     const std::string second = Record("second.ts", "testsrc2", 550, 2, coding + kind);
     const std::vector<SFrame> after = Rest(OpenAs(second, as));
-    const auto element = OpenAs(Save("both.ts", Load(first) + Load(second)), as);
+    const auto element = OpenAs(folder.Write("both.ts", RkReadFile(first) + RkReadFile(second)), as);
     const std::vector<SFrame> frames = Rest(element);
     const auto join = static_cast<UINT>(frames.size()) - 50;  // 49: one picture of each at the same time
     ASSERT_GE(join, 49u);
