@@ -67,9 +67,14 @@ bool CRkPacketSource::SeekBefore(int64_t timestamp) {
     m_position = m_splices->PositionBefore(timestamp, Stream()->time_base);
     return av_seek_frame(m_format.get(), -1, m_position, AVSEEK_FLAG_BYTE) >= 0;
   }
-  const AVRational indexBase = m_format->streams[m_indexStream]->time_base;
-  const int64_t target = av_rescale_q_rnd(timestamp, Stream()->time_base, indexBase, AV_ROUND_DOWN);
-  return av_seek_frame(m_format.get(), m_indexStream, target, AVSEEK_FLAG_BACKWARD) >= 0;
+  AVStream& index = *m_format->streams[m_indexStream];
+  const int64_t target = av_rescale_q_rnd(timestamp, Stream()->time_base, index.time_base, AV_ROUND_DOWN);
+  // Containers without an index look for packets of this stream, and read on to the end if none are let
+  // through.
+  const AVDiscard discard = std::exchange(index.discard, AVDISCARD_DEFAULT);
+  const int result = av_seek_frame(m_format.get(), m_indexStream, target, AVSEEK_FLAG_BACKWARD);
+  index.discard = discard;
+  return result >= 0;
 }
 
 // The time of the stream's first packet, or before it.
