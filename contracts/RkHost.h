@@ -53,7 +53,8 @@ class IRkClipOutputCallback : public IRkUnknown {
 // The sink of the output channel: called on the host's own threads, from inside the operation that causes
 // the call, with the channel's locks held.
 //   may       call back into the channel on the same thread;
-//   must not  wait for another thread that uses the channel, nor release the channel's last reference.
+//   must not  call SwitchPlay, which waits for a SwitchChannel that cannot come; wait for another thread that
+//             uses the channel; release the channel's last reference.
 class IRkClipOutputChannelNotify : public IRkUnknown {
  public:
   // TRUE: the Waiting channel holds no started clip. FALSE: it was cleared and is being loaded.
