@@ -85,7 +85,7 @@ int64_t CRkPacketSource::_Earliest() const {
 bool CRkPacketSource::Restart() {
   CRkPacketSource again;
   std::string reason;
-  // A file without a name any longer is still open here.
+  // A file that was removed is still open here.
   if (!again.Open(m_path, reason)) return SeekBefore(_Earliest());
   // The file may have been replaced by another meanwhile.
   if (m_stream >= static_cast<int>(again.m_format->nb_streams)) return false;
